@@ -1,0 +1,37 @@
+#include "gl_window.h"
+
+#include "x_server.h"
+
+#include <GL/glew.h>
+// GLEW before anything that includes gl.h.
+#include <GL/freeglut.h>
+
+#include <array>
+#include <cstdlib>
+
+void openTestWindow(int width, int height) {
+    startPrivateDisplay();
+    static char name[] = "test";
+    static char* arguments[] = {name, nullptr};
+    int count = 1;
+    glutInit(&count, arguments);
+    glutInitDisplayMode(GLUT_RGBA | GLUT_DOUBLE | GLUT_DEPTH);
+    glutInitWindowSize(width, height);
+    glutCreateWindow("test");
+    // freeglut refuses to handle events of a window without a display callback.
+    glutDisplayFunc([] {});
+    glewInit();
+    glutMainLoopEvent();
+    glViewport(0, 0, width, height);
+}
+
+Pixel pixelAt(int x, int y) {
+    std::array<unsigned char, 4> bytes{};
+    glReadPixels(x, y, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
+    return {bytes[0], bytes[1], bytes[2], bytes[3]};
+}
+
+bool isColour(const Pixel& pixel, int red, int green, int blue, int tolerance) {
+    return std::abs(pixel.red - red) <= tolerance && std::abs(pixel.green - green) <= tolerance &&
+           std::abs(pixel.blue - blue) <= tolerance;
+}
