@@ -1,0 +1,87 @@
+// play_clock.h - what the listener hears at a moment, from what the audio device has asked for so far
+//
+// Plain arithmetic on one record: reads no clock, takes no lock, knows no device. Every function takes the
+// monotonic time in nanoseconds; times must not go back from one call to the next.
+//
+// The model. The device counts frames from the first one that it asked for. `heard`, the device frame that
+// leaves the speaker now, is a straight line over monotonic time. The audio interface tells only when the
+// device asks for another buffer, and that moment is late by however long our thread waited for the CPU
+// (jitter), so single moments never move the line. They correct it in three ways:
+//
+//   - A device asks when it holds one more buffer than it needs at once: on time, `handed - buffer` frames
+//   have been
+//     heard. Late requests only make this smaller, so the largest value of a second is the one to believe.
+//     The line is bent towards it by SLEW_LIMIT of its speed at most (0.5 %, far more than crystals differ,
+//     too little to be seen). Rates that the interface converts and servers that ask for several buffers at
+//     once make requests uneven within that second, not over it.
+//   - Nothing is heard that has not been handed over: the line stops at `handed`. So a device that starves (a
+//   busy
+//     machine, a stopped process) holds the clock for just as long as it is silent, and the clock goes on
+//     from there, with the sound, instead of running ahead of it for good.
+//   - As long as the listener hears nothing that counts (paused, or the sound has not come through the queue
+//   yet),
+//     the line may be set forward at once.
+//
+// The start, a seek and a resume tie the stream to the device frames: from device frame `tieDevice` on, what
+// is heard is the stream from `tieStream` on. A seek ties the new position to the first device frame that is
+// not handed over yet, and until that one is heard the position stands at the target: the old sound still in
+// the queue cannot be taken back. A pause hands out silence while what is queued is still heard; on resume
+// the silence is made as long as that the stream goes on without a gap and the position without a step.
+//
+// What this cannot see: how long a sound server and the hardware hold frames beyond that one buffer.
+//
+// A device with no clock of its own (none at all, one that is lost, the interface's drivers that only sleep)
+// is not followed: the line is then monotonic time itself.
+#pragma once
+
+#include <cstdint>
+
+// Counts are frames (one sample per audio channel) from the stream's or the device's start. Written only by
+// the functions below; `paused` and `stream` are for others to read.
+struct PlayClock {
+    double rate = 0;          // frames per second
+    std::int64_t length = 0;  // frames in the stream
+    std::int64_t buffer = 0;  // frames that the device holds, on time, when it asks for more
+    bool followsDevice = false;
+
+    bool running = false;       // the device has asked for its first frames
+    std::int64_t handed = 0;    // device frames handed over
+    std::int64_t lineNs = 0;    // the line: at this time ...
+    double lineFrames = 0;      // ... this device frame is heard,
+    double lineSpeed = 1;       // and it moves at this multiple of `rate`
+    std::int64_t windowNs = 0;  // start of the second in which the requests are compared
+    double windowLead = 0;      // the largest that the device was ahead of the line in it, in frames
+
+    bool paused = false;
+    std::int64_t stream = 0;      // next frame of the stream to hand over
+    std::int64_t streamFrom = 0;  // at this device frame
+    double tieDevice = 0;
+    double tieStream = 0;
+};
+
+// A clock for a device of `rate` frames per second that has asked for nothing yet; `buffer` is the size of
+// its requests. The clock starts with the first one.
+PlayClock startClock(double rate, std::int64_t buffer, bool followsDevice);
+
+// Plays a stream of `length` frames from frame 0.
+void clockPlay(PlayClock& clock, std::int64_t now, std::int64_t length, bool paused);
+
+// The stream's position: the frame that is heard, 0 to `length`, with its fraction.
+double clockPosition(const PlayClock& clock, std::int64_t now);
+
+// The device asks for `frames` frames. Returns how many of them are silence; the stream follows, from the
+// frame that `stream` named before the call.
+int clockRequest(PlayClock& clock, std::int64_t now, int frames);
+
+// Moves to `frame` (0 to `length`); from the next request on the stream is handed over from there.
+void clockSeek(PlayClock& clock, std::int64_t now, std::int64_t frame);
+
+void clockPause(PlayClock& clock, std::int64_t now);
+void clockResume(PlayClock& clock, std::int64_t now);
+
+// Goes on by monotonic time from the position that the clock shows now: there is no device, or none any more.
+void clockLeaveDevice(PlayClock& clock, std::int64_t now);
+
+// Follows a device that has come back and asks for frames again. The position stays; the stream is to be
+// handed over from `stream`, which has moved to it.
+void clockJoinDevice(PlayClock& clock, std::int64_t now);
