@@ -1,0 +1,174 @@
+// glm.h - the model library: Wavefront OBJ/MTL models in memory (no relation to vector-maths headers of this
+// name)
+//
+//   GLMmodel* model = glmReadOBJ("data/cubeobj.obj");   // ends the process when the file cannot be read
+//   glmVertexNormals(model, 60.0f, false);              // smooth edges flatter than 60 degrees
+//   glmDraw(model, GLM_SMOOTH | GLM_MATERIAL);
+//   glmWriteOBJ(model, "smooth.obj", GLM_SMOOTH);
+//   glmDelete(model);
+//
+// Needs    the thread that owns the GL context: always for drawing, glmDelete of a model with textures and
+// the
+//          texture functions; for reading only when a material names a texture image.
+// Reports  on standard error: "GLM: Warning: " and goes on, or "GLM: Fatal Error: " and ends the process with
+//          status 1. Preconditions ("not null", index ranges) are assertions. A failed allocation is fatal.
+// Never    knows of the program around it; keeps no reference to a model; uses more than one thread.
+#pragma once
+
+#include <cstdint>
+
+// Index conventions, everywhere in the library and in OBJ text:
+//   - Positions, vertex normals, texture coordinates and facet normals count from 1. Their arrays hold
+//     count + 1 entries and entry 0 is never read: entry i starts at offset 3 * i (2 * i for texture
+//     coordinates).
+//   - Triangles, materials and textures count from 0.
+//   - GLM_NO_INDEX, all bits set, is "none".
+// All arrays and strings are allocated with malloc and belong to the model; glmDelete releases them.
+constexpr std::uint32_t GLM_NO_INDEX = 0xffffffff;
+
+struct GLMtriangle {
+    std::uint32_t vindices[3];  // position of each corner
+    std::uint32_t nindices[3];  // vertex normal of each corner, or GLM_NO_INDEX
+    std::uint32_t tindices[3];  // texture coordinate of each corner, or GLM_NO_INDEX
+    std::uint32_t findex;       // facet normal, or GLM_NO_INDEX; every triangle of a loaded model has one
+    std::uint32_t material;     // material when the face was read; 0 when none was chosen
+};
+
+struct GLMgroup {
+    char* name;  // as in the file: "g cube" names the group " cube"
+    std::uint32_t numtriangles;
+    std::uint32_t* triangles;  // indices into the model's triangles, in file order
+    std::uint32_t material;    // first material chosen for the group; 0 means none
+    GLMgroup* next;
+};
+
+struct GLMmaterial {
+    char* name;
+    float diffuse[4];  // red, green, blue, alpha; alpha below 1 is translucent
+    float ambient[4];
+    float specular[4];
+    float shininess;           // GL specular exponent, 0 .. 128
+    std::int32_t map_diffuse;  // index of the diffuse texture, or -1
+};
+
+struct GLMtexture {
+    char* name;        // as written after "map_Kd"
+    std::uint32_t id;  // GL texture name; 0 when no image was read
+    float width;       // factor of u when drawing: 1, or pixels for targets that count pixels
+    float height;      // factor of v when drawing
+};
+
+struct GLMmodel {
+    char* pathname;    // as given to glmReadOBJ; its directory holds the material library and the images
+    char* mtllibname;  // name of the material library, or null
+    std::uint32_t numvertices;
+    float* vertices;  // x, y, z of each position
+    std::uint32_t numnormals;
+    float* normals;  // x, y, z of each vertex normal, or null
+    std::uint32_t numtexcoords;
+    float* texcoords;  // u, v of each texture coordinate, or null
+    std::uint32_t numfacetnorms;
+    float* facetnorms;  // x, y, z of each facet normal, or null
+    std::uint32_t numtriangles;
+    GLMtriangle* triangles;  // all triangles of all groups, in file order
+    std::uint32_t nummaterials;
+    GLMmaterial* materials;  // entry 0 is the material "default"; or null
+    std::uint32_t numgroups;
+    GLMgroup* groups;  // newest group first
+    std::uint32_t numtextures;
+    GLMtexture* textures;  // one per distinct image name, or null
+};
+
+// ---- reading ----
+
+// Reads the OBJ file at `path` with its material library and texture images into a new model with facet
+// normals. Polygons become fans of triangles. Never null: every failure is fatal. The caller releases it with
+// glmDelete.
+GLMmodel* glmReadOBJ(const char* path);
+
+// Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's
+// materials. Fatal when it cannot be opened. Loads the diffuse texture images that it names (needs a GL
+// context then).
+void glmReadMTL(GLMmodel* model, const char* name);
+
+// Releases the model (not null), all it owns and its GL textures.
+void glmDelete(GLMmodel* model);
+
+// The group whose name equals `name` exactly, or null.
+GLMgroup* glmFindGroup(const GLMmodel* model, const char* name);
+
+// The group of that name; a new one without triangles becomes the head of the list.
+GLMgroup* glmAddGroup(GLMmodel* model, const char* name);
+
+// Index of the first material of that name (not null); warns and returns 0 when there is none.
+std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name);
+
+// Index of the texture of that image name, loaded from the directory of the model's pathname the first time
+// (with repeat, filtering and mipmaps). An image that cannot be read gets an entry with id 0, which draws
+// untextured.
+std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name);
+
+// ---- drawing (needs a GL context) ----
+
+// The mode word: what glmDraw sends, and what glmWriteOBJ writes, besides positions.
+constexpr int GLM_NONE = 0;
+constexpr int GLM_FLAT = 1;        // one facet normal per triangle
+constexpr int GLM_SMOOTH = 2;      // one vertex normal per corner
+constexpr int GLM_TEXTURE = 4;     // texture coordinates and the material's diffuse texture
+constexpr int GLM_COLOR = 8;       // the material's diffuse colour, with colour material enabled
+constexpr int GLM_MATERIAL = 16;   // the material's ambient, diffuse, specular and shininess
+constexpr int GLM_TWO_SIDED = 32;  // two-sided lighting
+
+// Draws the model (not null, with positions) in immediate mode as triangles, group by group, newest group
+// first. Per corner: normal, texture coordinate, position. Parts of the mode that the model cannot satisfy
+// are dropped with a warning. Materials whose diffuse alpha is below 1 are drawn in a second pass, added to
+// the picture (GL_SRC_ALPHA, GL_ONE) without depth writes. Leaves the colour-material switch, the enabled
+// texture target with its environment mode, two-sided lighting and the last bound texture as drawing set
+// them; blending and depth writes are reset after a second pass. Asserts that the indices it uses are in
+// range.
+void glmDraw(const GLMmodel* model, int mode);
+
+// Makes a display list of what glmDraw would draw and returns its name; the caller deletes it.
+std::uint32_t glmList(const GLMmodel* model, int mode);
+
+// ---- texture images ----
+
+// Target that textures are bound and uploaded to. The first texture load sets it to GL_TEXTURE_2D; choose
+// another one after that.
+extern std::uint32_t _glmTextureTarget;
+
+// Loads a raw PPM or PNG image as a GL texture and leaves it bound; images for GL_TEXTURE_2D are resampled to
+// powers of two. The factors become 1 for GL_TEXTURE_2D, the size in pixels for other targets. `alpha` has no
+// effect. Returns the GL name, or 0 with the factors untouched when no image was read.
+// Fatal for a pixel format other than RGB(A), BGR(A) and luminance, such as a grey image with alpha.
+std::uint32_t glmLoadTexture(const char* path, bool alpha, bool repeat, bool filtering, bool mipmaps,
+                             float* texcoord_width, float* texcoord_height);
+
+// Read an image into a new buffer of 8-bit samples without row padding, which the caller frees; null when the
+// file is not such an image. `format` becomes GL_RGB, GL_RGBA, GL_LUMINANCE or GL_LUMINANCE_ALPHA. Row order:
+// PPM as in the file (top row first), PNG bottom row first. `alpha` has no effect.
+unsigned char* glmReadPPM(const char* path, bool alpha, int* width, int* height, std::uint32_t* format);
+unsigned char* glmReadPNG(const char* path, bool alpha, int* width, int* height, std::uint32_t* format);
+
+// Asks the GL for its texture limits; the first texture load calls it.
+void glmImgInit();
+
+// 1 when the GL's extension list holds exactly `name`, else 0.
+int glmIsExtensionSupported(const char* name);
+
+// ---- vectors of three floats (none null) ----
+
+float glmMax(float a, float b);  // a when they are equal
+float glmAbs(float f);           // -0.0 stays -0.0
+float glmDot(const float* u, const float* v);
+void glmCross(const float* u, const float* v, float* n);  // n = u x v; n may be u or v
+// Scales v to length 1. A vector of length 0 stays as it is.
+void glmNormalize(float* v);
+// True when u and v differ by less than epsilon on each axis.
+bool glmEqual(const float* u, const float* v, float epsilon);
+
+// ---- geometry, in place ----
+
+// One unit normal per triangle: counter-clockwise seen from the front points at the viewer. The model (not
+// null) has positions. A triangle without area, or one whose normal overflows, gets (0, 0, 0).
+void glmFacetNormals(GLMmodel* model);

@@ -1,0 +1,414 @@
+// The OBJ reader. Two passes over the text: the first counts, creates the groups and reads the material
+// library; the second fills arrays of exactly the counted sizes.
+#include "glm/glm.h"
+
+#include "glm/glm_text.h"
+#include "glm/glm_util.h"
+
+#include <cstring>
+#include <new>
+#include <string_view>
+#include <unordered_map>
+
+namespace {
+
+struct GroupSlot {
+    GLMgroup* group;
+    std::uint32_t room;  // triangles that the first pass counted for it
+};
+
+struct ObjReader {
+    GLMmodel* model;
+    GLMtext text;
+    char token[GLM_TOKEN_SIZE];
+    const char* statement;  // where the current statement's token ends
+    std::unordered_map<std::string_view, GroupSlot> groups;
+    GroupSlot* group;        // current group
+    std::uint32_t material;  // current material
+};
+
+struct Corner {
+    std::uint32_t position = GLM_NO_INDEX;
+    std::uint32_t texcoord = GLM_NO_INDEX;
+    std::uint32_t normal = GLM_NO_INDEX;
+};
+
+struct CornerNumber {
+    std::string_view separator;  // in front of the number
+    std::uint32_t Corner::*index;
+};
+
+struct CornerForm {
+    const char* name;
+    int count;
+    CornerNumber numbers[3];
+};
+
+constexpr CornerForm POSITION_NORMAL = {"v//vn", 2, {{"", &Corner::position}, {"//", &Corner::normal}}};
+// The other forms; a first corner is of the first one that it matches whole.
+constexpr CornerForm FORMS[] = {
+    {"v/vt/vn", 3, {{"", &Corner::position}, {"/", &Corner::texcoord}, {"/", &Corner::normal}}},
+    {"v/vt", 2, {{"", &Corner::position}, {"/", &Corner::texcoord}}},
+    {"v", 1, {{"", &Corner::position}}},
+};
+
+[[noreturn]] void failAtStatement(const ObjReader& reader, const char* what) {
+    __glmFatalError("glmReadOBJ: %s in file \"%s\", line %u", what, reader.model->pathname,
+                    __glmLineNumber(reader.text, reader.statement));
+}
+
+void requireKeyword(const ObjReader& reader, const char* keyword) {
+    if (!std::string_view(reader.token).starts_with(keyword))
+        __glmFatalError("glmReadOBJ: Got \"%s\" instead of \"%s\"", reader.token, keyword);
+}
+
+bool nextStatement(ObjReader& reader) {
+    if (!__glmReadToken(reader.text, reader.token)) return false;
+    reader.statement = reader.text.at;
+    return true;
+}
+
+void readFirstWord(ObjReader& reader, char (&word)[GLM_TOKEN_SIZE]) {
+    char line[GLM_TOKEN_SIZE];
+    __glmReadLine(reader.text, line, sizeof line);
+    __glmFirstWord(line, word);
+}
+
+// ---- groups ----
+
+// A group's name is the rest of its line, the white space after the keyword included.
+void readGroupName(ObjReader& reader, char (&name)[GLM_TOKEN_SIZE]) {
+    __glmReadLine(reader.text, name, sizeof name);
+    std::size_t length = std::strlen(name);
+    if (length == 0 || name[length - 1] != '\n') return;
+    name[--length] = '\0';
+    if (length > 0 && name[length - 1] == '\r') name[length - 1] = '\0';
+}
+
+void selectOrAddGroup(ObjReader& reader, const char* name) {
+    auto found = reader.groups.find(name);
+    if (found == reader.groups.end()) {
+        GLMgroup* group = __glmNewGroup(reader.model, name);
+        found = reader.groups.emplace(group->name, GroupSlot{group, 0}).first;
+    }
+    reader.group = &found->second;
+}
+
+void selectGroup(ObjReader& reader, const char* name) {
+    const auto found = reader.groups.find(name);
+    if (found == reader.groups.end()) failAtStatement(reader, "\"g\" after another statement on its line");
+    reader.group = &found->second;
+}
+
+// ---- faces ----
+
+// Reads the numbers of a corner; returns how many were there.
+int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
+    for (int i = 0; i < form.count; ++i) {
+        const CornerNumber& number = form.numbers[i];
+        for (const char character : number.separator)
+            if (!__glmAccept(text, character)) return i;
+        std::int64_t value = 0;
+        if (!__glmReadInteger(text, value)) return i;
+        corner.*number.index = static_cast<std::uint32_t>(value);
+    }
+    return form.count;
+}
+
+[[noreturn]] void failAtCorner(const ObjReader& reader, const char* corner, const CornerForm& form) {
+    __glmFatalError("glmReadOBJ: Got \"%s\" instead of a corner \"%s\" in file \"%s\", line %u", corner,
+                    form.name, reader.model->pathname, __glmLineNumber(reader.text, reader.statement));
+}
+
+// Reads the first corner of a face, a token, which decides the form of the other corners.
+const CornerForm& readFirstCorner(ObjReader& reader, Corner& corner) {
+    char token[GLM_TOKEN_SIZE];
+    if (!__glmReadToken(reader.text, token)) failAtStatement(reader, "\"f\" with fewer than three corners");
+    const std::size_t length = std::strlen(token);
+    const auto matches = [&](const CornerForm& form) {
+        GLMtext text{nullptr, token, token, token + length};
+        corner = Corner();
+        if (readNumbers(text, form, corner) < form.count) return false;
+        if (!__glmAtWordEnd(text)) failAtCorner(reader, token, form);
+        return true;
+    };
+    if (std::strstr(token, "//") != nullptr) {
+        if (!matches(POSITION_NORMAL)) failAtCorner(reader, token, POSITION_NORMAL);
+        return POSITION_NORMAL;
+    }
+    for (const CornerForm& form : FORMS)
+        if (matches(form)) return form;
+    failAtCorner(reader, token, FORMS[0]);
+}
+
+// Reads a further corner. False when something else follows: the face ends there.
+bool readCorner(ObjReader& reader, const CornerForm& form, Corner& corner) {
+    corner = Corner();
+    GLMtext& text = reader.text;
+    __glmSkipWhite(text);
+    const char* start = text.at;
+    const int count = readNumbers(text, form, corner);
+    if (count == form.count && __glmAtWordEnd(text)) return true;
+    if (count == 0 &&
+        (start == text.end || std::strchr("0123456789+-/", *start) == nullptr || *start == '\0'))
+        return false;
+    text.at = start;
+    char token[GLM_TOKEN_SIZE];
+    __glmReadToken(text, token);
+    failAtCorner(reader, token, form);
+}
+
+// Reads a face and passes on its triangles, a fan around its first corner.
+template <typename Triangle>
+void readFace(ObjReader& reader, Triangle triangle) {
+    Corner corners[3];
+    const CornerForm& form = readFirstCorner(reader, corners[0]);
+    if (!readCorner(reader, form, corners[1]) || !readCorner(reader, form, corners[2]))
+        failAtStatement(reader, "\"f\" with fewer than three corners");
+    do {
+        triangle(corners);
+        corners[1] = corners[2];
+    } while (readCorner(reader, form, corners[2]));
+}
+
+// ---- first pass ----
+
+void readLibrary(ObjReader& reader) {
+    requireKeyword(reader, "mtllib");
+    char word[GLM_TOKEN_SIZE];
+    readFirstWord(reader, word);
+    char* name = __glmStrStrip(word);
+    if (name == nullptr) {
+        __glmWarning("glmReadOBJ: \"mtllib\" without a name ignored in file \"%s\"", reader.model->pathname);
+        return;
+    }
+    std::free(reader.model->mtllibname);
+    reader.model->mtllibname = name;
+    glmReadMTL(reader.model, name);
+}
+
+void countVector(ObjReader& reader) {
+    GLMmodel& model = *reader.model;
+    const std::string_view token = reader.token;
+    if (token == "v")
+        ++model.numvertices;
+    else if (token.starts_with("vn"))
+        ++model.numnormals;
+    else if (token.starts_with("vt"))
+        ++model.numtexcoords;
+    else
+        __glmFatalError("glmFirstPass(): Unknown token \"%s\".", reader.token);
+    __glmSkipLine(reader.text);
+}
+
+void countFace(ObjReader& reader) {
+    readFace(reader, [&](const Corner(&)[3]) {
+        ++reader.model->numtriangles;
+        ++reader.group->room;
+    });
+}
+
+void glmFirstPass(ObjReader& reader) {
+    selectOrAddGroup(reader, "default");
+    while (nextStatement(reader)) {
+        char name[GLM_TOKEN_SIZE];
+        switch (reader.token[0]) {
+        case 'v':
+            countVector(reader);
+            break;
+        case 'm':
+            readLibrary(reader);
+            break;
+        case 'u':
+            requireKeyword(reader, "usemtl");
+            __glmSkipLine(reader.text);
+            break;
+        case 'g':
+            readGroupName(reader, name);
+            selectOrAddGroup(reader, name);
+            break;
+        case 'f':
+            countFace(reader);
+            break;
+        default:
+            __glmSkipLine(reader.text);
+        }
+    }
+    for (auto& [name, slot] : reader.groups) slot.group->triangles = __glmArray<std::uint32_t>(slot.room);
+}
+
+// ---- second pass ----
+
+// What the second pass has filled so far. Text behind the numbers of a "v", "vn" or "vt" is read as a
+// statement here but skipped while counting, so every store is checked against the counts.
+struct Filled {
+    std::uint32_t vertices, normals, texcoords, triangles;
+};
+
+[[noreturn]] void failAtUncounted(const ObjReader& reader) {
+    failAtStatement(reader, "statement after another one on its line");
+}
+
+float* nextVector(const ObjReader& reader, float* array, int size, std::uint32_t& filled,
+                  std::uint32_t count) {
+    if (filled == count) failAtUncounted(reader);
+    return array + static_cast<std::size_t>(size) * ++filled;
+}
+
+void readVector(ObjReader& reader, float* vector, int size) {
+    for (int i = 0; i < size; ++i)
+        if (!__glmReadFloat(reader.text, vector[i])) failAtStatement(reader, "numbers that can't be read");
+}
+
+// A texture coordinate with one number lies on a one-dimensional image.
+void readTexcoord(ObjReader& reader, float* texcoord) {
+    readVector(reader, texcoord, 1);
+    if (!__glmReadFloat(reader.text, texcoord[1]))
+        __glmWarning("glmReadOBJ: \"vt\" with one number in file \"%s\", taken as v = 0",
+                     reader.model->pathname);
+}
+
+void fillVector(ObjReader& reader, Filled& filled) {
+    const GLMmodel& model = *reader.model;
+    switch (reader.token[1]) {
+    case '\0':
+        return readVector(reader, nextVector(reader, model.vertices, 3, filled.vertices, model.numvertices),
+                          3);
+    case 'n':
+        return readVector(reader, nextVector(reader, model.normals, 3, filled.normals, model.numnormals), 3);
+    case 't':
+        return readTexcoord(reader,
+                            nextVector(reader, model.texcoords, 2, filled.texcoords, model.numtexcoords));
+    default:
+        return __glmSkipLine(reader.text);
+    }
+}
+
+void selectMaterial(ObjReader& reader) {
+    char name[GLM_TOKEN_SIZE];
+    readFirstWord(reader, name);
+    if (name[0] == '\0') {
+        __glmWarning("glmReadOBJ: \"usemtl\" without a name in file \"%s\", taken as the default material",
+                     reader.model->pathname);
+        reader.material = 0;
+    } else {
+        reader.material = glmFindMaterial(reader.model, name);
+    }
+    GLMgroup& group = *reader.group->group;
+    if (group.material == 0 && group.numtriangles > 0) group.material = reader.material;
+}
+
+void fillFace(ObjReader& reader, Filled& filled) {
+    GLMgroup& group = *reader.group->group;
+    if (group.material == 0) group.material = reader.material;
+    readFace(reader, [&](const Corner(&corners)[3]) {
+        if (filled.triangles == reader.model->numtriangles || group.numtriangles == reader.group->room)
+            failAtUncounted(reader);
+        GLMtriangle& triangle = reader.model->triangles[filled.triangles];
+        for (int i = 0; i < 3; ++i) {
+            triangle.vindices[i] = corners[i].position;
+            triangle.nindices[i] = corners[i].normal;
+            triangle.tindices[i] = corners[i].texcoord;
+        }
+        triangle.findex = GLM_NO_INDEX;
+        triangle.material = reader.material;
+        group.triangles[group.numtriangles++] = filled.triangles++;
+    });
+}
+
+void glmSecondPass(ObjReader& reader) {
+    Filled filled{};
+    selectGroup(reader, "default");
+    while (nextStatement(reader)) {
+        char name[GLM_TOKEN_SIZE];
+        switch (reader.token[0]) {
+        case 'v':
+            fillVector(reader, filled);
+            break;
+        case 'u':
+            selectMaterial(reader);
+            break;
+        case 'g':
+            readGroupName(reader, name);
+            selectGroup(reader, name);
+            break;
+        case 'f':
+            fillFace(reader, filled);
+            break;
+        default:
+            __glmSkipLine(reader.text);
+        }
+    }
+    // Lines longer than a rest-of-line read can hold fewer statements here than counting took them for.
+    GLMmodel& model = *reader.model;
+    model.numvertices = filled.vertices;
+    model.numnormals = filled.normals;
+    model.numtexcoords = filled.texcoords;
+    model.numtriangles = filled.triangles;
+}
+
+// ---- the whole ----
+
+void makeArrays(GLMmodel& model) {
+    model.vertices = __glmArray<float>(3 * (model.numvertices + std::size_t{1}));
+    model.triangles = __glmArray<GLMtriangle>(model.numtriangles);
+    if (model.numnormals > 0) model.normals = __glmArray<float>(3 * (model.numnormals + std::size_t{1}));
+    if (model.numtexcoords > 0)
+        model.texcoords = __glmArray<float>(2 * (model.numtexcoords + std::size_t{1}));
+}
+
+void requireIndex(const char* kind, std::uint32_t triangle, std::uint32_t index, std::uint32_t count) {
+    if (index < 1 || index > count)
+        __glmFatalError("%s index for triangle %d out of bounds (%d > %d)\n", kind,
+                        static_cast<int>(triangle), static_cast<int>(index), static_cast<int>(count));
+}
+
+// Positions have no "none": an index written as -1 is out of bounds. A normal written as -1 is none; the
+// writer gives corners without a normal that form.
+void validateCorners(const GLMmodel& model) {
+    for (std::uint32_t i = 0; i < model.numtriangles; ++i) {
+        const GLMtriangle& triangle = model.triangles[i];
+        for (int corner = 0; corner < 3; ++corner) {
+            if (triangle.nindices[corner] != GLM_NO_INDEX)
+                requireIndex("normal", i, triangle.nindices[corner], model.numnormals);
+            requireIndex("vertex", i, triangle.vindices[corner], model.numvertices);
+        }
+    }
+}
+
+void validateFacets(const GLMmodel& model) {
+    for (std::uint32_t i = 0; i < model.numtriangles; ++i)
+        requireIndex("facet", i, model.triangles[i].findex, model.numfacetnorms);
+}
+
+void readModel(GLMmodel* model) {
+    ObjReader reader{.model = model,
+                     .text = {},
+                     .token = {},
+                     .statement = nullptr,
+                     .groups = {},
+                     .group = nullptr,
+                     .material = 0};
+    if (!__glmOpenText(model->pathname, reader.text))
+        __glmFatalError("glmReadOBJ() failed: can't open data file \"%s\".", model->pathname);
+    glmFirstPass(reader);
+    makeArrays(*model);
+    reader.text.at = reader.text.begin;
+    glmSecondPass(reader);
+}
+
+}  // namespace
+
+GLMmodel* glmReadOBJ(const char* path) {
+    auto* model = __glmArray<GLMmodel>(1);
+    model->pathname = __glmCopy(path);
+    try {
+        readModel(model);
+    } catch (const std::bad_alloc&) {
+        __glmFatalError("out of memory while reading \"%s\"", path);
+    }
+    validateCorners(*model);
+    glmFacetNormals(model);
+    validateFacets(*model);
+    return model;
+}

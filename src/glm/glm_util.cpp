@@ -1,0 +1,96 @@
+#include "glm/glm_util.h"
+
+#include <GL/glu.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr const char* WHITE_SPACE = " \t\n\r";
+
+void print(const char* prefix, const char* format, std::va_list values) {
+    std::fputs(prefix, stderr);
+    std::vfprintf(stderr, format, values);
+    std::fputc('\n', stderr);
+}
+
+char* copyOf(const char* text, std::size_t length) {
+    auto* copy = static_cast<char*>(std::malloc(length + 1));
+    if (copy == nullptr) return nullptr;
+    std::memcpy(copy, text, length);
+    copy[length] = '\0';
+    return copy;
+}
+
+}  // namespace
+
+void __glmWarning(const char* format, ...) {
+    std::va_list values;
+    va_start(values, format);
+    print("GLM: Warning: ", format, values);
+    va_end(values);
+}
+
+void __glmFatalError(const char* format, ...) {
+    std::va_list values;
+    va_start(values, format);
+    print("GLM: Fatal Error: ", format, values);
+    va_end(values);
+    std::exit(1);
+}
+
+void __glmFatalUsage(const char* format, ...) {
+    std::va_list values;
+    va_start(values, format);
+    print("GLM: Fatal API Usage: ", format, values);
+    va_end(values);
+    std::abort();
+}
+
+void __glmReportErrors() {
+    for (GLenum error = glGetError(); error != GL_NO_ERROR; error = glGetError())
+        __glmWarning("GL error: %s", reinterpret_cast<const char*>(gluErrorString(error)));
+}
+
+char* __glmStrdup(const char* string) { return copyOf(string, std::strlen(string)); }
+
+char* __glmStrStrip(const char* string) {
+    string += std::strspn(string, WHITE_SPACE);
+    std::size_t length = std::strlen(string);
+    while (length > 0 && std::strchr(WHITE_SPACE, string[length - 1]) != nullptr) --length;
+    return length > 0 ? copyOf(string, length) : nullptr;
+}
+
+char* __glmDirName(const char* path) {
+    const char* slash = std::strrchr(path, '/');
+    return copyOf(path, slash != nullptr ? static_cast<std::size_t>(slash - path) + 1 : 0);
+}
+
+void* __glmAllocate(std::size_t count, std::size_t size) {
+    void* memory = std::calloc(count > 0 ? count : 1, size);
+    if (memory == nullptr) __glmFatalError("out of memory (%zu x %zu bytes)", count, size);
+    return memory;
+}
+
+void* __glmReallocate(void* array, std::size_t count, std::size_t size) {
+    void* memory = reallocarray(array, count > 0 ? count : 1, size);
+    if (memory == nullptr) __glmFatalError("out of memory (%zu x %zu bytes)", count, size);
+    return memory;
+}
+
+char* __glmCopy(const char* string) {
+    char* copy = __glmStrdup(string);
+    if (copy == nullptr) __glmFatalError("out of memory (%zu bytes)", std::strlen(string) + 1);
+    return copy;
+}
+
+GLMstring __glmBeside(const char* path, const char* name) {
+    const GLMstring directory(__glmDirName(path));
+    const char* prefix = directory != nullptr ? directory.get() : "";
+    const std::size_t size = std::strlen(prefix) + std::strlen(name) + 1;
+    GLMstring result(__glmArray<char>(size));
+    std::snprintf(result.get(), size, "%s%s", prefix, name);
+    return result;
+}

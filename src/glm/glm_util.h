@@ -1,0 +1,59 @@
+// glm_util.h - what the files of the model library share: diagnostics, strings, memory, records
+//
+// Standard error only. The functions never return an error: what cannot go on ends the process.
+//
+// The leading underscores of these names are part of the library's interface, though C++ reserves them to the
+// implementation; no C or C++ library in use has names of this prefix.
+#pragma once
+
+#include "glm/glm.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+
+// Writes "GLM: Warning: ", the text and a line end.
+[[gnu::format(printf, 1, 2)]] void __glmWarning(const char* format, ...);
+// Writes "GLM: Fatal Error: ", the text and a line end; ends the process with status 1.
+[[noreturn, gnu::format(printf, 1, 2)]] void __glmFatalError(const char* format, ...);
+// Writes "GLM: Fatal API Usage: ", the text and a line end; aborts the process.
+[[noreturn, gnu::format(printf, 1, 2)]] void __glmFatalUsage(const char* format, ...);
+// Warns of each pending GL error. Needs a GL context.
+void __glmReportErrors();
+
+// New strings, which the caller frees.
+char* __glmStrdup(const char* string);  // null when memory is short
+char* __glmStrStrip(
+    const char* string);               // without surrounding blanks and line ends; null when nothing remains
+char* __glmDirName(const char* path);  // up to and including the last "/", or empty
+
+// Deleter of what malloc gave, for owners inside a function.
+struct __glmFree {
+    void operator()(void* memory) const { std::free(memory); }
+};
+using GLMstring = std::unique_ptr<char, __glmFree>;
+
+// `count` elements of `size` bytes, zeroed, never null; a failed allocation is a fatal error.
+void* __glmAllocate(std::size_t count, std::size_t size);
+template <typename T>
+T* __glmArray(std::size_t count) {
+    return static_cast<T*>(__glmAllocate(count, sizeof(T)));
+}
+
+// `array`, which may be null, with room for `count` elements; a failed allocation is a fatal error.
+void* __glmReallocate(void* array, std::size_t count, std::size_t size);
+template <typename T>
+T* __glmResize(T* array, std::size_t count) {
+    return static_cast<T*>(__glmReallocate(array, count, sizeof(T)));
+}
+
+// A copy for a record; a failed allocation is a fatal error.
+char* __glmCopy(const char* string);
+
+// The directory of `path` followed by `name`.
+GLMstring __glmBeside(const char* path, const char* name);
+
+// A new group without triangles at the head of the model's list, which holds no group of that name yet.
+GLMgroup* __glmNewGroup(GLMmodel* model, const char* name);
+
+void __glmFreeMaterials(GLMmodel* model);
