@@ -32,8 +32,8 @@ void stopServer() {
 [[noreturn]] void runServer(int displayFd, const std::string& screen) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     const std::string fd = std::to_string(displayFd);
-    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp", "-noreset",
-           nullptr);
+    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp",
+           "-noreset", nullptr);
     _exit(127);
 }
 
@@ -58,8 +58,7 @@ void startPrivateDisplay(int width, int height) {
     if (pipe(ends) != 0) fail("no pipe");
     owner = getpid();
     server = fork();
-    if (server == 0)
-        runServer(ends[1], std::to_string(width) + "x" + std::to_string(height) + "x24");
+    if (server == 0) runServer(ends[1], std::to_string(width) + "x" + std::to_string(height) + "x24");
     if (server < 0) fail("no process");
     close(ends[1]);
     const std::string number = readDisplayNumber(ends[0]);

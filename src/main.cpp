@@ -1,0 +1,259 @@
+// main.cpp - the demo: its loading chain, its timeline, and the road of one frame
+
+#include "fbo.h"
+#include "glm/glm.h"
+#include "picture.h"
+#include "ryl.h"
+#include "scenes/scenes.h"
+#include "textures.h"
+
+#include <GL/freeglut.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+
+namespace {
+
+// ---- What outlives a frame; one record, static in drawScene. Nothing is ever released.
+// --------------------------
+
+struct Demo {
+    // Loading. A step is done when its counter is not 0.
+    int loaded = 0;
+    int l_texture = 0, l_shader = 0, l_models = 0, l_music = 0, l_fbo = 0;
+    float progress = 0;  // length of the loading bar, scene units
+
+    // Timeline.
+    int queue = -1;             // the current scene; none while loading, after the last, or before the first
+    int songStartPosition = 0;  // where a start scene jumps to, ms of demo time
+    float loadingTime = 0;      // where the current scene starts, seconds of demo time
+
+    // Picture.
+    float gColor = 0;  // grey that the next frame clears the scene target to
+    float mblur = 0;   // weight of the pictures before in the motion blur
+
+    int FBO = 0;  // the scene target
+    unsigned textureBackground = 0, textureOverlay = 0, textureBlack = 0;
+    OpeningImages images = {};
+    GLMmodel* cube_model = nullptr;
+
+    // The scenes' own memory: the opening's zoom, and the floor pattern of each greetings scene.
+    float scale = 0;
+    int seed[3] = {100, 100, 100};
+};
+
+// ---- The timeline
+// -----------------------------------------------------------------------------------------------
+
+constexpr float WHITE = 1, BLACK = 0;
+
+struct Scene {
+    float sceneTime;  // length, seconds
+    float level;      // grey behind the scene: its pictures fade to it
+    float ground;     // grey, and alpha, of the empty scene target. Transparent black shows what is behind.
+    void (*draw)(const SceneFrame& frame, Demo& demo);
+};
+
+constexpr const char* GREETINGS[] = {
+    "hello you out there in front of the screen, lean back, turn up the sound and let a few thousand cubes say hi",
+    "greetings fly out to all who code at night, to pixel painters, chip musicians, shader tamers, bug hunters and dreamers",
+    "love to everyone who shares what they make         code, graphics and sound by the ryl crew, thank you for watching us",
+};
+
+void drawNothing(const SceneFrame&, Demo&) {}
+
+template <int index>
+void drawGreetings(const SceneFrame& frame, Demo& demo) {
+    drawCubeField(frame, GREETINGS[index], demo.seed[index]);
+}
+
+constexpr Scene TIMELINE[] = {
+    {10.4f, WHITE, WHITE, [](const SceneFrame& f, Demo& d) { drawRibbons(f, d.images, d.scale); }},
+    {20.4f, WHITE, BLACK, drawGreetings<0>},
+    {30.4f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, false); }},
+    {20.4f, WHITE, BLACK, drawGreetings<1>},
+    {25.0f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, true); }},
+    {25.4f, WHITE, BLACK, drawGreetings<2>},
+    {14, BLACK, BLACK, drawNothing},  // the end: CLOSING_S into it the program is over
+    {14, BLACK, BLACK, drawNothing},  // from here on only by "-s"
+    {14, BLACK, BLACK, drawNothing},
+    {14, BLACK, BLACK, drawNothing},
+};
+constexpr int SCENES = std::size(TIMELINE);
+constexpr int CLOSING_SCENE = 6;
+constexpr float CLOSING_S = 5;
+constexpr float REWIND_LIMIT_S = -3;  // a scene time below this hands back to the scene before
+constexpr float SCENE_BLUR = 0.2f;
+
+// ---- Loading: one step a frame, so that the bar moves between them
+// ----------------------------------------------
+
+void loadPictures(Demo& demo) {
+    demo.textureBackground = ryl_loadPNG("data/images/background.png");  // drawn by no scene
+    demo.textureOverlay = ryl_loadPNG("data/images/focus_overlay2.png");
+    demo.images.spheres = ryl_loadPNG("data/images/spheres.png");
+    demo.images.banner = ryl_loadPNG("data/images/banner.png");
+    demo.images.summer = ryl_loadPNG("data/images/summer.png");
+    demo.textureBlack = ryl_loadBlack();
+    demo.cube_model = glmReadOBJ("data/cubeobj.obj");
+}
+
+void loadSoundtrack(Demo&) { ryl_loadMusic("data/tune.mp3"); }
+
+void makeSceneTarget(Demo& demo) {
+    demo.FBO = ryl_loadFBO(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)));
+}
+
+struct LoadStep {
+    int Demo::*done;
+    void (*run)(Demo& demo);  // null: nothing to load
+};
+constexpr LoadStep LOADING[] = {
+    {&Demo::l_texture, loadPictures}, {&Demo::l_shader, nullptr},      {&Demo::l_models, nullptr},
+    {&Demo::l_music, loadSoundtrack}, {&Demo::l_fbo, makeSceneTarget},
+};
+
+// The full bar spans the window's width in pixels over 17, centred, whatever part of it the view shows.
+double barHalf() { return ryl_Get(1) / 34.0; }
+
+// Five steps supply five sixths of the bar, the growth of every frame the rest.
+void loadStep(Demo& demo) {
+    constexpr double GROWTH = 0.2;
+    const double full = 2 * barHalf();
+    for (const auto& [done, run] : LOADING) {
+        if ((demo.*done)++ != 0) continue;
+        if (run != nullptr) run(demo);
+        demo.progress = static_cast<float>(demo.progress + full / 6);
+        break;
+    }
+    if (full > demo.progress) demo.progress = static_cast<float>(demo.progress + GROWTH);
+}
+
+void drawBar(float progress) {
+    constexpr double STEP = 0.1;
+    glColor4f(1, 0, 0, 1);
+    glBegin(GL_TRIANGLE_STRIP);
+    for (auto x = static_cast<float>(-barHalf()); x < -barHalf() + progress;
+         x = static_cast<float>(x + STEP)) {
+        glVertex3f(x, 0.5f, 0);
+        glVertex3f(x, -0.5f, 0);
+    }
+    glEnd();
+}
+
+// Whole seconds of every scene before `queue`: a start scene begins a little before its place in the
+// soundtrack.
+int startPosition(int queue) {
+    int position = 0;
+    for (int i = 0; i < std::min(queue, SCENES); ++i)
+        position += static_cast<int>(TIMELINE[i].sceneTime) * 1000;
+    return position;
+}
+
+void startTimeline(Demo& demo) {
+    demo.queue = static_cast<int>(ryl_Get(4));
+    demo.loaded = 1;
+    for (const Scene& scene : TIMELINE) ryl_setDemoLength(scene.sceneTime);
+    ryl_startMusic();
+    if (demo.queue <= 0) return;
+    std::printf("## got queue %d\n", demo.queue);
+    demo.songStartPosition = startPosition(demo.queue);
+    std::printf("song start pos = %d\n", demo.songStartPosition);
+    ryl_skipTo(demo.songStartPosition);
+    demo.loadingTime = static_cast<float>(demo.songStartPosition / 1000);
+}
+
+void load(Demo& demo) {
+    loadStep(demo);
+    demo.mblur = 0;
+    drawBar(demo.progress);
+    if (demo.progress >= 2 * barHalf()) startTimeline(demo);
+}
+
+// ---- One frame
+// --------------------------------------------------------------------------------------------------
+//
+// Every clear uses the colour that was set before it: the scene target is cleared to the grey that the frame
+// before left in gColor, the window inside ryl_disableFBO to the grey that ryl_enableFBO set.
+
+void beginFrame(const Demo& demo) {
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    glClearColor(demo.gColor, demo.gColor, demo.gColor, demo.gColor);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glTranslatef(0, 0, -50);
+}
+
+// Binds the scene target. Returns its texture.
+unsigned beginScene(Demo& demo, float level) {
+    demo.gColor = level;
+    demo.mblur = SCENE_BLUR;
+    return ryl_enableFBO(demo.FBO, demo.gColor, demo.gColor, demo.gColor);
+}
+
+// Draws the scene's picture on the window, fading out over its last second; the white scenes stand between
+// black bands and under the overlay, the black ones alone.
+void composite(const Demo& demo, const Scene& scene, float t, unsigned picture) {
+    constexpr float BLACK_FADE_S = 13;
+    const bool full = scene.level == WHITE;
+    const float grey = 0.1f * demo.gColor;
+    ryl_disableFBO(ryl_Get(1), ryl_Get(2), grey, grey, grey);
+    glClearColor(0, 0, 0, 1);
+    glColor4f(1, 1, 1, (full ? scene.sceneTime : BLACK_FADE_S) - t);
+    ryl_draw2DTexture(0, 0, 0, 48, 17.1f, picture);
+    if (!full) return;
+    // Just behind the picture, hidden by it, and just before it.
+    ryl_draw2DTexture(0, 0, 0.1f, 100, 100, demo.textureBlack);
+    ryl_draw2DTexture(0, 0, -0.1f, 37.5f, 17.202f, demo.textureOverlay);
+}
+
+void handOver(Demo& demo, int k, float t) {
+    if (t > TIMELINE[k].sceneTime) {
+        demo.queue += 1;
+        demo.loadingTime += TIMELINE[k].sceneTime;
+    }
+    if (t < REWIND_LIMIT_S) {
+        demo.queue -= 1;
+        if (k > 0) demo.loadingTime -= TIMELINE[k - 1].sceneTime;
+    }
+}
+
+void playScene(Demo& demo, int k) {
+    const Scene& scene = TIMELINE[k];
+    const auto t = static_cast<float>(ryl_Get(5) / 1000.0 - demo.loadingTime);
+    const unsigned picture = beginScene(demo, scene.level);
+    scene.draw({t, demo.cube_model}, demo);
+    demo.gColor = scene.ground;
+    composite(demo, scene, t, picture);
+    if (k == CLOSING_SCENE && t > CLOSING_S) std::exit(0);
+    handOver(demo, k, t);
+}
+
+void endFrame(const Demo& demo) {
+    if (ryl_Get(6) != 0) {
+        glColor3f(1, 0, 0);
+        ryl_infoText(-35, -20);
+    }
+    ryl_blendPicture(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)), demo.mblur);
+    glutSwapBuffers();
+}
+
+// The display callback. A scene that hands over lets the next one draw in the same frame; one that hands back
+// waits for the next frame.
+void drawScene() {
+    static Demo demo;
+    beginFrame(demo);
+    if (demo.loaded == 0) load(demo);
+    for (int k = 0; k < SCENES; ++k)
+        if (demo.queue == k) playScene(demo, k);
+    endFrame(demo);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    ryl_init(argc, argv, drawScene);
+    return 0;
+}

@@ -1,0 +1,104 @@
+#include "noise.h"
+
+#include <array>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <span>
+
+namespace {
+
+// In two's complement, so that the neighbours of the outermost lattice points exist.
+int plus(int x, unsigned step) { return static_cast<int>(static_cast<unsigned>(x) + step); }
+int next(int x) { return plus(x, 1); }
+int previous(int x) { return plus(x, UINT_MAX); }
+
+// What the processor gives for a float outside the int range is made the rule here: INT_MIN.
+int truncated(float x) {
+    constexpr float LIMIT = 2147483648.0f;
+    return x > -LIMIT && x < LIMIT ? static_cast<int>(x) : INT_MIN;
+}
+
+float fraction(float x, int whole) { return static_cast<float>(static_cast<double>(x) - whole); }
+
+// Left to right, rounded after each addition.
+float singlePrecisionSum(std::span<const float> terms) {
+    float sum = 0;
+    for (const float term : terms) sum = static_cast<float>(static_cast<double>(sum) + term);
+    return sum;
+}
+
+}  // namespace
+
+float ryl_noise(int x, int y, int seed) {
+    constexpr double SCALE = 1.0 / (1U << 30U);
+    std::uint32_t n = static_cast<std::uint32_t>(x) + 57U * static_cast<std::uint32_t>(y) +
+                      131U * static_cast<std::uint32_t>(seed);
+    n ^= n << 13U;
+    const std::uint32_t r = ((n * n * 15731U + 789221U) * n + 1376312589U) & 0x7fffffffU;
+    return static_cast<float>(1.0 - r * SCALE);
+}
+
+float ryl_smoothed1DNoise(int x, int seed) {
+    const auto point = static_cast<float>(ryl_noise(x, 0, seed) / 2.0);
+    const auto left = static_cast<float>(ryl_noise(previous(x), 0, seed) / 4.0 + point);
+    return static_cast<float>(ryl_noise(next(x), 0, seed) / 4.0 + left);
+}
+
+float ryl_smoothed2DNoise(int x, int y, int seed) {
+    const int left = previous(x), right = next(x), below = previous(y), above = next(y);
+    const std::array cornerPoints = {ryl_noise(left, below, seed), ryl_noise(right, below, seed),
+                                     ryl_noise(left, above, seed), ryl_noise(right, above, seed)};
+    const std::array sidePoints = {ryl_noise(left, y, seed), ryl_noise(right, y, seed),
+                                   ryl_noise(x, below, seed), ryl_noise(x, above, seed)};
+    const auto corners = static_cast<float>(singlePrecisionSum(cornerPoints) / 16.0);
+    const auto sides = static_cast<float>(singlePrecisionSum(sidePoints) / 8.0);
+    const auto centre = static_cast<float>(ryl_noise(x, y, seed) / 4.0);
+    return static_cast<float>(static_cast<double>(corners) + sides + centre);
+}
+
+float ryl_1DcosInterpolate(float a, float b, float t) {
+    // Not the full-precision pi: part of the values.
+    constexpr double HALF_TURN = 3.14159265;
+    const auto angle = static_cast<float>(t * HALF_TURN);
+    const auto f = static_cast<float>((1.0 - std::cos(static_cast<double>(angle))) * 0.5);
+    return static_cast<float>((1.0 - f) * a + static_cast<double>(b) * f);
+}
+
+float ryl_1D_CosNoise(float x, int seed) {
+    const int i = truncated(x);
+    return ryl_1DcosInterpolate(ryl_smoothed1DNoise(i, seed), ryl_smoothed1DNoise(next(i), seed),
+                                fraction(x, i));
+}
+
+float ryl_2D_CosNoise(float x, float y, int seed) {
+    const int ix = truncated(x), iy = truncated(y);
+    const float fx = fraction(x, ix), fy = fraction(y, iy);
+    const float p = ryl_smoothed2DNoise(ix, iy, seed);
+    const float q = ryl_smoothed2DNoise(next(ix), iy, seed);
+    const float r = ryl_smoothed2DNoise(ix, next(iy), seed);
+    const float s = ryl_smoothed2DNoise(next(ix), next(iy), seed);
+    const float lower = ryl_1DcosInterpolate(p, q, fx);
+    const float upper = ryl_1DcosInterpolate(r, s, fx);
+    return ryl_1DcosInterpolate(lower, upper, fy);
+}
+
+float ryl_perlin2DNoise(float x, float y, int seed) {
+    struct Octave {
+        float frequency, amplitude;
+    };
+    // Frequency i XOR 2 and amplitude i XOR 3 for octave i, not powers: the last octave is a constant.
+    constexpr std::array<Octave, 3> OCTAVES = {{{2, 3}, {3, 2}, {0, 1}}};
+    float total = 0;
+    for (const auto& [frequency, amplitude] : OCTAVES) {
+        const auto noise = static_cast<double>(ryl_2D_CosNoise(x * frequency, y * frequency, seed));
+        total = static_cast<float>(total + noise * amplitude);
+    }
+    return total;
+}
+
+float ryl_random(void) {
+    static std::uint32_t calls = 0;
+    const int k = static_cast<int>(calls++);
+    return ryl_noise(k, k, k);
+}

@@ -1,0 +1,21 @@
+// picture.h - the picture last drawn: blended into the next one (motion blur), and read back
+//
+//   ryl_blendPicture(width, height, 0.2f);   // last thing before the buffer swap
+//
+// Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer.
+// Leaves   all GL state as it was, but for the texture bound to GL_TEXTURE_2D.
+// Never    reads the window after a swap: a driver that flips its buffers instead of copying them leaves an
+// older
+//          picture, or nothing, in the back buffer, and the front buffer lacks what other windows cover. The
+//          kept copy is the picture on every driver.
+#pragma once
+
+// Replaces the picture in the back buffer, lower left width x height pixels, by (1 - weight) times itself
+// plus `weight` (0 to 1) times the picture kept by the call before, in the 8-bit values of the screen; then
+// keeps the result. So after white, black frames at weight 0.2 read 51, 10, 2, 0. The first call, and the
+// first after the size has changed, only keeps.
+void ryl_blendPicture(int width, int height, float weight);
+
+// Binds the kept picture's framebuffer for reading and returns true; returns false and binds nothing while no
+// picture is kept. Bind framebuffer 0 when done.
+bool ryl_bindPicture(void);

@@ -1,0 +1,456 @@
+#include "ryl.h"
+
+#include "ryl_sound.h"
+#include "system.h"
+#include "textures.h"
+
+#include <GL/glew.h>
+// GLEW before anything that includes gl.h.
+#include <FTGL/ftgl.h>
+#include <GL/freeglut.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string>
+
+int SOUND_ON = 1;
+int CAPTURE = 0;
+int CAPTURE_CLEVEL = 0;
+int CAPTURE_W = 0;
+int CAPTURE_H = 0;
+int S_SCENE = 0;
+
+int ryl_globalX = 0;
+int ryl_globalY = 0;
+unsigned SONGLENGTH = 0;
+int SOUND_PAUSED = 0;
+int SOUND_MUTE_PAUSE = 0;
+int SOUND_MUTE_TIMER = 0;
+int SOUND_MUTE_START = 0;
+int CAPTURE_TIMER = 0;
+int DEMO_LENGTH = 0;
+float SCENE_TIME[MAX_SCENES] = {};
+
+FMOD_SYSTEM* system0 = nullptr;
+unsigned version0 = 0;
+FMOD_SOUND* sound0 = nullptr;
+FMOD_CHANNEL* channel0 = nullptr;
+
+namespace {
+
+constexpr int TICK_MS = 25;    // timer period; one step of the capture and silent clocks
+constexpr int SEEK_MS = 1000;  // one press of an arrow key
+constexpr int DEFAULT_WIDTH = 640, DEFAULT_HEIGHT = 480;
+constexpr char DEFAULT_MODE[] = "1280x800:32@75";
+constexpr int MAX_SIDE = 16384;  // pixels; the largest texture that today's GLs offer throughout
+constexpr char FONT_FILE[] = "tools/crounded.ttf";
+constexpr unsigned FONT_RESOLUTION = 72;  // dpi: a point is a pixel, or a scene unit
+
+enum class Mode { sound, silent, capture };
+
+Mode mode() {
+    if (CAPTURE != 0) return Mode::capture;
+    return SOUND_ON != 0 ? Mode::sound : Mode::silent;
+}
+
+// ---- Start-up
+// ---------------------------------------------------------------------------------------------------
+
+struct Screen {
+    int width = 0, height = 0;  // pixels; a window's size
+    bool full = true;
+    std::string mode;  // for GLUT's game mode
+};
+
+// Tests one argument against every option. `value` is the argument after it, null at the end; it is not
+// consumed, so the caller goes on with it as an option.
+void readOption(const char* option, const char* value, Screen& screen) {
+    const auto is = [option](const char* name) { return std::strcmp(option, name) == 0; };
+    if (is("-w") && screen.width == 0 && value != nullptr) CAPTURE_W = screen.width = std::atoi(value);
+    if (is("-h") && screen.height == 0 && value != nullptr) CAPTURE_H = screen.height = std::atoi(value);
+    if (is("-nf")) screen.full = false;
+    if (is("-m")) SOUND_ON = 0;
+    if (is("-c")) {
+        if (value == nullptr) {
+            std::puts("[!] -c <compressionlevel 0-9>");
+            std::exit(-1);
+        }
+        CAPTURE_CLEVEL = std::atoi(value);
+        CAPTURE = 1;
+    }
+    if (is("-s") && value != nullptr) S_SCENE = std::atoi(value);
+}
+
+// Sizes that no window or capture can have: what is not positive falls back to the default, what no GL can
+// draw ends the program.
+void checkSizes(Screen& screen) {
+    if (screen.width > MAX_SIDE || screen.height > MAX_SIDE || CAPTURE_W > MAX_SIDE || CAPTURE_H > MAX_SIDE) {
+        std::printf("[!] %d x %d is too large, a picture has at most %d x %d pixels\n", CAPTURE_W, CAPTURE_H,
+                    MAX_SIDE, MAX_SIDE);
+        std::exit(-1);
+    }
+    const bool noWindow = screen.width < 0 || screen.height < 0;
+    const bool noCapture = CAPTURE != 0 && (CAPTURE_W <= 0 || CAPTURE_H <= 0);
+    if (noWindow || noCapture) {
+        std::printf("[/] %d x %d is no size for a picture, taking %d x %d\n", CAPTURE_W, CAPTURE_H,
+                    DEFAULT_WIDTH, DEFAULT_HEIGHT);
+    }
+    if (noWindow) {
+        screen.width = DEFAULT_WIDTH;
+        screen.height = DEFAULT_HEIGHT;
+    }
+    if (noCapture) {
+        CAPTURE_W = DEFAULT_WIDTH;
+        CAPTURE_H = DEFAULT_HEIGHT;
+    }
+}
+
+void chooseResolution(Screen& screen) {
+    if (screen.width != 0 && screen.height != 0) {
+        screen.mode = std::to_string(screen.width) + "x" + std::to_string(screen.height) + ":32@75";
+        std::printf("[*] Resolution set to %s\n", screen.mode.c_str());
+    } else {
+        screen.width = DEFAULT_WIDTH;
+        screen.height = DEFAULT_HEIGHT;
+        screen.mode = DEFAULT_MODE;
+        std::puts("[*] Resolution set to default becouse nothing else was given");
+    }
+    checkSizes(screen);
+}
+
+void openWindow(const Screen& screen) {
+    glutInitWindowSize(screen.width, screen.height);
+    glutCreateWindow("ryl-framework");
+}
+
+// Many screens lack the mode asked for; then the screen's own mode serves, in a window that fills it.
+void openFullScreen(const Screen& screen) {
+    glutGameModeString(screen.mode.c_str());
+    if (glutEnterGameMode() > 0) {
+        // Whatever ends the program, the viewer gets the desktop's own mode back.
+        std::atexit([] { glutLeaveGameMode(); });
+        return;
+    }
+    std::printf("[/] no game mode %s on this screen, taking a full-screen window\n", screen.mode.c_str());
+    openWindow(screen);
+    glutFullScreen();
+}
+
+// ---- Frames in step with ticks
+// ----------------------------------------------------------------------------------
+
+// Captured frames must not depend on when the window system asks for a repaint or how late the first one
+// comes: in capture mode the content draws once before the first tick and once after each tick, never more,
+// never less.
+void (*contentDisplay)(void) = nullptr;
+bool frameDue = true;  // no frame drawn since the last tick
+
+void displayFrame() {
+    if (mode() == Mode::capture && !frameDue) return;
+    frameDue = false;
+    contentDisplay();
+}
+
+bool isAwaitingFrame() { return contentDisplay != nullptr && frameDue; }
+
+// ---- Keys
+// -------------------------------------------------------------------------------------------------------
+
+void showPaused(bool paused) { glutSetCursor(paused ? GLUT_CURSOR_CROSSHAIR : GLUT_CURSOR_NONE); }
+
+void togglePause() {
+    if (mode() == Mode::silent) {
+        SOUND_MUTE_PAUSE = SOUND_MUTE_PAUSE == 0 ? 1 : 0;
+        showPaused(SOUND_MUTE_PAUSE != 0);
+        return;
+    }
+    if (channel0 == nullptr) return;
+    FMOD_BOOL paused = 0;
+    FMOD_Channel_GetPaused(channel0, &paused);
+    FMOD_Channel_SetPaused(channel0, paused == 0 ? 1 : 0);
+    SOUND_PAUSED = paused == 0 ? 1 : 0;
+    showPaused(SOUND_PAUSED != 0);
+}
+
+void setSoundPosition(int ms) {
+    FMOD_Channel_SetPosition(channel0, static_cast<unsigned>(ms), FMOD_TIMEUNIT_MS);
+}
+
+// ---- Text
+// -------------------------------------------------------------------------------------------------------
+
+FTGL::FTGLfont* polygonFont() {
+    constexpr unsigned FACE_SIZE = 4;
+    static int loaded = 0;
+    static FTGL::FTGLfont* font = nullptr;
+    if (loaded == 0) {
+        ++loaded;
+        font = FTGL::ftglCreatePolygonFont(FONT_FILE);
+        if (font != nullptr) FTGL::ftglSetFontFaceSize(font, FACE_SIZE, FONT_RESOLUTION);
+    }
+    return font;
+}
+
+}  // namespace
+
+void ryl_init(int argc, char** argv, void (*display)(void)) {
+    // A reader on a pipe sees each line when it is printed.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    ryl_systemCheck(0);
+    Screen screen;
+    for (int i = 1; i < argc; ++i) readOption(argv[i], i + 1 < argc ? argv[i + 1] : nullptr, screen);
+    chooseResolution(screen);
+
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_RGBA | GLUT_DOUBLE | GLUT_DEPTH);
+    if (screen.full)
+        openFullScreen(screen);
+    else
+        openWindow(screen);
+    ryl_initRendering();
+
+    contentDisplay = display;
+    glutDisplayFunc(displayFrame);
+    glutKeyboardFunc(ryl_handleKeypress);
+    glutSpecialFunc(ryl_handleSpecialKeys);
+    glutReshapeFunc(ryl_handleResize);
+    glutTimerFunc(TICK_MS, ryl_update, 0);
+    glutMainLoop();
+}
+
+void ryl_initRendering(void) {
+    glutSetCursor(GLUT_CURSOR_NONE);
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_COLOR_MATERIAL);
+    glEnable(GL_NORMALIZE);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glewInit();
+}
+
+void ryl_fmod_errcheck(FMOD_RESULT result) {
+    if (result == FMOD_OK) return;
+    std::printf("[!] FMOD error! (%d) %s\n", static_cast<int>(result), FMOD_ErrorString(result));
+    std::exit(-1);
+}
+
+void ryl_loadMusic(const char* filename) {
+    if (mode() != Mode::sound) return;
+    ryl_fmod_errcheck(FMOD_System_Create(&system0));
+    ryl_fmod_errcheck(FMOD_System_GetVersion(system0, &version0));
+    ryl_fmod_errcheck(FMOD_System_Init(system0, 1, FMOD_INIT_NORMAL, nullptr));
+    ryl_fmod_errcheck(FMOD_System_CreateSound(system0, filename, FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM,
+                                              nullptr, &sound0));
+}
+
+void ryl_startMusic(void) {
+    if (mode() == Mode::capture) return;
+    if (mode() == Mode::silent) {
+        ++SOUND_MUTE_START;
+        return;
+    }
+    if (system0 == nullptr) {
+        std::puts("[/] No soundfile loaded.");
+        return;
+    }
+    FMOD_Sound_GetLength(sound0, &SONGLENGTH, FMOD_TIMEUNIT_MS);
+    ryl_fmod_errcheck(FMOD_System_PlaySound(system0, FMOD_CHANNEL_FREE, sound0, 0, &channel0));
+}
+
+void ryl_skipTo(int ms) {
+    if (mode() == Mode::capture) return;
+    if (mode() == Mode::silent) {
+        SOUND_MUTE_TIMER = ms;
+        return;
+    }
+    if (SONGLENGTH == 0 || ms < 0 || ms > static_cast<int>(SONGLENGTH)) return;
+    setSoundPosition(ms);
+}
+
+int ryl_getTime(void) {
+    switch (mode()) {
+    case Mode::silent:
+        return SOUND_MUTE_TIMER;
+    case Mode::capture:
+        return CAPTURE_TIMER;
+    case Mode::sound:
+        break;
+    }
+    unsigned position = 0;
+    if (channel0 != nullptr) FMOD_Channel_GetPosition(channel0, &position, FMOD_TIMEUNIT_MS);
+    return static_cast<int>(position);
+}
+
+void ryl_setDemoLength(float seconds) {
+    static int sceneid = 0;
+    SCENE_TIME[sceneid] = seconds;
+    // Rounded down scene by scene, from the single-precision length: 20.4 s adds 20399 ms.
+    DEMO_LENGTH = 0;
+    for (int i = 0; i <= sceneid; ++i)
+        DEMO_LENGTH = static_cast<int>(DEMO_LENGTH + static_cast<double>(SCENE_TIME[i]) * 1000.0);
+    std::printf("DEV: DEMO_LENGTH = %d SCENE_TIME[%d] = %f\n", DEMO_LENGTH, sceneid,
+                static_cast<double>(SCENE_TIME[sceneid]));
+    ++sceneid;
+}
+
+float ryl_Get(int selector) {
+    constexpr float ASPECT = 16.0f / 9.0f;
+    switch (selector) {
+    case 1:
+        return static_cast<float>(CAPTURE != 0 ? CAPTURE_W : ryl_globalX);
+    case 2:
+        return static_cast<float>(CAPTURE != 0 ? CAPTURE_H : ryl_globalY);
+    case 3:
+        return ASPECT;
+    case 4:
+        return static_cast<float>(S_SCENE);
+    case 5:
+        return static_cast<float>(ryl_getTime());
+    case 6:
+        return static_cast<float>(SOUND_ON == 1 ? SOUND_PAUSED : SOUND_MUTE_PAUSE);
+    default:
+        return std::numeric_limits<float>::quiet_NaN();
+    }
+}
+
+void ryl_handleKeypress(unsigned char key, int, int) {
+    constexpr unsigned char ESCAPE = 27;
+    switch (key) {
+    case ' ':
+        togglePause();
+        break;
+    case 's':
+        ryl_screenshot(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)), "screenshot.png", 0);
+        break;
+    case ESCAPE:
+        glutLeaveGameMode();
+        std::exit(0);
+    default:
+        break;
+    }
+}
+
+void ryl_handleSpecialKeys(int key, int, int) {
+    const int time = ryl_getTime();
+    if (mode() == Mode::capture) return;
+    const bool silent = mode() == Mode::silent;
+    if (key == GLUT_KEY_LEFT) {
+        const int back = std::max((silent ? SOUND_MUTE_TIMER : time) - SEEK_MS, 0);
+        if (silent)
+            SOUND_MUTE_TIMER = back;
+        else
+            setSoundPosition(back);
+    }
+    if (key == GLUT_KEY_RIGHT) {
+        const int forward = time + SEEK_MS;
+        if (silent)
+            SOUND_MUTE_TIMER += SEEK_MS;
+        else if (forward < static_cast<int>(SONGLENGTH) && forward < DEMO_LENGTH)
+            setSoundPosition(forward);
+    }
+}
+
+void ryl_handleResize(int width, int height) {
+    constexpr double FIELD_OF_VIEW = 45.0, ASPECT = 16.0 / 9.0, NEAR = 1.0, FAR = 200.0;
+    ryl_globalX = CAPTURE != 0 ? CAPTURE_W : width;
+    ryl_globalY = CAPTURE != 0 ? CAPTURE_H : height;
+    glViewport(0, 0, ryl_globalX, ryl_globalY);
+    glMatrixMode(GL_PROJECTION);
+    glClear(GL_DEPTH_BUFFER_BIT);
+    glLoadIdentity();
+    gluPerspective(FIELD_OF_VIEW, ASPECT, NEAR, FAR);
+}
+
+void ryl_update(int) {
+    static int capture_id = 0;
+    if (mode() == Mode::capture) {
+        if (isAwaitingFrame()) {
+            glutTimerFunc(1, ryl_update, 0);
+            return;
+        }
+        CAPTURE_TIMER += TICK_MS;
+        ++capture_id;
+        const std::string name = "capture/" + std::to_string(capture_id) + ".png";
+        ryl_screenshot(CAPTURE_W, CAPTURE_H, name.c_str(), CAPTURE_CLEVEL);
+        std::printf("[CAPTURE] frame %d\n", capture_id);
+    }
+    // In capture mode the silent clock stays still by itself: nothing releases it there.
+    if (SOUND_ON == 0 && SOUND_MUTE_START != 0 && SOUND_MUTE_PAUSE == 0) SOUND_MUTE_TIMER += TICK_MS;
+    frameDue = true;
+    glutPostRedisplay();
+    glutTimerFunc(TICK_MS, ryl_update, 0);
+}
+
+void ryl_infoText(float x, float y) {
+    constexpr unsigned FACE_SIZE = 20;
+    FTGL::FTGLfont* font = FTGL::ftglCreatePixmapFont(FONT_FILE);
+    if (font != nullptr) {
+        const std::string text = "PAUSED | Time: " + std::to_string(ryl_getTime()) + "ms";
+        FTGL::ftglSetFontFaceSize(font, FACE_SIZE, FONT_RESOLUTION);
+        // The raster position takes the current colour, and the line lies over whatever the frame holds
+        // there.
+        glRasterPos2f(x, y);
+        glDisable(GL_DEPTH_TEST);
+        FTGL::ftglRenderFont(font, text.c_str(), FTGL::RENDER_ALL);
+        glEnable(GL_DEPTH_TEST);
+        FTGL::ftglDestroyFont(font);
+    }
+    std::printf("PAUSED AT : %dms\n", ryl_getTime());
+}
+
+void ryl_draw2DTexture(float x, float y, float z, float halfWidth, float halfHeight, unsigned texture) {
+    glPushMatrix();
+    glRotatef(180, 1, 0, 0);
+    glTranslatef(-x, -y, z);
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glBegin(GL_QUADS);
+    glTexCoord2f(0, 0);
+    glVertex3f(-halfWidth, halfHeight, 0);
+    glTexCoord2f(1, 0);
+    glVertex3f(halfWidth, halfHeight, 0);
+    glTexCoord2f(1, 1);
+    glVertex3f(halfWidth, -halfHeight, 0);
+    glTexCoord2f(0, 1);
+    glVertex3f(-halfWidth, -halfHeight, 0);
+    glEnd();
+    glDisable(GL_TEXTURE_2D);
+    glPopMatrix();
+}
+
+void ryl_drawPolygonText(const char* text, float x, float y, float z) {
+    FTGL::FTGLfont* font = polygonFont();
+    glPushMatrix();
+    glTranslatef(x, y, z);
+    if (font != nullptr) FTGL::ftglRenderFont(font, text, FTGL::RENDER_ALL);
+    glPopMatrix();
+}
+
+void ryl_typeWriterText(const char* text, float x, float y, float z) {
+    constexpr int MS_PER_CHARACTER = 100;
+    static std::string saved_str;
+    static unsigned len = 0;
+    static int startTime = 0;
+    static int loaded = 0;
+
+    const int elapsed = ryl_getTime() - startTime;
+    const std::size_t length = std::strlen(text);
+    if (len != length) loaded = 0;
+    if (loaded == 0) {
+        len = static_cast<unsigned>(length);
+        saved_str = text;
+        startTime = ryl_getTime();
+        loaded = 1;
+        return;
+    }
+    const int writingPos = std::min(elapsed / MS_PER_CHARACTER, static_cast<int>(len));
+    if (writingPos < 0) return;
+    const std::string printstr = saved_str.substr(0, static_cast<std::size_t>(writingPos));
+    ryl_drawPolygonText(printstr.c_str(), x, y, z);
+}

@@ -1,0 +1,19 @@
+// swarm.h - what both cube designs share: the white fog under light 0, and the swarm
+//
+// Needs    what scenes.h needs. Never keeps anything between calls.
+#pragma once
+
+#include "glm/glm.h"
+
+// Switches light 0 and the fog on: white, so that what is far away melts into the white ground.
+void enterWhiteFog();
+
+// Switches the fog off and polygons back to filled. Light 0 is the caller's to switch off.
+void leaveWhiteFog();
+
+// The noise of the formulas, x and y rounded to float.
+float noise(double x, double y, int seed);
+
+// A hundred small cubes that drift and turn on noise paths within about +-50 units, each in the colour of its
+// own axis. t: scene seconds.
+void drawSwarm(GLMmodel* cube, double t);

@@ -1,0 +1,216 @@
+#include "textures.h"
+
+#include "picture.h"
+#include "system.h"
+
+#include <GL/glew.h>
+#include <gd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace {
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+struct DestroyImage {
+    void operator()(gdImage* image) const { gdImageDestroy(image); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+using Image = std::unique_ptr<gdImage, DestroyImage>;
+using Bytes = std::unique_ptr<unsigned char[]>;
+
+// Null when the memory cannot be had.
+Bytes allocateBytes(std::size_t count) { return Bytes(new (std::nothrow) unsigned char[count]); }
+
+GLuint uploadTexture(int width, int height, GLenum format, const unsigned char* texels) {
+    constexpr GLint COMPONENTS = 4;
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    // Rows of three-byte texels have no padding; the GL reads rows of whole words unless it is told.
+    GLint alignment = 0;
+    glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, COMPONENTS, width, height, 0, format, GL_UNSIGNED_BYTE, texels);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    return texture;
+}
+
+// R, G, B, A bytes, row 0 first. Null when the memory cannot be had.
+Bytes texelsFromImage(gdImage* image, int width, int height) {
+    constexpr int OPAQUE_ALPHA = 255;
+    constexpr int GD_ALPHA_RANGE = 127;
+    Bytes texels = allocateBytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
+    if (!texels) return texels;
+    unsigned char* texel = texels.get();
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const int pixel = gdImageGetPixel(image, x, y);
+            const int alpha = (GD_ALPHA_RANGE - gdImageAlpha(image, pixel)) * OPAQUE_ALPHA / GD_ALPHA_RANGE;
+            *texel++ = static_cast<unsigned char>(gdImageRed(image, pixel));
+            *texel++ = static_cast<unsigned char>(gdImageGreen(image, pixel));
+            *texel++ = static_cast<unsigned char>(gdImageBlue(image, pixel));
+            *texel++ = static_cast<unsigned char>(alpha);
+        }
+    }
+    return texels;
+}
+
+struct TgaHeader {
+    int width, height;  // pixels
+    int depth;          // bits per pixel
+};
+
+// The first 18 bytes of the file, of which only width, height and depth may vary. False for any other file.
+bool readTgaHeader(std::FILE* file, TgaHeader& header) {
+    constexpr std::array<unsigned char, 12> UNCOMPRESSED_TRUE_COLOUR = {0, 0, 2};
+    std::array<unsigned char, 12> start{};
+    std::array<unsigned char, 6> size{};
+    if (std::fread(start.data(), 1, start.size(), file) != start.size() ||
+        start != UNCOMPRESSED_TRUE_COLOUR || std::fread(size.data(), 1, size.size(), file) != size.size())
+        return false;
+    header = {size[0] + 256 * size[1], size[2] + 256 * size[3], size[4]};
+    return true;
+}
+
+// Bytes between the file's position and its end; 0 when that cannot be told.
+std::size_t bytesLeft(std::FILE* file) {
+    const long here = std::ftell(file);
+    if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return 0;
+    const long end = std::ftell(file);
+    if (std::fseek(file, here, SEEK_SET) != 0) return 0;
+    return end > here ? static_cast<std::size_t>(end - here) : 0;
+}
+
+// Exactly `count` bytes, or null when the memory cannot be had or the file ends before.
+Bytes readBytes(std::FILE* file, std::size_t count) {
+    if (bytesLeft(file) < count) return nullptr;
+    Bytes bytes = allocateBytes(count);
+    if (bytes && std::fread(bytes.get(), 1, count, file) != count) bytes.reset();
+    return bytes;
+}
+
+// Reads the picture's rows, tightly packed R, G, B, bottom row first. What the picture does not cover stays
+// as the buffer was.
+void readPicture(int width, int height, unsigned char* pixels) {
+    const bool kept = ryl_bindPicture();
+    GLint alignment = 0;
+    glGetIntegerv(GL_PACK_ALIGNMENT, &alignment);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glReadPixels(0, 0, width, height, GL_RGB, GL_UNSIGNED_BYTE, pixels);
+    glPixelStorei(GL_PACK_ALIGNMENT, alignment);
+    if (kept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+}
+
+// An image whose row 0 is the picture's bottom row. Null when the size or the memory for it cannot be had.
+Image imageFromPicture(int width, int height) {
+    if (width <= 0 || height <= 0) return nullptr;
+    const std::size_t size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
+    const Bytes pixels = allocateBytes(size);
+    if (!pixels) return nullptr;
+    std::fill_n(pixels.get(), size, static_cast<unsigned char>(0));
+    readPicture(width, height, pixels.get());
+    Image image(gdImageCreateTrueColor(width, height));
+    if (!image) return nullptr;
+    const unsigned char* pixel = pixels.get();
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x, pixel += 3)
+            gdImageSetPixel(image.get(), x, y, pixel[0] * 65536 + pixel[1] * 256 + pixel[2]);
+    }
+    return image;
+}
+
+}  // namespace
+
+unsigned ryl_loadPNG(const char* path) {
+    const File file(ryl_openFile(path));
+    if (!file) {
+        std::printf("[! %s] file not found.\n", path);
+        std::exit(-1);
+    }
+    const Image image(gdImageCreateFromPng(file.get()));
+    if (!image) {
+        std::printf("[! %s] Unable to load image", path);
+        std::exit(-1);
+    }
+    const int width = gdImageSX(image.get());
+    const int height = gdImageSY(image.get());
+    const Bytes texels = texelsFromImage(image.get(), width, height);
+    if (!texels) {
+        std::printf("[! %s] not enough memory for the image\n", path);
+        std::exit(-1);
+    }
+    return uploadTexture(width, height, GL_RGBA, texels.get());
+}
+
+unsigned ryl_loadTGA(const char* path) {
+    File file(ryl_openFile(path));
+    if (!file) {
+        std::printf("[! %s] file not found \n", path);
+        std::exit(-1);
+    }
+    TgaHeader header{};
+    if (!readTgaHeader(file.get(), header)) {
+        file.reset();
+        std::printf("[!] Unable to load %s", path);
+        std::exit(-1);
+    }
+    if (header.width == 0 || header.height == 0 || (header.depth != 24 && header.depth != 32)) {
+        file.reset();
+        std::printf("[!] %s was a corrupt image =/\n", path);
+        std::exit(-1);
+    }
+    const auto pixelBytes = static_cast<std::size_t>(header.depth / 8);
+    const std::size_t size =
+        static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.height) * pixelBytes;
+    const Bytes texels = readBytes(file.get(), size);
+    file.reset();
+    if (!texels) {
+        std::printf("[!] Unable to allocate memory for tga %s...\n", path);
+        std::exit(-1);
+    }
+    for (std::size_t i = 0; i < size; i += pixelBytes) std::swap(texels[i], texels[i + 2]);
+    const GLuint texture =
+        uploadTexture(header.width, header.height, header.depth == 24 ? GL_RGB : GL_RGBA, texels.get());
+    std::printf("[*] texture %s loaded...\n", path);
+    return texture;
+}
+
+unsigned ryl_loadBlack(void) {
+    constexpr int SIDE = 512;
+    static constexpr std::array<unsigned char, static_cast<std::size_t>(SIDE) * SIDE * 3> texels{};
+    return uploadTexture(SIDE, SIDE, GL_RGB, texels.data());
+}
+
+void ryl_screenshot(int width, int height, const char* filename, int level) {
+    const Image image = imageFromPicture(width, height);
+    if (!image) {
+        std::printf("[/] no memory for a picture of %d x %d. screenshot not performed\n", width, height);
+        return;
+    }
+    File file(std::fopen(filename, "wb"));
+    if (!file) {
+        std::printf("couldn't open %s for writing. screenshot not performed\n", filename);
+        return;
+    }
+    if (level > 9 || level < 0) {
+        std::puts("[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo");
+        return;
+    }
+    gdImagePngEx(image.get(), file.get(), level);
+    const bool failed = std::ferror(file.get()) != 0;
+    if (std::fclose(file.release()) != 0 || failed) {
+        std::printf("[/] couldn't write %s. screenshot not performed\n", filename);
+        std::remove(filename);
+    }
+}

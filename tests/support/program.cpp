@@ -1,0 +1,122 @@
+#include "program.h"
+
+#include "x_server.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+int millisecondsUntil(Clock::time_point end) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+    return left > 0 ? static_cast<int>(left) : 0;
+}
+
+}  // namespace
+
+RunDirectory::RunDirectory() {
+    const fs::path original = RYL_DEMO_DIR;
+    for (const char* name : {"ryl", "libs"}) fs::create_symlink(original / name, path() / name);
+    for (const char* folder : {"data", "data/images", "tools", "capture"}) {
+        fs::create_directories(path() / folder);
+        for (const auto& entry : fs::directory_iterator(original / folder))
+            if (entry.is_regular_file() && std::string(folder) != "capture")
+                fs::create_symlink(entry.path(), path() / folder / entry.path().filename());
+    }
+}
+
+Program::Program(const RunDirectory& directory, const std::vector<std::string>& options) {
+    startPrivateDisplay();
+    std::vector<std::string> words = {"./ryl"};
+    words.insert(words.end(), options.begin(), options.end());
+    std::vector<char*> arguments;
+    for (std::string& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
+    process = fork();
+    if (process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        dup2(ends[1], STDOUT_FILENO);
+        dup2(ends[1], STDERR_FILENO);
+        if (chdir(directory.path().c_str()) == 0) execv(arguments[0], arguments.data());
+        _exit(127);
+    }
+    close(ends[1]);
+    pipe = ends[0];
+}
+
+Program::~Program() {
+    close(pipe);
+    if (process <= 0) return;
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+}
+
+bool Program::readMore(int milliseconds) {
+    pollfd waiting{pipe, POLLIN, 0};
+    std::array<char, 4096> bytes{};
+    if (poll(&waiting, 1, milliseconds) <= 0) return false;
+    const ssize_t count = read(pipe, bytes.data(), bytes.size());
+    if (count > 0) text.append(bytes.data(), static_cast<std::size_t>(count));
+    return count > 0;
+}
+
+bool Program::waitForLine(const std::string& wanted, int seconds) {
+    const auto end = Clock::now() + std::chrono::seconds(seconds);
+    do {
+        const std::size_t found = text.find(wanted, searched);
+        const std::size_t lineEnd = found == std::string::npos ? found : text.find('\n', found);
+        if (lineEnd != std::string::npos) {
+            searched = lineEnd + 1;
+            return true;
+        }
+    } while (readMore(millisecondsUntil(end)));
+    return false;
+}
+
+int Program::finish(int seconds) {
+    const auto end = Clock::now() + std::chrono::seconds(seconds);
+    while (readMore(millisecondsUntil(end))) {
+    }
+    if (Clock::now() >= end) kill(process, SIGKILL);
+    int ended = 0;
+    waitpid(process, &ended, 0);
+    process = -1;
+    return WIFEXITED(ended) ? WEXITSTATUS(ended) : -WTERMSIG(ended);
+}
+
+Outcome runProgram(const RunDirectory& directory, const std::vector<std::string>& options, int seconds) {
+    Program program(directory, options);
+    const int status = program.finish(seconds);
+    return {status, program.output()};
+}
+
+std::string shell(const std::string& commandLine) {
+    startPrivateDisplay();
+    std::string printed;
+    std::FILE* command = popen(commandLine.c_str(), "r");
+    if (command == nullptr) return printed;
+    for (int c = std::fgetc(command); c != EOF; c = std::fgetc(command)) printed += static_cast<char>(c);
+    pclose(command);
+    return printed;
+}
+
+// Without a window manager nobody hands the focus out.
+void pressKey(const std::string& key) {
+    shell(
+        "xdotool search --sync --onlyvisible --name '^ryl-framework$' windowfocus --sync key --clearmodifiers " +
+        key);
+}

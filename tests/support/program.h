@@ -1,0 +1,56 @@
+// program.h - the real program as a black box: started in a private copy of its run directory on a private
+// display
+#pragma once
+
+#include "temp_dir.h"
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+// A copy of the run directory: the assets are links, so that a test may replace one; capture/ is empty.
+class RunDirectory : public TempDir {
+public:
+    RunDirectory();
+};
+
+// The program while it runs. Ended with the record.
+class Program {
+public:
+    // Starts `ryl` with the given options in `directory`, its output line by line on a pipe.
+    Program(const RunDirectory& directory, const std::vector<std::string>& options);
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    // Reads on until a line that contains `text`; false when the output ends or `seconds` pass before.
+    bool waitForLine(const std::string& text, int seconds = 60);
+    // Reads on to the end and waits for the process. Exit status, or minus the signal that ended it; the
+    // program is killed (-9) after `seconds`.
+    int finish(int seconds = 60);
+    // Everything read so far, standard output and standard error together.
+    const std::string& output() const { return text; }
+    pid_t id() const { return process; }
+
+private:
+    bool readMore(int milliseconds);
+
+    pid_t process = -1;
+    int pipe = -1;
+    std::size_t searched = 0;
+    std::string text;
+};
+
+// Runs the program to its end: exit status (or minus the signal) and all it printed.
+struct Outcome {
+    int status;
+    std::string output;
+};
+Outcome runProgram(const RunDirectory& directory, const std::vector<std::string>& options, int seconds = 60);
+
+// Runs a shell command line on the private display and returns what it prints.
+std::string shell(const std::string& commandLine);
+
+// Presses a key (an xdotool name such as "space") with the keyboard focus on the program's window.
+void pressKey(const std::string& key);
