@@ -49,8 +49,7 @@ int ryl_loadFBO(int width, int height) {
 
     glBindRenderbufferEXT(GL_RENDERBUFFER_EXT, target.renderbuffer);
     glRenderbufferStorageEXT(GL_RENDERBUFFER_EXT, GL_DEPTH_COMPONENT24, width, height);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER_EXT, GL_DEPTH_ATTACHMENT_EXT, GL_RENDERBUFFER_EXT,
-                              target.renderbuffer);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER_EXT, GL_DEPTH_ATTACHMENT_EXT, GL_RENDERBUFFER_EXT, target.renderbuffer);
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
     return CURRENT_ID++;
 }

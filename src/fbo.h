@@ -16,8 +16,7 @@
 // Returns its id, from 0 in order of creation. The texture and the renderbuffer stay bound.
 int ryl_loadFBO(int width, int height);
 
-// Sends drawing to target `id`, over its whole size, and clears it. Returns its colour texture, and binds
-// none.
+// Sends drawing to target `id`, over its whole size, and clears it. Returns its colour texture, and binds none.
 unsigned ryl_enableFBO(int id, float red, float green, float blue);
 
 // Sends drawing to the window, viewport screenWidth x screenHeight pixels (truncated), and clears it.

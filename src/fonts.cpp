@@ -68,8 +68,7 @@ unsigned ryl_loadTextureFont(const char* path, int count) {
     return first;
 }
 
-void ryl_text(const char* text, float spacing, float x, float y, float z, float rotX, float rotY,
-              float rotZ) {
+void ryl_text(const char* text, float spacing, float x, float y, float z, float rotX, float rotY, float rotZ) {
     if (FONTQ == 0) {
         std::puts("[!] ryl_text() no font loaded.");
         std::exit(-1);

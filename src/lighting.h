@@ -9,11 +9,9 @@
 // specular 0.5. 0 switches lighting off and leaves light 0 as it is.
 void ryl_setLight0(int on);
 
-// ---- For programs with lights of their own; the demo calls none of these.
-// ------------------------------------
+// ---- For programs with lights of their own; the demo calls none of these. -----------------------------------------
 
-// One light: four floats a vector, as glLightfv takes them. `ambient` is the caller's own, it is not sent to
-// the GL.
+// One light: four floats a vector, as glLightfv takes them. `ambient` is the caller's own, it is not sent to the GL.
 struct LightData {
     float ambient[4];
     float diffuse[4];

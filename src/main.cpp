@@ -16,8 +16,7 @@
 
 namespace {
 
-// ---- What outlives a frame; one record, static in drawScene. Nothing is ever released.
-// --------------------------
+// ---- What outlives a frame; one record, static in drawScene. Nothing is ever released. ----------------------------
 
 struct Demo {
     // Loading. A step is done when its counter is not 0.
@@ -44,8 +43,7 @@ struct Demo {
     int seed[3] = {100, 100, 100};
 };
 
-// ---- The timeline
-// -----------------------------------------------------------------------------------------------
+// ---- The timeline -------------------------------------------------------------------------------------------------
 
 constexpr float WHITE = 1, BLACK = 0;
 
@@ -87,8 +85,7 @@ constexpr float CLOSING_S = 5;
 constexpr float REWIND_LIMIT_S = -3;  // a scene time below this hands back to the scene before
 constexpr float SCENE_BLUR = 0.2f;
 
-// ---- Loading: one step a frame, so that the bar moves between them
-// ----------------------------------------------
+// ---- Loading: one step a frame, so that the bar moves between them ------------------------------------------------
 
 void loadPictures(Demo& demo) {
     demo.textureBackground = ryl_loadPNG("data/images/background.png");  // drawn by no scene
@@ -135,20 +132,17 @@ void drawBar(float progress) {
     constexpr double STEP = 0.1;
     glColor4f(1, 0, 0, 1);
     glBegin(GL_TRIANGLE_STRIP);
-    for (auto x = static_cast<float>(-barHalf()); x < -barHalf() + progress;
-         x = static_cast<float>(x + STEP)) {
+    for (auto x = static_cast<float>(-barHalf()); x < -barHalf() + progress; x = static_cast<float>(x + STEP)) {
         glVertex3f(x, 0.5f, 0);
         glVertex3f(x, -0.5f, 0);
     }
     glEnd();
 }
 
-// Whole seconds of every scene before `queue`: a start scene begins a little before its place in the
-// soundtrack.
+// Whole seconds of every scene before `queue`: a start scene begins a little before its place in the soundtrack.
 int startPosition(int queue) {
     int position = 0;
-    for (int i = 0; i < std::min(queue, SCENES); ++i)
-        position += static_cast<int>(TIMELINE[i].sceneTime) * 1000;
+    for (int i = 0; i < std::min(queue, SCENES); ++i) position += static_cast<int>(TIMELINE[i].sceneTime) * 1000;
     return position;
 }
 
@@ -172,8 +166,7 @@ void load(Demo& demo) {
     if (demo.progress >= 2 * barHalf()) startTimeline(demo);
 }
 
-// ---- One frame
-// --------------------------------------------------------------------------------------------------
+// ---- One frame ----------------------------------------------------------------------------------------------------
 //
 // Every clear uses the colour that was set before it: the scene target is cleared to the grey that the frame
 // before left in gColor, the window inside ryl_disableFBO to the grey that ryl_enableFBO set.

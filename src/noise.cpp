@@ -32,8 +32,8 @@ float singlePrecisionSum(std::span<const float> terms) {
 
 float ryl_noise(int x, int y, int seed) {
     constexpr double SCALE = 1.0 / (1U << 30U);
-    std::uint32_t n = static_cast<std::uint32_t>(x) + 57U * static_cast<std::uint32_t>(y) +
-                      131U * static_cast<std::uint32_t>(seed);
+    std::uint32_t n =
+        static_cast<std::uint32_t>(x) + 57U * static_cast<std::uint32_t>(y) + 131U * static_cast<std::uint32_t>(seed);
     n ^= n << 13U;
     const std::uint32_t r = ((n * n * 15731U + 789221U) * n + 1376312589U) & 0x7fffffffU;
     return static_cast<float>(1.0 - r * SCALE);
@@ -49,8 +49,8 @@ float ryl_smoothed2DNoise(int x, int y, int seed) {
     const int left = previous(x), right = next(x), below = previous(y), above = next(y);
     const std::array cornerPoints = {ryl_noise(left, below, seed), ryl_noise(right, below, seed),
                                      ryl_noise(left, above, seed), ryl_noise(right, above, seed)};
-    const std::array sidePoints = {ryl_noise(left, y, seed), ryl_noise(right, y, seed),
-                                   ryl_noise(x, below, seed), ryl_noise(x, above, seed)};
+    const std::array sidePoints = {ryl_noise(left, y, seed), ryl_noise(right, y, seed), ryl_noise(x, below, seed),
+                                   ryl_noise(x, above, seed)};
     const auto corners = static_cast<float>(singlePrecisionSum(cornerPoints) / 16.0);
     const auto sides = static_cast<float>(singlePrecisionSum(sidePoints) / 8.0);
     const auto centre = static_cast<float>(ryl_noise(x, y, seed) / 4.0);
@@ -67,8 +67,7 @@ float ryl_1DcosInterpolate(float a, float b, float t) {
 
 float ryl_1D_CosNoise(float x, int seed) {
     const int i = truncated(x);
-    return ryl_1DcosInterpolate(ryl_smoothed1DNoise(i, seed), ryl_smoothed1DNoise(next(i), seed),
-                                fraction(x, i));
+    return ryl_1DcosInterpolate(ryl_smoothed1DNoise(i, seed), ryl_smoothed1DNoise(next(i), seed), fraction(x, i));
 }
 
 float ryl_2D_CosNoise(float x, float y, int seed) {

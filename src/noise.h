@@ -19,8 +19,7 @@ float ryl_smoothed2DNoise(int x, int y, int seed);
 float ryl_1DcosInterpolate(float a, float b, float t);
 
 // Smoothed noise between lattice points. Coordinates are truncated towards zero, and the cosine is even, so
-// below zero the noise is mirrored about 0 instead of going on; beyond the int range the lattice point is
-// INT_MIN.
+// below zero the noise is mirrored about 0 instead of going on; beyond the int range the lattice point is INT_MIN.
 float ryl_1D_CosNoise(float x, int seed);
 float ryl_2D_CosNoise(float x, float y, int seed);
 

@@ -22,8 +22,7 @@ void resizeKept(int width, int height) {
     }
     kept.width = width;
     kept.height = height;
-    const std::vector<std::uint32_t> black(static_cast<std::size_t>(width) * static_cast<std::size_t>(height),
-                                           0);
+    const std::vector<std::uint32_t> black(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
     glBindTexture(GL_TEXTURE_2D, kept.texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);

@@ -4,8 +4,7 @@
 //
 // Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer.
 // Leaves   all GL state as it was, but for the texture bound to GL_TEXTURE_2D.
-// Never    reads the window after a swap: a driver that flips its buffers instead of copying them leaves an
-// older
+// Never    reads the window after a swap: a driver that flips its buffers instead of copying them leaves an older
 //          picture, or nothing, in the back buffer, and the front buffer lacks what other windows cover. The
 //          kept copy is the picture on every driver.
 #pragma once

@@ -57,8 +57,7 @@ Mode mode() {
     return SOUND_ON != 0 ? Mode::sound : Mode::silent;
 }
 
-// ---- Start-up
-// ---------------------------------------------------------------------------------------------------
+// ---- Start-up -----------------------------------------------------------------------------------------------------
 
 struct Screen {
     int width = 0, height = 0;  // pixels; a window's size
@@ -96,8 +95,8 @@ void checkSizes(Screen& screen) {
     const bool noWindow = screen.width < 0 || screen.height < 0;
     const bool noCapture = CAPTURE != 0 && (CAPTURE_W <= 0 || CAPTURE_H <= 0);
     if (noWindow || noCapture) {
-        std::printf("[/] %d x %d is no size for a picture, taking %d x %d\n", CAPTURE_W, CAPTURE_H,
-                    DEFAULT_WIDTH, DEFAULT_HEIGHT);
+        std::printf("[/] %d x %d is no size for a picture, taking %d x %d\n", CAPTURE_W, CAPTURE_H, DEFAULT_WIDTH,
+                    DEFAULT_HEIGHT);
     }
     if (noWindow) {
         screen.width = DEFAULT_WIDTH;
@@ -140,8 +139,7 @@ void openFullScreen(const Screen& screen) {
     glutFullScreen();
 }
 
-// ---- Frames in step with ticks
-// ----------------------------------------------------------------------------------
+// ---- Frames in step with ticks ------------------------------------------------------------------------------------
 
 // Captured frames must not depend on when the window system asks for a repaint or how late the first one
 // comes: in capture mode the content draws once before the first tick and once after each tick, never more,
@@ -157,8 +155,7 @@ void displayFrame() {
 
 bool isAwaitingFrame() { return contentDisplay != nullptr && frameDue; }
 
-// ---- Keys
-// -------------------------------------------------------------------------------------------------------
+// ---- Keys ---------------------------------------------------------------------------------------------------------
 
 void showPaused(bool paused) { glutSetCursor(paused ? GLUT_CURSOR_CROSSHAIR : GLUT_CURSOR_NONE); }
 
@@ -176,12 +173,9 @@ void togglePause() {
     showPaused(SOUND_PAUSED != 0);
 }
 
-void setSoundPosition(int ms) {
-    FMOD_Channel_SetPosition(channel0, static_cast<unsigned>(ms), FMOD_TIMEUNIT_MS);
-}
+void setSoundPosition(int ms) { FMOD_Channel_SetPosition(channel0, static_cast<unsigned>(ms), FMOD_TIMEUNIT_MS); }
 
-// ---- Text
-// -------------------------------------------------------------------------------------------------------
+// ---- Text ---------------------------------------------------------------------------------------------------------
 
 FTGL::FTGLfont* polygonFont() {
     constexpr unsigned FACE_SIZE = 4;
@@ -243,8 +237,8 @@ void ryl_loadMusic(const char* filename) {
     ryl_fmod_errcheck(FMOD_System_Create(&system0));
     ryl_fmod_errcheck(FMOD_System_GetVersion(system0, &version0));
     ryl_fmod_errcheck(FMOD_System_Init(system0, 1, FMOD_INIT_NORMAL, nullptr));
-    ryl_fmod_errcheck(FMOD_System_CreateSound(system0, filename, FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM,
-                                              nullptr, &sound0));
+    ryl_fmod_errcheck(
+        FMOD_System_CreateSound(system0, filename, FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM, nullptr, &sound0));
 }
 
 void ryl_startMusic(void) {
@@ -391,8 +385,7 @@ void ryl_infoText(float x, float y) {
     if (font != nullptr) {
         const std::string text = "PAUSED | Time: " + std::to_string(ryl_getTime()) + "ms";
         FTGL::ftglSetFontFaceSize(font, FACE_SIZE, FONT_RESOLUTION);
-        // The raster position takes the current colour, and the line lies over whatever the frame holds
-        // there.
+        // The raster position takes the current colour, and the line lies over whatever the frame holds there.
         glRasterPos2f(x, y);
         glDisable(GL_DEPTH_TEST);
         FTGL::ftglRenderFont(font, text.c_str(), FTGL::RENDER_ALL);

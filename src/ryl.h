@@ -1,5 +1,4 @@
-// ryl.h - the framework core: start-up, options, window, demo clock, viewer's keys, frame timer, text on
-// screen
+// ryl.h - the framework core: start-up, options, window, demo clock, viewer's keys, frame timer, text on screen
 //
 //   void draw();                                   // draws one frame and swaps
 //   int main(int argc, char** argv) { ryl_init(argc, argv, draw); return 0; }
@@ -9,19 +8,16 @@
 // Never    knows what is drawn; never ends but through exit().
 #pragma once
 
-// ---- Options: written by ryl_init only, constant afterwards.
-// --------------------------------------------------
+// ---- Options: written by ryl_init only, constant afterwards. ------------------------------------------------------
 
-extern int SOUND_ON;  // 1: soundtrack; 0 ("-m"): silent mode
-extern int CAPTURE;   // 1 ("-c"): every 25 ms step of demo time becomes a PNG file; no sound
-extern int
-    CAPTURE_CLEVEL;    // PNG compression level of captured frames, "-c"; valid 0 to 9, tested when writing
-extern int CAPTURE_W;  // "-w" and "-h", pixels, 0 when not given: size of captured frames,
-extern int CAPTURE_H;  //   and of the window or screen mode when both are given
-extern int S_SCENE;    // "-s", the scene to start at
+extern int SOUND_ON;        // 1: soundtrack; 0 ("-m"): silent mode
+extern int CAPTURE;         // 1 ("-c"): every 25 ms step of demo time becomes a PNG file; no sound
+extern int CAPTURE_CLEVEL;  // PNG compression level of captured frames, "-c"; valid 0 to 9, tested when writing
+extern int CAPTURE_W;       // "-w" and "-h", pixels, 0 when not given: size of captured frames,
+extern int CAPTURE_H;       //   and of the window or screen mode when both are given
+extern int S_SCENE;         // "-s", the scene to start at
 
-// ---- State: written by the framework only, all 0 at start.
-// ----------------------------------------------------
+// ---- State: written by the framework only, all 0 at start. --------------------------------------------------------
 
 extern int ryl_globalX;       // drawable width and height, pixels; the capture size in capture mode
 extern int ryl_globalY;       //
@@ -36,8 +32,7 @@ extern int DEMO_LENGTH;       // sum of the registered scene lengths, ms
 constexpr int MAX_SCENES = 100;
 extern float SCENE_TIME[MAX_SCENES];  // registered scene lengths, seconds, in order of registration
 
-// ---- Start-up
-// ---------------------------------------------------------------------------------------------------
+// ---- Start-up -----------------------------------------------------------------------------------------------------
 
 // Checks the host, reads the options, opens the window or the full screen, installs the callbacks and enters
 // GLUT's main loop; `display` draws a frame. Returns only when GLUT's loop does.
@@ -48,8 +43,7 @@ void ryl_init(int argc, char** argv, void (*display)(void));
 // Sets the fixed GL state named above, hides the pointer, loads the GL entry points. Needs a current context.
 void ryl_initRendering(void);
 
-// ---- Demo clock. Sound mode: the soundtrack's position; silent mode: SOUND_MUTE_TIMER; capture:
-// CAPTURE_TIMER. --
+// ---- Demo clock. Sound mode: the soundtrack's position; silent mode: SOUND_MUTE_TIMER; capture: CAPTURE_TIMER. --
 
 // Opens the soundtrack (mp3). Sound mode only. Prints the reason and ends the process with -1 on failure.
 void ryl_loadMusic(const char* filename);
@@ -71,16 +65,14 @@ void ryl_setDemoLength(float seconds);
 // 16/9, 4 the start scene, 5 the demo time (ms), 6 the pause flag. Any other selector: a quiet NaN.
 float ryl_Get(int selector);
 
-// ---- GLUT callbacks
-// ---------------------------------------------------------------------------------------------
+// ---- GLUT callbacks -----------------------------------------------------------------------------------------------
 
 void ryl_handleKeypress(unsigned char key, int x, int y);  // space, "s", Escape
 void ryl_handleSpecialKeys(int key, int x, int y);         // left and right arrow: one second back, forward
 void ryl_handleResize(int width, int height);              // viewport; 45 degrees, 16/9, near 1, far 200
 void ryl_update(int value);                                // 25 ms tick: capture, clocks, redisplay
 
-// ---- On the screen
-// ----------------------------------------------------------------------------------------------
+// ---- On the screen ------------------------------------------------------------------------------------------------
 
 // Draws "PAUSED | Time: <ms>ms" with its lower left corner at (x, y, 0) in the current frame and the current
 // colour, over everything, and prints the time. Without the font file only the console line appears.
@@ -96,6 +88,5 @@ void ryl_draw2DTexture(float x, float y, float z, float halfWidth, float halfHei
 void ryl_drawPolygonText(const char* text, float x, float y, float z);
 
 // Like ryl_drawPolygonText, but shows one character more per 100 ms of demo time from the first call on. A
-// text of another length starts over; another text of the same length is not noticed. Keeps a copy of the
-// text.
+// text of another length starts over; another text of the same length is not noticed. Keeps a copy of the text.
 void ryl_typeWriterText(const char* text, float x, float y, float z);

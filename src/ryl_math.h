@@ -7,6 +7,5 @@
 double ryl_cos_interpolate(float a, float b, float t);
 
 // 1 minus the fraction of t: falls from 1 at each whole number towards 0 just before the next. t is truncated
-// towards zero, so between whole numbers below zero the result lies between 1 and 2. Any t within the int
-// range.
+// towards zero, so between whole numbers below zero the result lies between 1 and 2. Any t within the int range.
 double ryl_sawWave(float t);

@@ -76,8 +76,8 @@ bool readTgaHeader(std::FILE* file, TgaHeader& header) {
     constexpr std::array<unsigned char, 12> UNCOMPRESSED_TRUE_COLOUR = {0, 0, 2};
     std::array<unsigned char, 12> start{};
     std::array<unsigned char, 6> size{};
-    if (std::fread(start.data(), 1, start.size(), file) != start.size() ||
-        start != UNCOMPRESSED_TRUE_COLOUR || std::fread(size.data(), 1, size.size(), file) != size.size())
+    if (std::fread(start.data(), 1, start.size(), file) != start.size() || start != UNCOMPRESSED_TRUE_COLOUR ||
+        std::fread(size.data(), 1, size.size(), file) != size.size())
         return false;
     header = {size[0] + 256 * size[1], size[2] + 256 * size[3], size[4]};
     return true;

@@ -4,12 +4,9 @@
 //   ryl_screenshot(1280, 800, "screenshot.png", 0);
 //
 // Needs    a current GL context; the GL thread.
-// Leaves   the new texture bound to GL_TEXTURE_2D, both filters GL_NEAREST, wrap modes at the GL's defaults,
-// size
-//          as in the file, four components. Row 0 of the file is row 0 (t = 0) of the texture: nothing is
-//          flipped.
-// Fails    loaders never return an error: they print "[!..." with the file's name and end the process with
-// -1.
+// Leaves   the new texture bound to GL_TEXTURE_2D, both filters GL_NEAREST, wrap modes at the GL's defaults, size
+//          as in the file, four components. Row 0 of the file is row 0 (t = 0) of the texture: nothing is flipped.
+// Fails    loaders never return an error: they print "[!..." with the file's name and end the process with -1.
 #pragma once
 
 // A PNG file of any kind that libgd reads. Alpha has 7 bits there, 0 opaque, and becomes 0 to 255, 255

@@ -70,8 +70,7 @@ void drawCubeField(const SceneFrame& frame, const char* line, int& seed) {
 
     // Floor and swarm turn together about a slowly wandering axis.
     glPushMatrix();
-    glRotatef(static_cast<float>(50 * t), noise(100, 0.2 * t, 32), noise(100, 0.3 * t, 33),
-              noise(100, 0.4 * t, 34));
+    glRotatef(static_cast<float>(50 * t), noise(100, 0.2 * t, 32), noise(100, 0.3 * t, 33), noise(100, 0.4 * t, 34));
     glColor4f(1, 1, 1, 1);
     glPushMatrix();
     drawFloor(frame.cube, t, seed);

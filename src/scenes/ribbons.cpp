@@ -17,8 +17,7 @@ constexpr float FULL_SCALE = 1.1f;
 
 // Red and blue swing in quadrature; ribbon i starts one unit right of ribbon i - 1 and sways.
 void drawRibbon(int i, double t) {
-    glColor4f(static_cast<float>(0.5 * std::sin(i + t) + 0.6), 0,
-              static_cast<float>(0.5 * std::cos(i + t) + 0.6), 1);
+    glColor4f(static_cast<float>(0.5 * std::sin(i + t) + 0.6), 0, static_cast<float>(0.5 * std::cos(i + t) + 0.6), 1);
     const auto x = static_cast<float>(i - 50 + std::sin(i + t));
     glBegin(GL_TRIANGLE_STRIP);
     for (int j = 0; j < RIBBON_STEPS; ++j) {

@@ -1,7 +1,6 @@
 // scenes.h - what the scenes draw
 //
-// Needs    a current GL context with the framework's fixed state; the scene target bound and cleared;
-// modelview
+// Needs    a current GL context with the framework's fixed state; the scene target bound and cleared; modelview
 //          current and holding the camera, a translation by (0, 0, -50); lighting, fog and textures off.
 // Leaves   modelview as it was found, but for the roll of the cube walls; lighting, fog and textures off.
 // Never    reads a clock or keeps anything: a scene is a function of its time and of what is handed to it.

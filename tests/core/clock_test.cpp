@@ -125,8 +125,7 @@ TEST(System, ChecksTheHostAndPrintsDebugLinesOnDemand) {
     ryl_systemCheck(0);
     dprint("hidden", 0);
     dprint("shown", 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "[*] systemcheck.\n[*] system seems fine\n[DEV] shown\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[*] systemcheck.\n[*] system seems fine\n[DEV] shown\n");
 }
 
 }  // namespace

@@ -84,15 +84,13 @@ TEST(TextureFont, WarnsOfBlanksAndDrawsWithoutAnImage) {
     openPage();
     testing::internal::CaptureStdout();
     ryl_loadTextureFont("my own font.png", 26);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "[/] \"my own font.png\" contains whitespaces. is bad\n"
-              "[/] \"my own font.png\" contains whitespaces. is bad\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[/] \"my own font.png\" contains whitespaces. is bad\n"
+                                                      "[/] \"my own font.png\" contains whitespaces. is bad\n");
     ryl_text("z", 2, 0, 0, 0, 0, 0, 0);
     EXPECT_TRUE(shows(0, 255, 255, 255)) << "a white square stands for the glyph";
 }
 
 TEST(TextureFont, MisuseEndsTheProgram) {
-    openPage();
     ChildResult result = runInChild([] { ryl_loadTextureFont("strip.tga", 0); });
     EXPECT_EQ(result.output, "[!] No fontindex was given (argument 2 of function ryl_loadTextureFont()\n");
     EXPECT_EQ(result.status, 255);
@@ -113,8 +111,7 @@ TEST(TextureFont, TestSquareShowsTheWholeStrip) {
     const std::string printed = testing::internal::GetCapturedStdout();
     EXPECT_TRUE(printed.starts_with("[*] texture data/font.tga loaded...\n")) << printed;
     EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 2) << "loaded once";
-    EXPECT_TRUE(shows(1, 255, 1, 1) && shows(3.5, 1, 255, 1) && shows(6, 1, 1, 255) &&
-                shows(9, 255, 255, 255));
+    EXPECT_TRUE(shows(1, 255, 1, 1) && shows(3.5, 1, 255, 1) && shows(6, 1, 1, 255) && shows(9, 255, 255, 255));
     EXPECT_TRUE(shows(-1, 0, 0, 0));
 }
 

@@ -119,8 +119,7 @@ TEST(Screenshot, FilesThatCannotBeWrittenGiveAMessageAndNoTornFile) {
     setrlimit(RLIMIT_FSIZE, &limit);
     testing::internal::CaptureStdout();
     ryl_screenshot(WIDTH, HEIGHT, file.c_str(), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "[/] couldn't write " + file + ". screenshot not performed\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[/] couldn't write " + file + ". screenshot not performed\n");
     EXPECT_FALSE(fs::exists(file));
 
     testing::internal::CaptureStdout();

@@ -93,7 +93,6 @@ TEST(Png, PaletteImagesYieldTheirEntries) {
 }
 
 TEST(Png, BadFilesEndTheProgramWithTheirName) {
-    openTestWindow(16, 16);
     const TempDir folder;
     const std::string garbage = folder.write("garbage.png", "this is no image");
     ChildResult result = runInChild([&] { ryl_loadPNG(garbage.c_str()); });
@@ -133,7 +132,6 @@ TEST(Tga, SwapsRedAndBlueAndKeepsStoredRowOrder) {
 }
 
 TEST(Tga, BadFilesEndTheProgramWithTheirReason) {
-    openTestWindow(16, 16);
     const TempDir folder;
     std::string runLength = tga(1, 1, 24, "abc");
     runLength[2] = 10;

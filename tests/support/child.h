@@ -11,5 +11,6 @@ struct ChildResult {
     std::string errors;  // what went to standard error
 };
 
-// Runs `code` in a forked copy of this process, followed by exit(0).
+// Runs `code` in a forked copy of this process, followed by exit(0). Before this process opens a window: the copy of a
+// GL driver lacks its threads. The code may open one of its own.
 ChildResult runInChild(const std::function<void()>& code);

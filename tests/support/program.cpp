@@ -116,7 +116,6 @@ std::string shell(const std::string& commandLine) {
 
 // Without a window manager nobody hands the focus out.
 void pressKey(const std::string& key) {
-    shell(
-        "xdotool search --sync --onlyvisible --name '^ryl-framework$' windowfocus --sync key --clearmodifiers " +
-        key);
+    shell("xdotool search --sync --onlyvisible --name '^ryl-framework$' windowfocus --sync key --clearmodifiers " +
+          key);
 }

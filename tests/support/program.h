@@ -1,5 +1,4 @@
-// program.h - the real program as a black box: started in a private copy of its run directory on a private
-// display
+// program.h - the real program as a black box: started in a private copy of its run directory on a private display
 #pragma once
 
 #include "temp_dir.h"

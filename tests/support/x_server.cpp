@@ -32,8 +32,8 @@ void stopServer() {
 [[noreturn]] void runServer(int displayFd, const std::string& screen) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     const std::string fd = std::to_string(displayFd);
-    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp",
-           "-noreset", nullptr);
+    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp", "-noreset",
+           nullptr);
     _exit(127);
 }
 

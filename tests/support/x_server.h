@@ -4,6 +4,5 @@
 #pragma once
 
 // Makes DISPLAY name a private Xvfb screen of the given size (24 bit) and asks Mesa for its software
-// renderer. A second call does nothing. Ends the test with a message when Xvfb cannot be started within 20
-// seconds.
+// renderer. A second call does nothing. Ends the test with a message when Xvfb cannot be started within 20 seconds.
 void startPrivateDisplay(int width = 1280, int height = 1024);
