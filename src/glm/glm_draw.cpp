@@ -32,18 +32,15 @@ int correctedMode(const GLMmodel& model, int mode) {
         int drop;      // ... this one is dropped
         const char* warning;
     } corrections[] = {
-        {GLM_FLAT, model.numfacetnorms == 0, GLM_FLAT,
-         "flat render mode requested with no facet normals defined."},
-        {GLM_SMOOTH, model.numnormals == 0, GLM_SMOOTH,
-         "smooth render mode requested with no normals defined."},
+        {GLM_FLAT, model.numfacetnorms == 0, GLM_FLAT, "flat render mode requested with no facet normals defined."},
+        {GLM_SMOOTH, model.numnormals == 0, GLM_SMOOTH, "smooth render mode requested with no normals defined."},
         {GLM_TEXTURE, model.numtexcoords == 0, GLM_TEXTURE,
          "texture render mode requested with no texture coordinates defined."},
         {GLM_TEXTURE, model.nummaterials == 0, GLM_TEXTURE,
          "texture render mode requested with no materials defined."},
         {GLM_FLAT | GLM_SMOOTH, true, GLM_FLAT,
          "flat render mode requested and smooth render mode requested (using smooth)."},
-        {GLM_COLOR, model.nummaterials == 0, GLM_COLOR,
-         "color render mode requested with no materials defined."},
+        {GLM_COLOR, model.nummaterials == 0, GLM_COLOR, "color render mode requested with no materials defined."},
         {GLM_MATERIAL, model.nummaterials == 0, GLM_MATERIAL,
          "material render mode requested with no materials defined."},
         {GLM_COLOR | GLM_MATERIAL, true, GLM_COLOR,

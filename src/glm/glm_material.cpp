@@ -38,9 +38,7 @@ struct MaterialReader {
     std::uint32_t counted;  // materials that the first pass met
 };
 
-bool startsWith(const char* token, std::string_view keyword) {
-    return std::string_view(token).starts_with(keyword);
-}
+bool startsWith(const char* token, std::string_view keyword) { return std::string_view(token).starts_with(keyword); }
 
 void requireKeyword(const MaterialReader& reader, const char* keyword) {
     if (!startsWith(reader.token, keyword))
@@ -74,8 +72,7 @@ void startMaterial(MaterialReader& reader) {
     __glmReadLine(reader.text, line, sizeof line);
     // Numbers may be followed by a statement on the same line, which counting does not see.
     if (++reader.current == reader.counted)
-        __glmFatalError("glmReadMTL: \"newmtl\" after another statement on its line in file \"%s\"",
-                        reader.path);
+        __glmFatalError("glmReadMTL: \"newmtl\" after another statement on its line in file \"%s\"", reader.path);
     char name[GLM_TOKEN_SIZE];
     __glmFirstWord(line, name);
     if (name[0] == '\0') __glmWarning("glmReadMTL: \"newmtl\" without a name in file \"%s\"", reader.path);
@@ -194,8 +191,7 @@ void readStatement(MaterialReader& reader) {
 
 void glmReadMTL(GLMmodel* model, const char* name) {
     const GLMstring path = __glmBeside(model->pathname, name);
-    MaterialReader reader{
-        .model = model, .text = {}, .path = path.get(), .token = {}, .current = 0, .counted = 0};
+    MaterialReader reader{.model = model, .text = {}, .path = path.get(), .token = {}, .current = 0, .counted = 0};
     if (!__glmOpenText(path.get(), reader.text))
         __glmFatalError("glmReadMTL() failed: can't open material file \"%s\".", path.get());
     reader.counted = countMaterials(reader);

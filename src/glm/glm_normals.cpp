@@ -59,7 +59,6 @@ void glmFacetNormals(GLMmodel* model) {
         float* normal = model->facetnorms + std::size_t{3} * triangle.findex;
         glmCross(u, v, normal);
         glmNormalize(normal);
-        if (!std::all_of(normal, normal + 3, [](float f) { return std::isfinite(f); }))
-            std::fill_n(normal, 3, 0.0f);
+        if (!std::all_of(normal, normal + 3, [](float f) { return std::isfinite(f); })) std::fill_n(normal, 3, 0.0f);
     }
 }

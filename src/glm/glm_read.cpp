@@ -116,8 +116,8 @@ int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
 }
 
 [[noreturn]] void failAtCorner(const ObjReader& reader, const char* corner, const CornerForm& form) {
-    __glmFatalError("glmReadOBJ: Got \"%s\" instead of a corner \"%s\" in file \"%s\", line %u", corner,
-                    form.name, reader.model->pathname, __glmLineNumber(reader.text, reader.statement));
+    __glmFatalError("glmReadOBJ: Got \"%s\" instead of a corner \"%s\" in file \"%s\", line %u", corner, form.name,
+                    reader.model->pathname, __glmLineNumber(reader.text, reader.statement));
 }
 
 // Reads the first corner of a face, a token, which decides the form of the other corners.
@@ -149,8 +149,7 @@ bool readCorner(ObjReader& reader, const CornerForm& form, Corner& corner) {
     const char* start = text.at;
     const int count = readNumbers(text, form, corner);
     if (count == form.count && __glmAtWordEnd(text)) return true;
-    if (count == 0 &&
-        (start == text.end || std::strchr("0123456789+-/", *start) == nullptr || *start == '\0'))
+    if (count == 0 && (start == text.end || std::strchr("0123456789+-/", *start) == nullptr || *start == '\0'))
         return false;
     text.at = start;
     char token[GLM_TOKEN_SIZE];
@@ -249,8 +248,7 @@ struct Filled {
     failAtStatement(reader, "statement after another one on its line");
 }
 
-float* nextVector(const ObjReader& reader, float* array, int size, std::uint32_t& filled,
-                  std::uint32_t count) {
+float* nextVector(const ObjReader& reader, float* array, int size, std::uint32_t& filled, std::uint32_t count) {
     if (filled == count) failAtUncounted(reader);
     return array + static_cast<std::size_t>(size) * ++filled;
 }
@@ -264,21 +262,18 @@ void readVector(ObjReader& reader, float* vector, int size) {
 void readTexcoord(ObjReader& reader, float* texcoord) {
     readVector(reader, texcoord, 1);
     if (!__glmReadFloat(reader.text, texcoord[1]))
-        __glmWarning("glmReadOBJ: \"vt\" with one number in file \"%s\", taken as v = 0",
-                     reader.model->pathname);
+        __glmWarning("glmReadOBJ: \"vt\" with one number in file \"%s\", taken as v = 0", reader.model->pathname);
 }
 
 void fillVector(ObjReader& reader, Filled& filled) {
     const GLMmodel& model = *reader.model;
     switch (reader.token[1]) {
     case '\0':
-        return readVector(reader, nextVector(reader, model.vertices, 3, filled.vertices, model.numvertices),
-                          3);
+        return readVector(reader, nextVector(reader, model.vertices, 3, filled.vertices, model.numvertices), 3);
     case 'n':
         return readVector(reader, nextVector(reader, model.normals, 3, filled.normals, model.numnormals), 3);
     case 't':
-        return readTexcoord(reader,
-                            nextVector(reader, model.texcoords, 2, filled.texcoords, model.numtexcoords));
+        return readTexcoord(reader, nextVector(reader, model.texcoords, 2, filled.texcoords, model.numtexcoords));
     default:
         return __glmSkipLine(reader.text);
     }
@@ -353,14 +348,13 @@ void makeArrays(GLMmodel& model) {
     model.vertices = __glmArray<float>(3 * (model.numvertices + std::size_t{1}));
     model.triangles = __glmArray<GLMtriangle>(model.numtriangles);
     if (model.numnormals > 0) model.normals = __glmArray<float>(3 * (model.numnormals + std::size_t{1}));
-    if (model.numtexcoords > 0)
-        model.texcoords = __glmArray<float>(2 * (model.numtexcoords + std::size_t{1}));
+    if (model.numtexcoords > 0) model.texcoords = __glmArray<float>(2 * (model.numtexcoords + std::size_t{1}));
 }
 
 void requireIndex(const char* kind, std::uint32_t triangle, std::uint32_t index, std::uint32_t count) {
     if (index < 1 || index > count)
-        __glmFatalError("%s index for triangle %d out of bounds (%d > %d)\n", kind,
-                        static_cast<int>(triangle), static_cast<int>(index), static_cast<int>(count));
+        __glmFatalError("%s index for triangle %d out of bounds (%d > %d)\n", kind, static_cast<int>(triangle),
+                        static_cast<int>(index), static_cast<int>(count));
 }
 
 // Positions have no "none": an index written as -1 is out of bounds. A normal written as -1 is none; the
@@ -382,13 +376,8 @@ void validateFacets(const GLMmodel& model) {
 }
 
 void readModel(GLMmodel* model) {
-    ObjReader reader{.model = model,
-                     .text = {},
-                     .token = {},
-                     .statement = nullptr,
-                     .groups = {},
-                     .group = nullptr,
-                     .material = 0};
+    ObjReader reader{
+        .model = model, .text = {}, .token = {}, .statement = nullptr, .groups = {}, .group = nullptr, .material = 0};
     if (!__glmOpenText(model->pathname, reader.text))
         __glmFatalError("glmReadOBJ() failed: can't open data file \"%s\".", model->pathname);
     glmFirstPass(reader);

@@ -1,18 +1,18 @@
 #include "glm/glm_text.h"
 
-#include <locale.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <limits>
 
 namespace {
 
-constexpr std::size_t FIRST_BUFFER = 64 * 1024;  // for files that do not tell their size
+constexpr std::size_t FIRST_BUFFER = 65536;  // for files that do not tell their size
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -75,8 +75,7 @@ bool __glmOpenText(const char* path, GLMtext& text) {
 bool __glmReadToken(GLMtext& text, char (&token)[GLM_TOKEN_SIZE]) {
     __glmSkipWhite(text);
     std::size_t length = 0;
-    while (length < GLM_TOKEN_SIZE - 1 && text.at < text.end && !isWhite(*text.at))
-        token[length++] = *text.at++;
+    while (length < GLM_TOKEN_SIZE - 1 && text.at < text.end && !isWhite(*text.at)) token[length++] = *text.at++;
     token[length] = '\0';
     return length > 0;
 }
@@ -117,8 +116,7 @@ bool __glmReadInteger(GLMtext& text, std::int64_t& value) {
     std::int64_t number = 0;
     const auto [end, error] = std::from_chars(first, text.end, number);
     if (error != std::errc()) return false;
-    if (number < std::numeric_limits<std::int32_t>::min() ||
-        number > std::numeric_limits<std::uint32_t>::max())
+    if (number < std::numeric_limits<std::int32_t>::min() || number > std::numeric_limits<std::uint32_t>::max())
         return false;
     value = number;
     text.at = end;
@@ -131,9 +129,7 @@ bool __glmAccept(GLMtext& text, char character) {
     return true;
 }
 
-bool __glmAtWordEnd(const GLMtext& text) {
-    return text.at == text.end || isWhite(*text.at) || *text.at == '#';
-}
+bool __glmAtWordEnd(const GLMtext& text) { return text.at == text.end || isWhite(*text.at) || *text.at == '#'; }
 
 unsigned __glmLineNumber(const GLMtext& text, const char* at) {
     return 1 + static_cast<unsigned>(std::count(text.begin, at, '\n'));

@@ -11,8 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-constexpr std::size_t GLM_TOKEN_SIZE =
-    128;  // buffer of a token or a rest of a line: 127 characters and the NUL
+constexpr std::size_t GLM_TOKEN_SIZE = 128;  // buffer of a token or a rest of a line: 127 characters and the NUL
 
 // A file's text and the reading position in it. The text is followed by a NUL.
 struct GLMtext {

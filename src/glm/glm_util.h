@@ -22,10 +22,9 @@
 void __glmReportErrors();
 
 // New strings, which the caller frees.
-char* __glmStrdup(const char* string);  // null when memory is short
-char* __glmStrStrip(
-    const char* string);               // without surrounding blanks and line ends; null when nothing remains
-char* __glmDirName(const char* path);  // up to and including the last "/", or empty
+char* __glmStrdup(const char* string);    // null when memory is short
+char* __glmStrStrip(const char* string);  // without surrounding blanks and line ends; null when nothing remains
+char* __glmDirName(const char* path);     // up to and including the last "/", or empty
 
 // Deleter of what malloc gave, for owners inside a function.
 struct __glmFree {

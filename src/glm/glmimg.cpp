@@ -64,8 +64,8 @@ bool resample(Image& image, int width, int height) {
     glGetIntegerv(GL_PACK_ALIGNMENT, &alignment);
     const bool padded = rowBytes % static_cast<std::size_t>(std::max(alignment, 1)) != 0;
     if (padded) glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    gluScaleImage(image.format, image.width, image.height, GL_UNSIGNED_BYTE, image.pixels.get(), width,
-                  height, GL_UNSIGNED_BYTE, pixels.get());
+    gluScaleImage(image.format, image.width, image.height, GL_UNSIGNED_BYTE, image.pixels.get(), width, height,
+                  GL_UNSIGNED_BYTE, pixels.get());
     if (padded) glPixelStorei(GL_PACK_ALIGNMENT, alignment);
     image.pixels = std::move(pixels);
     image.width = width;
@@ -92,8 +92,8 @@ void upload(const Image& image, bool mipmaps) {
     }
     // The extension: GL_SGIS_generate_mipmap.
     if (mipmaps) glTexParameteri(_glmTextureTarget, GL_GENERATE_MIPMAP_SGIS, GL_TRUE);
-    glTexImage2D(_glmTextureTarget, 0, internalFormat, image.width, image.height, 0, image.format,
-                 GL_UNSIGNED_BYTE, image.pixels.get());
+    glTexImage2D(_glmTextureTarget, 0, internalFormat, image.width, image.height, 0, image.format, GL_UNSIGNED_BYTE,
+                 image.pixels.get());
 }
 
 // ---- raw PPM (the netpbm format "P6") ----

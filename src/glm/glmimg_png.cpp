@@ -38,8 +38,7 @@ struct Decoder {
 
 void requestPlainSamples(const Decoder& decoder, int bitDepth, int colourType) {
     png_set_strip_16(decoder.png);
-    const bool packed =
-        colourType == PNG_COLOR_TYPE_PALETTE || (colourType == PNG_COLOR_TYPE_GRAY && bitDepth < 8);
+    const bool packed = colourType == PNG_COLOR_TYPE_PALETTE || (colourType == PNG_COLOR_TYPE_GRAY && bitDepth < 8);
     if (packed || png_get_valid(decoder.png, decoder.info, PNG_INFO_tRNS) != 0) png_set_expand(decoder.png);
     png_set_interlace_handling(decoder.png);
     png_read_update_info(decoder.png, decoder.info);
@@ -55,8 +54,7 @@ bool makeRows(Decoder& decoder) {
     decoder.pixels = static_cast<png_bytep>(std::calloc(height, rowBytes));
     decoder.rows = static_cast<png_bytepp>(std::calloc(height, sizeof(png_bytep)));
     if (decoder.pixels == nullptr || decoder.rows == nullptr) return false;
-    for (std::size_t row = 0; row < height; ++row)
-        decoder.rows[row] = decoder.pixels + (height - 1 - row) * rowBytes;
+    for (std::size_t row = 0; row < height; ++row) decoder.rows[row] = decoder.pixels + (height - 1 - row) * rowBytes;
     return true;
 }
 
@@ -71,8 +69,8 @@ std::int32_t decode(Decoder& decoder) {
     png_init_io(decoder.png, decoder.file);
     png_read_info(decoder.png, decoder.info);
     int bitDepth = 0, colourType = 0, interlace = 0;
-    png_get_IHDR(decoder.png, decoder.info, &decoder.width, &decoder.height, &bitDepth, &colourType,
-                 &interlace, nullptr, nullptr);
+    png_get_IHDR(decoder.png, decoder.info, &decoder.width, &decoder.height, &bitDepth, &colourType, &interlace,
+                 nullptr, nullptr);
     requestPlainSamples(decoder, bitDepth, colourType);
     decoder.channels = png_get_channels(decoder.png, decoder.info);
     if (!makeRows(decoder)) return NO_MEMORY;
@@ -88,9 +86,7 @@ GLenum formatOf(int channels) {
 
 }  // namespace
 
-void warn_callback(png_structp /*png*/, png_const_charp message) {
-    std::fprintf(stderr, "PNG warn: %s\n", message);
-}
+void warn_callback(png_structp /*png*/, png_const_charp message) { std::fprintf(stderr, "PNG warn: %s\n", message); }
 
 void err_callback(png_structp /*png*/, png_const_charp message) {
     std::fprintf(stderr, "PNG error: %s\n", message);
