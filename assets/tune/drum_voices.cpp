@@ -17,9 +17,7 @@ Span spanOf(const Note& note, float seconds, const Stereo& out) {
     return {start, std::min(out.left.size() - start, static_cast<size_t>(seconds * SAMPLE_RATE))};
 }
 
-Noise noiseOf(const Note& note) {
-    return noiseFrom(static_cast<uint32_t>(std::llround(note.start * 1000)) + 17u);
-}
+Noise noiseOf(const Note& note) { return noiseFrom(static_cast<uint32_t>(std::llround(note.start * 1000)) + 17u); }
 
 void addBoth(Stereo& out, size_t at, float sample) {
     out.left[at] += sample;
@@ -53,8 +51,8 @@ void playSkin(const Skin& skin, const Note& note, Stereo& out) {
     }
 }
 
-constexpr Skin KICK = {230, 48, 0.16f, 0.42f, 0.5f, 1.5f, 0.95f};
-constexpr Skin HEAVY_KICK = {320, 41, 0.20f, 0.75f, 0.8f, 2.6f, 1.0f};
+constexpr Skin KICK = {260, 48, 0.11f, 0.40f, 0.9f, 1.5f, 0.95f};
+constexpr Skin HEAVY_KICK = {360, 43, 0.10f, 0.55f, 1.2f, 1.9f, 1.0f};
 
 // A snare: two modes of the skin under filtered noise of the wires.
 struct Snare {
@@ -64,7 +62,7 @@ struct Snare {
     float level;
 };
 constexpr Snare SNARE = {205, 0.16f, 3600, 0.26f, 0.9f, 0.85f};
-constexpr Snare HEAVY_SNARE = {165, 0.30f, 2600, 0.55f, 1.2f, 1.0f};
+constexpr Snare HEAVY_SNARE = {175, 0.22f, 2200, 0.50f, 1.2f, 1.0f};
 
 void playSnareOf(const Snare& snare, const Note& note, Stereo& out) {
     const Span span = spanOf(note, std::max(snare.bodyRing, snare.wiresRing), out);
@@ -82,8 +80,8 @@ void playSnareOf(const Snare& snare, const Note& note, Stereo& out) {
                     b = highPassed(dullRight, brighten, nextNoise(noise));
         const Bands l = filtered(left, cutoff, a), r = filtered(right, cutoff, b);
         const float gain = note.velocity * snare.level;
-        out.left[span.start + i] += gain * softClip(0.8f * skin + wires * (l.band + 0.7f * l.high));
-        out.right[span.start + i] += gain * softClip(0.8f * skin + wires * (r.band + 0.7f * r.high));
+        out.left[span.start + i] += gain * softClip(0.6f * skin + wires * (l.band + 0.7f * l.high));
+        out.right[span.start + i] += gain * softClip(0.6f * skin + wires * (r.band + 0.7f * r.high));
         body *= bodyRing;
         wires *= wiresRing;
         sweep *= bend;
@@ -120,8 +118,7 @@ std::array<float, 2> nextMetal(MetalState& state, const Metal& metal, float floo
     std::array<float, 2> sides{};
     for (size_t side = 0; side < 2; ++side) {
         const float raw = (1 - metal.hiss) * 2 * ringing + metal.hiss * nextNoise(state.noise);
-        sides[side] =
-            highPassed(state.duller[side], floorFactor, highPassed(state.dull[side], floorFactor, raw));
+        sides[side] = highPassed(state.duller[side], floorFactor, highPassed(state.dull[side], floorFactor, raw));
     }
     return sides;
 }

@@ -43,8 +43,7 @@ struct Diffuser {
 };
 Diffuser diffuser(size_t spread) {
     Diffuser result;
-    for (size_t i = 0; i < DIFFUSER_SAMPLES.size(); ++i)
-        result.lines[i] = lineOf(DIFFUSER_SAMPLES[i] + spread);
+    for (size_t i = 0; i < DIFFUSER_SAMPLES.size(); ++i) result.lines[i] = lineOf(DIFFUSER_SAMPLES[i] + spread);
     return result;
 }
 // Schroeder all-passes in series: smear an attack without colouring it.
@@ -81,8 +80,7 @@ float rounded(float x) {
 float peakNear(const std::vector<float>& samples, size_t i) {
     const float own = std::fabs(samples[i]);
     if (i < 1 || i + 2 >= samples.size()) return own;
-    const float between =
-        0.5625f * (samples[i] + samples[i + 1]) - 0.0625f * (samples[i - 1] + samples[i + 2]);
+    const float between = 0.5625f * (samples[i] + samples[i + 1]) - 0.0625f * (samples[i - 1] + samples[i + 2]);
     return std::max(own, 1.08f * std::fabs(between));
 }
 
@@ -124,8 +122,7 @@ Stereo reverberation(const Stereo& dry, const ReverbSettings& settings) {
         put(preRight, dry.right[i]);
         std::array<float, LINES> ends;
         for (size_t k = 0; k < LINES; ++k)
-            ends[k] = keep[k] *
-                      highPassed(low[k], floorFactor, lowPassed(dull[k], ceilingFactor, oldest(lines[k])));
+            ends[k] = keep[k] * highPassed(low[k], floorFactor, lowPassed(dull[k], ceilingFactor, oldest(lines[k])));
         wet.left[i] = ends[0] + ends[2] - ends[4] + ends[6];
         wet.right[i] = ends[1] + ends[3] - ends[5] + ends[7];
         mixLines(ends);
@@ -156,8 +153,8 @@ void master(Stereo& mix, float gain, float ceiling) {
     const size_t samples = mix.left.size(), ahead = static_cast<size_t>(LOOK_AHEAD * SAMPLE_RATE);
     std::vector<float> needed(samples + ahead, 1.0f);
     for (size_t i = 0; i < samples; ++i)
-        needed[i] = std::min(
-            1.0f, ceiling / std::max(1e-9f, std::max(peakNear(mix.left, i), peakNear(mix.right, i))));
+        needed[i] =
+            std::min(1.0f, ceiling / std::max(1e-9f, std::max(peakNear(mix.left, i), peakNear(mix.right, i))));
     std::vector<float> lowest(samples + ahead, 1.0f);
     std::vector<size_t> window;  // indices of rising values: the front is the minimum of the look-ahead
     size_t front = 0;

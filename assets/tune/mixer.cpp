@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr float CEILING_DB = -2.2f;  // leaves room for what the mp3 encoder adds to the peaks
+constexpr float CEILING_DB = -2.8f;  // leaves room for what the mp3 encoder adds to the peaks
 constexpr double DELAY_BEATS = 0.75;
 constexpr float DELAY_FEEDBACK = 0.45f, DELAY_FLOOR = 300, DELAY_CEILING = 5200;
 constexpr ReverbSettings ROOM = {0.018f, 2.6f, 180, 6500};

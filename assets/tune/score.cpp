@@ -35,6 +35,7 @@ struct Row {
 
 struct Pattern {
     double beats = 0;
+    int line = 0;
     std::vector<Row> rows;
 };
 
@@ -103,8 +104,7 @@ Step readNotes(const std::string& word) {
     if (word[at] == '~') step.slides = true, ++at;
     step.pitches.push_back(readPitch(word, at));
     while (at < word.size() && word[at] == '+') step.pitches.push_back(readPitch(word, ++at));
-    if (at < word.size() && word[at] == ':' && at + 2 == word.size() && word[at + 1] >= '1' &&
-        word[at + 1] <= '9')
+    if (at < word.size() && word[at] == ':' && at + 2 == word.size() && word[at + 1] >= '1' && word[at + 1] <= '9')
         step.velocity = word[at + 1] - '0';
     else if (at != word.size())
         throw ScoreError("\"" + word + "\" is no step: after the notes only :1 to :9 may follow");
@@ -176,6 +176,7 @@ void readPattern(Reader& reader, const Words& words) {
     if (!reader.patterns.try_emplace(words[1]).second)
         throw ScoreError("there is a pattern \"" + words[1] + "\" already");
     reader.pattern = words[1];
+    reader.patterns[words[1]].line = reader.line;
     reader.patterns[words[1]].beats = number(words[2], 0.25, 1024, "the length in beats");
 }
 
@@ -257,8 +258,7 @@ void readLine(Reader& reader, const std::string& text) {
 }
 
 // Adds the notes of one row, repeated until `beats` are over. `start` is the time of the row's beat 0.
-void layRow(Reader& reader, const Row& row, const Pattern& pattern, const Play& play, double start,
-            double from) {
+void layRow(Reader& reader, const Row& row, const Pattern& pattern, const Play& play, double start, double from) {
     Score& score = reader.score;
     const double beatTime = 60.0 / score.beatsPerMinute;
     const double stepBeats = pattern.beats / static_cast<double>(row.steps.size());
@@ -276,8 +276,7 @@ void layRow(Reader& reader, const Row& row, const Pattern& pattern, const Play& 
         const double length = std::min(static_cast<double>(after) * stepBeats, end) - beat;
         for (size_t voice = 0; voice < step.pitches.size(); ++voice) {
             const float pitch = step.pitches[voice] + play.transpose;
-            const float slideFrom =
-                step.slides && voice < previous.size() ? previous[voice] + play.transpose : pitch;
+            const float slideFrom = step.slides && voice < previous.size() ? previous[voice] + play.transpose : pitch;
             score.notes.push_back({row.track, start + (beat - from) * beatTime, length * beatTime, pitch,
                                    static_cast<float>(step.velocity) / FULL_VELOCITY, slideFrom});
         }
@@ -293,10 +292,8 @@ void laySection(Reader& reader, size_t index) {
         reader.line = play.line;
         for (const Play::Use& use : play.uses) {
             const auto found = reader.patterns.find(use.pattern);
-            if (found == reader.patterns.end())
-                throw ScoreError("there is no pattern \"" + use.pattern + "\"");
-            for (const Row& row : found->second.rows)
-                layRow(reader, row, found->second, play, start, use.from);
+            if (found == reader.patterns.end()) throw ScoreError("there is no pattern \"" + use.pattern + "\"");
+            for (const Row& row : found->second.rows) layRow(reader, row, found->second, play, start, use.from);
         }
         start += play.beats * beatTime;
     }
@@ -312,9 +309,10 @@ void laySection(Reader& reader, size_t index) {
 }
 
 // Every row's steps must share its pattern's length in a way a player could count.
-void checkPatterns(const Reader& reader) {
+void checkPatterns(Reader& reader) {
     for (const auto& [name, pattern] : reader.patterns)
         for (const Row& row : pattern.rows) {
+            reader.line = pattern.line;
             const double stepsPerBeat = static_cast<double>(row.steps.size()) / pattern.beats;
             const double twelfths = 48.0 / stepsPerBeat;
             if (std::fabs(twelfths - std::round(twelfths)) > BEAT_TOLERANCE) {

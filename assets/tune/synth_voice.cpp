@@ -32,9 +32,8 @@ Oscillators startOscillators(const Patch& patch, const Note& note) {
     const float share = 1.0f / std::sqrt(static_cast<float>(patch.unison));
     for (int i = 0; i < patch.unison; ++i) {
         // Spread -1..1 over the voices; a single one sits in the middle.
-        const float spread = patch.unison > 1
-                                 ? 2.0f * static_cast<float>(i) / static_cast<float>(patch.unison - 1) - 1.0f
-                                 : 0.0f;
+        const float spread =
+            patch.unison > 1 ? 2.0f * static_cast<float>(i) / static_cast<float>(patch.unison - 1) - 1.0f : 0.0f;
         const float pan = patch.width * spread * (i % 2 == 0 ? 1.0f : -1.0f);
         Voice& voice = oscillators.voices[static_cast<size_t>(i)];
         voice.ratio = std::exp2(patch.detune * 0.5f * spread / 12.0f);
@@ -63,8 +62,8 @@ Pair nextSample(Oscillators& oscillators, const Patch& patch) {
     Pair sum{0, 0};
     for (int i = 0; i < patch.unison; ++i) {
         Voice& voice = oscillators.voices[static_cast<size_t>(i)];
-        const float wave = patch.wave == Wave::SAW ? sawAt(voice.phase, voice.step)
-                                                   : pulseAt(voice.phase, voice.step, patch.pulse);
+        const float wave =
+            patch.wave == Wave::SAW ? sawAt(voice.phase, voice.step) : pulseAt(voice.phase, voice.step, patch.pulse);
         advance(voice.phase, voice.step);
         sum.left += wave * voice.left;
         sum.right += wave * voice.right;

@@ -7,4 +7,5 @@
 void playBell(const Instrument& instrument, const Note& note, Stereo& out);
 void playKeys(const Instrument& instrument, const Note& note, Stereo& out);
 void playGrowl(const Instrument& instrument, const Note& note, Stereo& out);
+void playRollingGrowl(const Instrument& instrument, const Note& note, Stereo& out);
 void playSub(const Instrument& instrument, const Note& note, Stereo& out);
