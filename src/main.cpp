@@ -57,7 +57,7 @@ struct Scene {
 constexpr const char* GREETINGS[] = {
     "hello to you out there in front of the screen, lean back, turn the sound up and let some thousand cubes say hello",
     "greetings fly out to all who code at night, to pixel painters, chip musicians, shader tamers, bug hunters and daydreamers",
-    "love to all who share what they make, and to all who watch         code, graphics and sound by the ryl crew. good night!",
+    "love to all who share what they make, and to all who watch         code, graphics and sound by the ryl crew. good night",
 };
 
 void drawNothing(const SceneFrame&, Demo&) {}
