@@ -15,8 +15,7 @@ using Model = std::unique_ptr<GLMmodel, DeleteModel>;
 
 // A folder with "m.obj", and with "m.mtl" when `mtl` is not empty.
 struct ModelFiles {
-    explicit ModelFiles(const std::string& obj, const std::string& mtl = "")
-        : path(folder.write("m.obj", obj)) {
+    explicit ModelFiles(const std::string& obj, const std::string& mtl = "") : path(folder.write("m.obj", obj)) {
         if (!mtl.empty()) folder.write("m.mtl", mtl);
     }
     Model read() const { return Model(glmReadOBJ(path.c_str())); }
@@ -25,8 +24,7 @@ struct ModelFiles {
     ChildResult readInChild() const {
         ChildResult result = runInChild([this] { read(); });
         const std::string name = folder.path().string() + "/";
-        for (std::size_t at = result.errors.find(name); at != std::string::npos;
-             at = result.errors.find(name))
+        for (std::size_t at = result.errors.find(name); at != std::string::npos; at = result.errors.find(name))
             result.errors.replace(at, name.size(), "@");
         return result;
     }

@@ -31,8 +31,7 @@ std::string groupsOf(const GLMmodel& model) {
     std::string text;
     for (const GLMgroup* group = model.groups; group != nullptr; group = group->next) {
         text += std::string("[") + group->name + "] material " + std::to_string(group->material) + ":";
-        for (std::uint32_t i = 0; i < group->numtriangles; ++i)
-            text += " " + std::to_string(group->triangles[i]);
+        for (std::uint32_t i = 0; i < group->numtriangles; ++i) text += " " + std::to_string(group->triangles[i]);
         text += "\n";
     }
     return text;
@@ -51,8 +50,8 @@ TEST(Read, CornerFormsAndFans) {
         {"f 1/1/2 2/2/1 3/1/1", {1, 1, 2, 2, 2, 1, 3, 1, 1}},
         {"f 1//-1 2//1 3//-1", {1, NONE, NONE, 2, NONE, 1, 3, NONE, NONE}},
         {"f 1/-1/1 2/2/-1 3/1/1", {1, NONE, 1, 2, 2, NONE, 3, 1, 1}},
-        {"f 1 2 3 4 5 # a fan\n", {1, NONE, NONE, 2, NONE, NONE, 3, NONE, NONE, 1, NONE, NONE, 3, NONE, NONE,
-                                   4, NONE, NONE, 1, NONE, NONE, 4, NONE, NONE, 5, NONE, NONE}},
+        {"f 1 2 3 4 5 # a fan\n", {1,    NONE, NONE, 2,    NONE, NONE, 3,    NONE, NONE, 1,    NONE, NONE, 3,   NONE,
+                                   NONE, 4,    NONE, NONE, 1,    NONE, NONE, 4,    NONE, NONE, 5,    NONE, NONE}},
         {"f\n1\t2\n\n+3\nfoo 3 4 5#x",
          {1, NONE, NONE, 2, NONE, NONE, 3, NONE, NONE, 3, NONE, NONE, 4, NONE, NONE, 5, NONE, NONE}},
     };
@@ -64,12 +63,10 @@ TEST(Read, CornerFormsAndFans) {
 
 TEST(Read, NumbersAndCounts) {
     const Model model =
-        ModelFiles(
-            "v 1 2 3 0.5 0.5\nv\n4\n5 6e0 # w\nvn 0 0 -1\nvt 0.25 0.75 9\nvt 0.5 -1\no x\ns off\nl 1 2\n"
-            "f 1 2 1")
+        ModelFiles("v 1 2 3 0.5 0.5\nv\n4\n5 6e0 # w\nvn 0 0 -1\nvt 0.25 0.75 9\nvt 0.5 -1\no x\ns off\nl 1 2\n"
+                   "f 1 2 1")
             .read();
-    EXPECT_EQ(std::vector<float>(model->vertices + 3, model->vertices + 9),
-              (std::vector<float>{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(std::vector<float>(model->vertices + 3, model->vertices + 9), (std::vector<float>{1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(std::vector<float>(model->normals + 3, model->normals + 6), (std::vector<float>{0, 0, -1}));
     EXPECT_EQ(std::vector<float>(model->texcoords + 2, model->texcoords + 6),
               (std::vector<float>{.25f, .75f, .5f, -1}));
@@ -97,9 +94,8 @@ TEST(Read, GroupsAreNewestFirstAndKeepTheirBlanks) {
         ModelFiles(FIVE_POINTS +
                    "g cube\nf 1 2 3\ng  two words \r\nf 2 3 4\ngroup cube\nf 3 4 5\ng cube\nf 1 2 4 5\ng end")
             .read();
-    EXPECT_EQ(groupsOf(*model),
-              "[ end] material 0:\n[  two words ] material 0: 1\n[ cube] material 0: 0 2 3 4\n"
-              "[default] material 0:\n");
+    EXPECT_EQ(groupsOf(*model), "[ end] material 0:\n[  two words ] material 0: 1\n[ cube] material 0: 0 2 3 4\n"
+                                "[default] material 0:\n");
     EXPECT_EQ(model->numgroups, 4u);
     EXPECT_EQ(glmAddGroup(model.get(), " cube"), glmFindGroup(model.get(), " cube"));
     EXPECT_EQ(glmFindGroup(model.get(), "cube"), nullptr);
@@ -109,14 +105,13 @@ TEST(Read, GroupsAreNewestFirstAndKeepTheirBlanks) {
 
 // A group takes the first material that is current at one of its faces, or chosen while it holds a triangle.
 TEST(Read, MaterialsOfGroupsAndTriangles) {
-    const ModelFiles files(
-        FIVE_POINTS + "g a\nusemtl red\ng b\nf 1 2 3\nusemtl blue x\nf 1 2 3\ng c\nusemtl default\nf 1 2 3\n"
-                      "usemtl blue\ng d\nmtllib m.mtl other.mtl\nf 1 2 3\n",
-        "newmtl red\nnewmtl blue\n");
+    const ModelFiles files(FIVE_POINTS +
+                               "g a\nusemtl red\ng b\nf 1 2 3\nusemtl blue x\nf 1 2 3\ng c\nusemtl default\nf 1 2 3\n"
+                               "usemtl blue\ng d\nmtllib m.mtl other.mtl\nf 1 2 3\n",
+                           "newmtl red\nnewmtl blue\n");
     const Model model = files.read();
-    EXPECT_EQ(groupsOf(*model),
-              "[ d] material 2: 3\n[ c] material 2: 2\n[ b] material 1: 0 1\n[ a] material 0:\n"
-              "[default] material 0:\n");
+    EXPECT_EQ(groupsOf(*model), "[ d] material 2: 3\n[ c] material 2: 2\n[ b] material 1: 0 1\n[ a] material 0:\n"
+                                "[default] material 0:\n");
     Indices materials;
     for (std::uint32_t i = 0; i < model->numtriangles; ++i) materials.push_back(model->triangles[i].material);
     EXPECT_EQ(materials, (Indices{1, 2, 0, 2}));
@@ -136,8 +131,7 @@ TEST(Read, SecondLibraryReplacesTheFirst) {
 TEST(Read, WhatIsLeftOfALongLineIsReadAsStatements) {
     const std::string comment = "# " + std::string(126, '-');
     const Model model =
-        ModelFiles(comment + "v 1 2 3\n" + comment + "-v 4 5 6\ng " + std::string(126, 'n') + "v 7 8 9\n")
-            .read();
+        ModelFiles(comment + "v 1 2 3\n" + comment + "-v 4 5 6\ng " + std::string(126, 'n') + "v 7 8 9\n").read();
     EXPECT_EQ(model->numvertices, 2u);
     EXPECT_EQ(model->vertices[3 + 3], 7.0f) << "the group's name took 127 characters of its line";
     EXPECT_EQ(std::strlen(model->groups->name), 127u);
@@ -165,25 +159,19 @@ TEST(Read, FatalErrors) {
          "glmReadOBJ: Got \"4294967296\" instead of a corner \"v\" in file \"@m.obj\", line 6"},
         {points + "f 4294967297 2 3",
          "glmReadOBJ: Got \"4294967297\" instead of a corner \"v/vt/vn\" in file \"@m.obj\", line 6"},
-        {points + "f 1/1 2/2 3",
-         "glmReadOBJ: Got \"3\" instead of a corner \"v/vt\" in file \"@m.obj\", line 6"},
-        {points + "f 1 2 3 4/1",
-         "glmReadOBJ: Got \"4/1\" instead of a corner \"v\" in file \"@m.obj\", line 6"},
+        {points + "f 1/1 2/2 3", "glmReadOBJ: Got \"3\" instead of a corner \"v/vt\" in file \"@m.obj\", line 6"},
+        {points + "f 1 2 3 4/1", "glmReadOBJ: Got \"4/1\" instead of a corner \"v\" in file \"@m.obj\", line 6"},
         {points + "f 1//1 2/1/1 3//1",
          "glmReadOBJ: Got \"2/1/1\" instead of a corner \"v//vn\" in file \"@m.obj\", line 6"},
         {points + "f 1/1/1/1 2 3",
          "glmReadOBJ: Got \"1/1/1/1\" instead of a corner \"v/vt/vn\" in file \"@m.obj\", line 6"},
-        {points + "\nf 1.5 2 3",
-         "glmReadOBJ: Got \"1.5\" instead of a corner \"v\" in file \"@m.obj\", line 7"},
+        {points + "\nf 1.5 2 3", "glmReadOBJ: Got \"1.5\" instead of a corner \"v\" in file \"@m.obj\", line 7"},
         {points + "f\n", "glmReadOBJ: \"f\" with fewer than three corners in file \"@m.obj\", line 6"},
-        {points + "f 1 2\nf 1 2 3\n",
-         "glmReadOBJ: \"f\" with fewer than three corners in file \"@m.obj\", line 6"},
+        {points + "f 1 2\nf 1 2 3\n", "glmReadOBJ: \"f\" with fewer than three corners in file \"@m.obj\", line 6"},
         {"v 1 2\n", "glmReadOBJ: numbers that can't be read in file \"@m.obj\", line 1"},
         {"v 1,5 2 3\n", "glmReadOBJ: numbers that can't be read in file \"@m.obj\", line 1"},
-        {"v 1 2 3 v 4 5 6\n",
-         "glmReadOBJ: statement after another one on its line in file \"@m.obj\", line 1"},
-        {"vn 1 2 3 vt 4 5\n",
-         "glmReadOBJ: statement after another one on its line in file \"@m.obj\", line 1"},
+        {"v 1 2 3 v 4 5 6\n", "glmReadOBJ: statement after another one on its line in file \"@m.obj\", line 1"},
+        {"vn 1 2 3 vt 4 5\n", "glmReadOBJ: statement after another one on its line in file \"@m.obj\", line 1"},
         {points + "v 1 2 3 f 1 2 3",
          "glmReadOBJ: statement after another one on its line in file \"@m.obj\", line 6"},
         // As many faces as counted, but not in the group that they were counted for.
@@ -202,8 +190,7 @@ TEST(Read, FatalErrors) {
 TEST(Read, FilesThatCannotBeOpened) {
     for (const std::string path : {"gone.obj", "/", ""}) {
         const ChildResult result = runInChild([&] { glmReadOBJ(path.c_str()); });
-        EXPECT_EQ(result.errors,
-                  "GLM: Fatal Error: glmReadOBJ() failed: can't open data file \"" + path + "\".\n");
+        EXPECT_EQ(result.errors, "GLM: Fatal Error: glmReadOBJ() failed: can't open data file \"" + path + "\".\n");
         EXPECT_EQ(result.status, 1);
     }
 }
@@ -216,11 +203,9 @@ TEST(Read, Warnings) {
     } cases[] = {
         {"usemtl red x\n", warning + "glmFindMaterial():  can't find material \"red\".\n"},
         {"usemtl\n",
-         warning +
-             "glmReadOBJ: \"usemtl\" without a name in file \"@m.obj\", taken as the default material\n"},
+         warning + "glmReadOBJ: \"usemtl\" without a name in file \"@m.obj\", taken as the default material\n"},
         {"mtllib  \t\n", warning + "glmReadOBJ: \"mtllib\" without a name ignored in file \"@m.obj\"\n"},
-        {"vt 0.5\nvt 1 2\n",
-         warning + "glmReadOBJ: \"vt\" with one number in file \"@m.obj\", taken as v = 0\n"},
+        {"vt 0.5\nvt 1 2\n", warning + "glmReadOBJ: \"vt\" with one number in file \"@m.obj\", taken as v = 0\n"},
     };
     for (const auto& test : cases) {
         const ChildResult result = ModelFiles(test.obj).readInChild();
@@ -270,7 +255,6 @@ TEST(Read, DamagedFilesDoNoHarm) {
                     if (index < 1 || index > model->numvertices) std::abort();
         });
         ASSERT_TRUE(result.status == 0 || result.status == 1) << result.errors;
-        ASSERT_EQ(result.status == 1, result.errors.find("GLM: Fatal Error: ") != std::string::npos)
-            << result.errors;
+        ASSERT_EQ(result.status == 1, result.errors.find("GLM: Fatal Error: ") != std::string::npos) << result.errors;
     }
 }
