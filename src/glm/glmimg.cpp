@@ -133,7 +133,7 @@ void glmImgInit() {
     glm_do_init = 0;
     _glmTextureTarget = GL_TEXTURE_2D;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &gl_max_texture_size);
-    if (glmIsExtensionSupported("GL_SGIS_generate_mipmap") == 1) gl_sgis_generate_mipmap = 1;
+    gl_sgis_generate_mipmap = glmIsExtensionSupported("GL_SGIS_generate_mipmap") == 1 ? 1 : 0;
 }
 
 int glmIsExtensionSupported(const char* name) {
