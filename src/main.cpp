@@ -233,6 +233,8 @@ void endFrame(const Demo& demo) {
     glutSwapBuffers();
 }
 
+}  // namespace
+
 // The display callback. A scene that hands over lets the next one draw in the same frame; one that hands back
 // waits for the next frame.
 void drawScene() {
@@ -243,8 +245,6 @@ void drawScene() {
         if (demo.queue == k) playScene(demo, k);
     endFrame(demo);
 }
-
-}  // namespace
 
 int main(int argc, char** argv) {
     ryl_init(argc, argv, drawScene);
