@@ -41,9 +41,18 @@ const std::map<GLenum, const char*> NAMES = {
     GL_NAME(COLOR_MATERIAL),
     GL_NAME(COMPILE),
     GL_NAME(DIFFUSE),
+    GL_NAME(EXP2),
+    GL_NAME(FILL),
+    GL_NAME(FOG),
+    GL_NAME(FOG_COLOR),
+    GL_NAME(FOG_DENSITY),
+    GL_NAME(FOG_HINT),
+    GL_NAME(FOG_MODE),
     GL_NAME(FRONT_AND_BACK),
     GL_NAME(GENERATE_MIPMAP_SGIS),
+    GL_NAME(LIGHT0),
     GL_NAME(LIGHT_MODEL_TWO_SIDE),
+    GL_NAME(LIGHTING),
     GL_NAME(LINEAR),
     GL_NAME(LINEAR_MIPMAP_LINEAR),
     GL_NAME(LUMINANCE),
@@ -51,6 +60,7 @@ const std::map<GLenum, const char*> NAMES = {
     GL_NAME(MODULATE),
     GL_NAME(NEAREST),
     GL_NAME(NEAREST_MIPMAP_NEAREST),
+    GL_NAME(NICEST),
     GL_NAME(PACK_ALIGNMENT),
     GL_NAME(REPEAT),
     GL_NAME(RGB),
@@ -68,7 +78,8 @@ const std::map<GLenum, const char*> NAMES = {
     GL_NAME(UNPACK_ALIGNMENT),
     GL_NAME(UNSIGNED_BYTE),
 };
-const std::map<GLenum, const char*> PRIMITIVES = {GL_NAME(LINES), GL_NAME(TRIANGLES), GL_NAME(QUADS)};
+const std::map<GLenum, const char*> PRIMITIVES = {GL_NAME(LINES), GL_NAME(TRIANGLES), GL_NAME(TRIANGLE_STRIP),
+                                                  GL_NAME(QUADS)};
 const std::map<GLenum, const char*> FACTORS = {GL_NAME(ZERO), GL_NAME(ONE), GL_NAME(SRC_ALPHA),
                                                GL_NAME(ONE_MINUS_SRC_ALPHA)};
 
@@ -169,6 +180,21 @@ RECORD(glTexImage2D,
        (GLenum target, GLint level, GLint internal, GLsizei width, GLsizei height, GLint border, GLenum format,
         GLenum type, const void* /*pixels*/),
        Name{target}, level, Name{static_cast<GLenum>(internal)}, width, height, border, Name{format}, Name{type})
+
+RECORD(glVertex3f, (GLfloat x, GLfloat y, GLfloat z), x, y, z)
+RECORD(glColor4f, (GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha), red, green, blue, alpha)
+RECORD(glPushMatrix, ())
+RECORD(glPopMatrix, ())
+RECORD(glTranslatef, (GLfloat x, GLfloat y, GLfloat z), x, y, z)
+RECORD(glRotatef, (GLfloat angle, GLfloat x, GLfloat y, GLfloat z), angle, x, y, z)
+RECORD(glScalef, (GLfloat x, GLfloat y, GLfloat z), x, y, z)
+RECORD(glFogf, (GLenum name, GLfloat value), Name{name}, value)
+RECORD(glFogfv, (GLenum name, const GLfloat* v), Name{name}, Vector{v, 4})
+RECORD(glFogi, (GLenum name, GLint value), Name{name}, Name{static_cast<GLenum>(value)})
+RECORD(glHint, (GLenum target, GLenum mode), Name{target}, Name{mode})
+RECORD(glLightfv, (GLenum light, GLenum name, const GLfloat* v), Name{light}, Name{name}, Vector{v, 4})
+RECORD(glLightModelfv, (GLenum name, const GLfloat* v), Name{name}, Vector{v, 4})
+RECORD(glPolygonMode, (GLenum face, GLenum mode), Name{face}, Name{mode})
 
 void glGenTextures(GLsizei count, GLuint* textures) {
     for (GLsizei i = 0; i < count; ++i) textures[i] = nextTexture++;
