@@ -17,16 +17,16 @@ struct FreeImage {
 };
 
 // Corners as libgd gives them: lower left, lower right, upper right, upper left; x, y each.
-std::array<int, 8> drawText(gdImage* image, int colour, const char* font, const std::string& text, float size,
-                            int x, int y) {
+std::array<int, 8> drawText(gdImage* image, int colour, const char* font, const std::string& text, float size, int x,
+                            int y) {
     gdFTStringExtra extra{};
     extra.flags = gdFTEX_RESOLUTION;
     extra.hdpi = extra.vdpi = POINTS_PER_INCH;
     std::array<int, 8> corners{};
     std::string fontPath = font;
     std::string writable = text;  // the interface takes it without const
-    const char* error = gdImageStringFTEx(image, corners.data(), colour, fontPath.data(),
-                                          static_cast<double>(size), 0.0, x, y, writable.data(), &extra);
+    const char* error = gdImageStringFTEx(image, corners.data(), colour, fontPath.data(), static_cast<double>(size),
+                                          0.0, x, y, writable.data(), &extra);
     if (error) {
         std::fprintf(stderr, "[! %s] %s\n", font, error);
         std::exit(1);
@@ -42,8 +42,7 @@ TextExtent measureText(const char* font, const std::string& text, float size) {
     return {pixels(corners[0]), pixels(corners[7]), pixels(corners[2]), pixels(corners[1])};
 }
 
-Mask textMask(const char* font, const std::string& text, float size, int width, int height, float x,
-              float baseline) {
+Mask textMask(const char* font, const std::string& text, float size, int width, int height, float x, float baseline) {
     const std::unique_ptr<gdImage, FreeImage> image(gdImageCreateTrueColor(width * FINE, height * FINE));
     if (!image) {
         std::fprintf(stderr, "[! %s] no memory for %dx%d pixels of text\n", font, width, height);
@@ -58,8 +57,7 @@ Mask textMask(const char* font, const std::string& text, float size, int width, 
             int sum = 0;
             for (int j = 0; j < FINE; ++j)
                 for (int i = 0; i < FINE; ++i)
-                    sum += gdTrueColorGetRed(
-                        gdImageTrueColorPixel(image.get(), column * FINE + i, row * FINE + j));
+                    sum += gdTrueColorGetRed(gdImageTrueColorPixel(image.get(), column * FINE + i, row * FINE + j));
             mask.coverage.push_back(static_cast<float>(sum) / (255.0f * FINE * FINE));
         }
     return mask;

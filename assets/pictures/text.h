@@ -23,5 +23,4 @@ struct TextExtent {
 TextExtent measureText(const char* font, const std::string& text, float size);
 
 // A mask of the given size with the text's pen starting at (x, baseline).
-Mask textMask(const char* font, const std::string& text, float size, int width, int height, float x,
-              float baseline);
+Mask textMask(const char* font, const std::string& text, float size, int width, int height, float x, float baseline);

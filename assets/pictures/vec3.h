@@ -17,14 +17,10 @@ constexpr Vec3 operator*(Vec3 a, Vec3 b) { return {a.x * b.x, a.y * b.y, a.z * b
 constexpr Vec3 operator*(Vec3 a, float s) { return {a.x * s, a.y * s, a.z * s}; }
 constexpr Vec3 operator*(float s, Vec3 a) { return a * s; }
 constexpr float dot(Vec3 a, Vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-constexpr Vec3 cross(Vec3 a, Vec3 b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
+constexpr Vec3 cross(Vec3 a, Vec3 b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
 inline float length(Vec3 a) { return std::sqrt(dot(a, a)); }
 inline Vec3 normalize(Vec3 a) { return a * (1.0f / length(a)); }
-constexpr Vec3 reflect(Vec3 direction, Vec3 normal) {
-    return direction - normal * (2.0f * dot(direction, normal));
-}
+constexpr Vec3 reflect(Vec3 direction, Vec3 normal) { return direction - normal * (2.0f * dot(direction, normal)); }
 
 constexpr float mix(float a, float b, float k) { return a + (b - a) * k; }
 constexpr Vec3 mix(Vec3 a, Vec3 b, float k) { return a + (b - a) * k; }
