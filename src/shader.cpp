@@ -1,0 +1,197 @@
+#include "shader.h"
+
+#include "system.h"
+
+#include <GL/glew.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+shaderEntry shader[MAX_SHADERS] = {};
+int CURRENT_ID = -1;
+
+namespace {
+
+// A step of building a program; shown when the 0 becomes a 1.
+void trace(const char* step) { dprint(step, 0); }
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+[[noreturn]] void failToLoad(const char* path) {
+    std::printf("[!] Couldn't load shaderfile %s\n", path);
+    std::exit(-1);
+}
+
+int takeId() {
+    ++CURRENT_ID;
+    if (CURRENT_ID >= MAX_SHADERS) {
+        std::puts("[!] Maximum amount of shaders reached.");
+        --CURRENT_ID;
+        std::exit(-1);
+    }
+    return CURRENT_ID;
+}
+
+// Gives the id back that was taken for a load without a file.
+int refuseLoad() {
+    std::puts("[!] No files given to function loadShader()");
+    return CURRENT_ID--;
+}
+
+GLuint compile(GLenum stage, const char* source) {
+    const GLuint object = glCreateShaderObjectARB(stage);
+    glShaderSourceARB(object, 1, &source, nullptr);
+    glCompileShaderARB(object);
+    return object;
+}
+
+void compileVertexAndFragment(shaderEntry& entry, const char* vertexPath, const char* fragmentPath) {
+    if (vertexPath != nullptr) {
+        trace("Trying to create shader object (vertex)");
+        entry.vertexObject = compile(GL_VERTEX_SHADER_ARB, entry.vertexSource);
+    }
+    if (fragmentPath != nullptr) {
+        trace("Trying to create shader object (fragment)");
+        entry.fragmentObject = compile(GL_FRAGMENT_SHADER_ARB, entry.fragmentSource);
+    }
+}
+
+void attachVertexAndFragment(const shaderEntry& entry, const char* vertexPath, const char* fragmentPath) {
+    if (vertexPath != nullptr) glAttachObjectARB(entry.program, entry.vertexObject);
+    if (fragmentPath != nullptr) glAttachObjectARB(entry.program, entry.fragmentObject);
+}
+
+// The GL's words on an object, whether it failed or not; `heading` is a format for `path`.
+template <typename... Path>
+void printLog(GLuint object, const char* heading, Path... path) {
+    GLint length = 0;
+    glGetObjectParameterivARB(object, GL_OBJECT_INFO_LOG_LENGTH_ARB, &length);
+    if (length <= 0) return;
+    const auto log = std::make_unique<char[]>(static_cast<std::size_t>(length));
+    glGetInfoLogARB(object, length, nullptr, log.get());
+    std::printf(heading, path...);
+    std::printf("{\n%s}\n", log.get());
+}
+
+void printLogs(const shaderEntry& entry, const char* vertexPath, const char* fragmentPath) {
+    if (fragmentPath != nullptr) printLog(entry.fragmentObject, "[/] %s failed.\n", fragmentPath);
+    if (vertexPath != nullptr) printLog(entry.vertexObject, "[/] %s .\n", vertexPath);
+    printLog(entry.program, "[/] Shaderprogram failed.\n");
+}
+
+bool hasGeometryStage() { return GLEW_EXT_geometry_shader4 && glProgramParameteriEXT != nullptr; }
+
+void setGeometryParameters(GLuint program, int inputType, int outputType) {
+    GLint vertices = 0;
+    glGetIntegerv(GL_MAX_GEOMETRY_OUTPUT_VERTICES_EXT, &vertices);
+    glProgramParameteriEXT(program, GL_GEOMETRY_VERTICES_OUT_EXT, vertices);
+    glProgramParameteriEXT(program, GL_GEOMETRY_INPUT_TYPE_EXT, inputType);
+    glProgramParameteriEXT(program, GL_GEOMETRY_OUTPUT_TYPE_EXT, outputType);
+}
+
+}  // namespace
+
+char* loadFile(const char* path) {
+    trace("fopen'ing file");
+    const std::unique_ptr<std::FILE, CloseFile> file(ryl_openFile(path));
+    trace("filehandle NULL check");
+    if (!file) failToLoad(path);
+    trace("getting filelength");
+    std::fseek(file.get(), 0, SEEK_END);
+    const long length = std::ftell(file.get());
+    if (length < 0) failToLoad(path);
+    trace("rewinding filestreampointer");
+    std::rewind(file.get());
+    trace("allocating memory ");
+    auto* text = static_cast<char*>(std::malloc(static_cast<std::size_t>(length) + 1));
+    if (text == nullptr) {
+        std::puts("[!] Couldn't allocate memory");
+        std::exit(-1);
+    }
+    text[std::fread(text, 1, static_cast<std::size_t>(length), file.get())] = '\0';
+    std::printf("[*] shaderfile %s loaded\n", path);
+    return text;
+}
+
+int ryl_loadShader(const char* vertexPath, const char* fragmentPath) {
+    trace("increasing CURRENT_ID to next free id");
+    trace("CURRENT_ID max check");
+    const int id = takeId();
+    trace("Confirming given filenames");
+    if (vertexPath == nullptr && fragmentPath == nullptr) return refuseLoad();
+
+    shaderEntry& entry = shader[id];
+    trace("loading the shaderfiles from loadShader()");
+    if (vertexPath != nullptr) entry.vertexSource = loadFile(vertexPath);
+    if (fragmentPath != nullptr) entry.fragmentSource = loadFile(fragmentPath);
+    trace("Done loading shadefiles...");
+    trace("Creating shaderprogram");
+    entry.program = glCreateProgramObjectARB();
+    trace("Done creating shaderprogram");
+    compileVertexAndFragment(entry, vertexPath, fragmentPath);
+    attachVertexAndFragment(entry, vertexPath, fragmentPath);
+    glLinkProgramARB(entry.program);
+    printLogs(entry, vertexPath, fragmentPath);
+    trace("returning CURRENT_ID");
+    return id;
+}
+
+int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const char* fragmentPath, int inputType,
+                        int outputType) {
+    const int id = takeId();
+    if (geometryPath == nullptr && vertexPath == nullptr && fragmentPath == nullptr) return refuseLoad();
+
+    shaderEntry& entry = shader[id];
+    if (geometryPath != nullptr) entry.geometrySource = loadFile(geometryPath);
+    if (vertexPath != nullptr) entry.vertexSource = loadFile(vertexPath);
+    if (fragmentPath != nullptr) entry.fragmentSource = loadFile(fragmentPath);
+    entry.program = glCreateProgramObjectARB();
+    const bool withGeometry = geometryPath != nullptr && hasGeometryStage();
+    if (geometryPath != nullptr && !withGeometry)
+        std::printf("[/] no geometry shaders on this system, %s is left out\n", geometryPath);
+    if (withGeometry) entry.geometryObject = compile(GL_GEOMETRY_SHADER_EXT, entry.geometrySource);
+    compileVertexAndFragment(entry, vertexPath, fragmentPath);
+    if (withGeometry) glAttachObjectARB(entry.program, entry.geometryObject);
+    attachVertexAndFragment(entry, vertexPath, fragmentPath);
+    if (hasGeometryStage()) setGeometryParameters(entry.program, inputType, outputType);
+    glLinkProgramARB(entry.program);
+    if (withGeometry) printLog(entry.geometryObject, "[/] %s failed.\n", geometryPath);
+    printLogs(entry, vertexPath, fragmentPath);
+    trace("returning CURRENT_ID");
+    return id;
+}
+
+void ryl_shader_sendUniformValue(int id, const char* name, const float* values, int count) {
+    const GLint location = glGetUniformLocation(shader[id].program, name);
+    if (count > 4) {
+        std::puts("[!] The ryl framework only supports float4\n Any complains? Go to hell.");
+        return;
+    }
+    switch (count) {
+    case 0:
+        std::puts("[!] ryl_shader_sendUniformValue was given an invalid count-value check argument 4 and redo.. "
+                  "*sadface* :(");
+        std::exit(-1);
+    case 1:
+        glUniform1f(location, values[0]);
+        break;
+    case 2:
+        glUniform2f(location, values[0], values[1]);
+        break;
+    case 3:
+        glUniform3f(location, values[0], values[1], values[2]);
+        break;
+    case 4:
+        glUniform4f(location, values[0], values[1], values[2], values[3]);
+        break;
+    default:
+        break;
+    }
+}
+
+void ryl_enableShader(int id) { glUseProgramObjectARB(shader[id].program); }
+
+void ryl_disableShader(void) { glUseProgramObjectARB(0); }

@@ -1,0 +1,52 @@
+// shader.h - GLSL programs in a fixed table
+//
+//   int glow = ryl_loadShader("glow.vert", "glow.frag");        // once, while loading
+//   ryl_enableShader(glow);
+//   ryl_shader_sendUniformValue(glow, "tint", colour, 3);       // goes to the program in use
+//   ... draw ...
+//   ryl_disableShader();                                        // back to the fixed functions
+//
+// Needs    a current GL context after glewInit, with ARB shader objects; the GL thread.
+// Leaves   the program in use as enable and disable set it. Nothing is ever released.
+// Fails    a source file that cannot be read, and the 64th program, end the process with -1 after a message on
+//          standard output. A stage that does not compile or a program that does not link ends nothing: what the GL
+//          has to say is printed, and so is what it says of a stage that did compile.
+#pragma once
+
+constexpr int MAX_SHADERS = 63;
+
+// One program. A stage that its load did not use keeps what was there before.
+struct shaderEntry {
+    char* vertexSource;  // zero-terminated; kept for the life of the process
+    char* fragmentSource;
+    char* geometrySource;
+    unsigned vertexObject;  // GL shader objects
+    unsigned fragmentObject;
+    unsigned geometryObject;
+    unsigned program;  // GL program object
+};
+
+// Written only by the loads.
+extern shaderEntry shader[MAX_SHADERS];
+extern int CURRENT_ID;  // the id taken last, -1 before the first
+
+// Reads a whole file into a new zero-terminated buffer, from malloc, that the caller owns.
+char* loadFile(const char* path);
+
+// Builds a program from a vertex and a fragment stage; a null path leaves its stage out, but not both. Returns the id,
+// counting from 0. Without any path only a message is printed, and the next load takes the same id.
+int ryl_loadShader(const char* vertexPath, const char* fragmentPath);
+
+// The same with a geometry stage (EXT_geometry_shader4) in front, for primitives of `inputType`, such as
+// GL_TRIANGLES, that emits primitives of `outputType`, such as GL_TRIANGLE_STRIP, with as many vertices as the GL
+// allows. Where the GL lacks the extension that is said in one line and the program is built without the stage.
+int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const char* fragmentPath, int inputType,
+                        int outputType);
+
+// Sets the uniform `name`, of `count` (1 to 4) floats, of the program in use, which is to be program `id`. A count
+// above 4 prints a message and sets nothing, below 0 sets nothing, 0 ends the process with -1 after a message.
+void ryl_shader_sendUniformValue(int id, const char* name, const float* values, int count);
+
+// Switches to program `id`, which is not checked, and back to the fixed functions.
+void ryl_enableShader(int id);
+void ryl_disableShader(void);
