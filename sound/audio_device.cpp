@@ -27,8 +27,7 @@ void reportNoDevice() {
     reported = true;
 }
 
-void say(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/, const char* /*format*/,
-         ...) {}
+void say(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/, const char* /*format*/, ...) {}
 
 // ALSA's library prints a page to standard error when there is no sound card. SDL loads it by itself, so it
 // is asked for among the libraries that are loaded already; where it is missing nothing has to be silenced.
@@ -86,9 +85,7 @@ AudioDevice openAudioDevice(int rate, int channels, FillAudio fill, void* contex
 
 void runAudioDevice(const AudioDevice& device) { SDL_PauseAudioDevice(device.id, 0); }
 
-bool audioDeviceLost(const AudioDevice& device) {
-    return SDL_GetAudioDeviceStatus(device.id) == SDL_AUDIO_STOPPED;
-}
+bool audioDeviceLost(const AudioDevice& device) { return SDL_GetAudioDeviceStatus(device.id) == SDL_AUDIO_STOPPED; }
 
 void closeAudioDevice(const AudioDevice& device) {
     if (device.id != 0) SDL_CloseAudioDevice(device.id);

@@ -85,9 +85,7 @@ unsigned int lengthMs(const Mp3Stream& stream) {
 }
 
 // The first frame at which a millisecond has been reached, so that the position reads the same again.
-std::int64_t frameOfMs(unsigned int ms, int rate) {
-    return (std::int64_t{ms} * rate + MS_PER_S - 1) / MS_PER_S;
-}
+std::int64_t frameOfMs(unsigned int ms, int rate) { return (std::int64_t{ms} * rate + MS_PER_S - 1) / MS_PER_S; }
 
 FMOD_RESULT checkQuery(const void* handle, const void* answer, unsigned int unit) {
     if (!handle) return FMOD_ERR_NULL_HANDLE;
@@ -172,8 +170,7 @@ FMOD_RESULT FMOD_Sound_GetLength(FMOD_SOUND* sound, unsigned int* length, unsign
 
 FMOD_RESULT FMOD_Channel_GetPosition(FMOD_CHANNEL* channel, unsigned int* position, unsigned int unit) {
     if (const FMOD_RESULT check = checkQuery(channel, position, unit); check != FMOD_OK) return check;
-    *position =
-        static_cast<unsigned int>(playPosition(*channel->playback) * double{MS_PER_S} / channel->rate);
+    *position = static_cast<unsigned int>(playPosition(*channel->playback) * double{MS_PER_S} / channel->rate);
     return FMOD_OK;
 }
 

@@ -52,19 +52,18 @@ FMOD_API FMOD_RESULT FMOD_System_GetVersion(FMOD_SYSTEM* system, unsigned int* v
 // Finds the audio service. `maxChannels` is 1 or more (one channel is provided), `flags` FMOD_INIT_NORMAL,
 // `driverData` is not used. No audio service is no error: one line on standard error, and sounds play
 // silently.
-FMOD_API FMOD_RESULT FMOD_System_Init(FMOD_SYSTEM* system, int maxChannels, unsigned int flags,
-                                      void* driverData);
+FMOD_API FMOD_RESULT FMOD_System_Init(FMOD_SYSTEM* system, int maxChannels, unsigned int flags, void* driverData);
 
 // Opens the mp3 file `name` and measures it; nothing plays yet. `mode` is any union of the modes above,
 // `info` is null. On failure `*sound` is left as it was.
-FMOD_API FMOD_RESULT FMOD_System_CreateSound(FMOD_SYSTEM* system, const char* name, unsigned int mode,
-                                             void* info, FMOD_SOUND** sound);
+FMOD_API FMOD_RESULT FMOD_System_CreateSound(FMOD_SYSTEM* system, const char* name, unsigned int mode, void* info,
+                                             FMOD_SOUND** sound);
 
 // Plays `sound` from its start, once, in place of what the channel plays. `channel` is FMOD_CHANNEL_FREE or
 // 0; `paused` non-zero holds it at 0 until FMOD_Channel_SetPaused. May wait for the audio device, 2 s at the
 // most.
-FMOD_API FMOD_RESULT FMOD_System_PlaySound(FMOD_SYSTEM* system, int channel, FMOD_SOUND* sound,
-                                           FMOD_BOOL paused, FMOD_CHANNEL** playing);
+FMOD_API FMOD_RESULT FMOD_System_PlaySound(FMOD_SYSTEM* system, int channel, FMOD_SOUND* sound, FMOD_BOOL paused,
+                                           FMOD_CHANNEL** playing);
 
 // Length in milliseconds, rounded down from an exact count of samples. `unit` is FMOD_TIMEUNIT_MS.
 FMOD_API FMOD_RESULT FMOD_Sound_GetLength(FMOD_SOUND* sound, unsigned int* length, unsigned int unit);
@@ -72,13 +71,11 @@ FMOD_API FMOD_RESULT FMOD_Sound_GetLength(FMOD_SOUND* sound, unsigned int* lengt
 // What the listener hears now, in milliseconds from the start of the sound, rounded down. Grows smoothly in
 // real time while playing, stands still while paused, and stands at the length once the sound has played to
 // its end.
-FMOD_API FMOD_RESULT FMOD_Channel_GetPosition(FMOD_CHANNEL* channel, unsigned int* position,
-                                              unsigned int unit);
+FMOD_API FMOD_RESULT FMOD_Channel_GetPosition(FMOD_CHANNEL* channel, unsigned int* position, unsigned int unit);
 
 // Moves to `position` (milliseconds, 0 to the length), exact to the sample. Paused stays paused; a sound that
 // has played to its end plays on from there.
-FMOD_API FMOD_RESULT FMOD_Channel_SetPosition(FMOD_CHANNEL* channel, unsigned int position,
-                                              unsigned int unit);
+FMOD_API FMOD_RESULT FMOD_Channel_SetPosition(FMOD_CHANNEL* channel, unsigned int position, unsigned int unit);
 
 FMOD_API FMOD_RESULT FMOD_Channel_GetPaused(FMOD_CHANNEL* channel, FMOD_BOOL* paused);
 FMOD_API FMOD_RESULT FMOD_Channel_SetPaused(FMOD_CHANNEL* channel, FMOD_BOOL paused);

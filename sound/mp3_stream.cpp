@@ -10,9 +10,12 @@
 
 namespace {
 
-// Frames that are decoded and thrown away before the target of a seek. A layer III frame may keep its data in
-// up to 511 bytes before it, and the smallest frames have 72 bytes; one more fills the filters' memory.
-constexpr long PREROLL_FRAMES = 9;
+// Frames that are decoded and thrown away before the target of a seek: a layer III frame may keep its data in
+// frames before it, up to 511 bytes back in MPEG-1 and 255 in the versions for lower rates. The smallest
+// stereo frames have 60 and 3 bytes for it beside their headers; one more frame fills the filters' memory.
+// (The library's own default, 4, is heard as a disturbed start after a seek.)
+constexpr long PREROLL_MPEG1 = 10;
+constexpr long PREROLL_LOW_RATE = 86;
 constexpr long JUNK_LIMIT_BYTES = 65536;
 constexpr long INDEX_GROWTH = -1024;  // negative: as many entries as there are frames, in steps of this
 constexpr int IDLE_READS_LIMIT = 16;  // reads in a row that decode nothing and report no end
@@ -35,8 +38,7 @@ struct File {
 Mp3Open openFile(const char* path, File& file) {
     // Not to be held up by a pipe that nobody writes to.
     file.descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file.descriptor < 0)
-        return errno == ENOENT || errno == ENOTDIR ? Mp3Open::NotFound : Mp3Open::Unreadable;
+    if (file.descriptor < 0) return errno == ENOENT || errno == ENOTDIR ? Mp3Open::NotFound : Mp3Open::Unreadable;
     struct stat status = {};
     const bool regular = fstat(file.descriptor, &status) == 0 && S_ISREG(status.st_mode);
     return regular ? Mp3Open::Ok : Mp3Open::Unreadable;
@@ -48,7 +50,6 @@ Decoder makeDecoder() {
     if (!decoder) return decoder;
     mpg123_param(decoder.get(), MPG123_ADD_FLAGS, MPG123_QUIET | MPG123_GAPLESS | MPG123_SKIP_ID3V2, 0);
     mpg123_param(decoder.get(), MPG123_RESYNC_LIMIT, JUNK_LIMIT_BYTES, 0);
-    mpg123_param(decoder.get(), MPG123_PREFRAMES, PREROLL_FRAMES, 0);
     mpg123_param(decoder.get(), MPG123_INDEX_SIZE, INDEX_GROWTH, 0);
     return decoder;
 }
@@ -64,6 +65,12 @@ bool fixFormat(mpg123_handle* decoder, Mp3Stream& stream) {
     const int layout = channels == 1 ? MPG123_MONO : MPG123_STEREO;
     return mpg123_format_none(decoder) == MPG123_OK &&
            mpg123_format(decoder, rate, layout, MPG123_ENC_SIGNED_16) == MPG123_OK;
+}
+
+void setPreroll(mpg123_handle* decoder) {
+    mpg123_frameinfo first = {};
+    const bool mpeg1 = mpg123_info(decoder, &first) == MPG123_OK && first.version == MPG123_1_0;
+    mpg123_param(decoder, MPG123_PREFRAMES, mpeg1 ? PREROLL_MPEG1 : PREROLL_LOW_RATE, 0);
 }
 
 bool measure(mpg123_handle* decoder, Mp3Stream& stream) {
@@ -82,6 +89,7 @@ Mp3Open openMp3(const char* path, Mp3Stream& stream) {
     Mp3Stream found;
     if (mpg123_open_fd(decoder.get(), file.descriptor) != MPG123_OK) return Mp3Open::Unreadable;
     if (!fixFormat(decoder.get(), found) || !measure(decoder.get(), found)) return Mp3Open::NotMp3;
+    setPreroll(decoder.get());
     found.decoder = decoder.release();
     file.descriptor = -1;
     stream = found;

@@ -24,7 +24,10 @@ struct Mp3Stream {
 // ends the stream; if there is no frame before, the file is no mp3. `stream` is written on success only.
 Mp3Open openMp3(const char* path, Mp3Stream& stream);
 
-// Makes `frame` (0 to `frames`) the next one to be read. False when the file does not allow it any more.
+// Makes `frame` (0 to `frames`) the next one to be read. False when the file does not allow it any more. What
+// is read then is what reading from the start gives, but for the last bit of a sample in ten thousand: the
+// order in which the decoder's filter adds depends on how much it has decoded before. Read something before
+// seeking again: the decoder takes a second seek to a place close ahead for reading on, without a preroll.
 bool seekMp3(const Mp3Stream& stream, std::int64_t frame);
 
 // Reads up to `samples.size()` / channels frames. Returns the number of frames, 0 at the end and when nothing

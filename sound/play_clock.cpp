@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
-#include <limits>
 
 namespace {
 
@@ -11,7 +10,7 @@ constexpr double NS_PER_S = 1e9;
 constexpr std::int64_t WINDOW_NS = 1'000'000'000;
 constexpr double SLEW_SECONDS = 2.0;  // a difference is to be gone after this time
 constexpr double SLEW_LIMIT = 0.005;
-constexpr double NO_REQUEST_YET = -std::numeric_limits<double>::infinity();
+constexpr double QUEUE_TOLERANCE = 0.25;  // of a buffer
 
 // The device frame that is heard at `now`.
 double heard(const PlayClock& clock, std::int64_t now) {
@@ -30,7 +29,7 @@ void setLine(PlayClock& clock, std::int64_t now, double frames) {
 
 void startWindow(PlayClock& clock, std::int64_t now) {
     clock.windowNs = now;
-    clock.windowLead = NO_REQUEST_YET;
+    clock.windowQueue = 0;
 }
 
 void startLine(PlayClock& clock, std::int64_t now) {
@@ -39,16 +38,31 @@ void startLine(PlayClock& clock, std::int64_t now) {
     startWindow(clock, now);
 }
 
-// Bends the line once a second towards what the device's requests say.
+// Nothing of the stream is heard yet, so the line may jump to what the device must have heard by now. Until its queue
+// is known that is only: it has begun.
+void skipSilence(PlayClock& clock, std::int64_t now) {
+    const double reached = static_cast<double>(clock.handed - clock.queue);
+    double limit = clock.paused ? reached : clock.tieDevice;
+    if (!clock.queueKnown) limit = 0;
+    if (std::min(reached, limit) > clock.lineFrames) setLine(clock, now, std::min(reached, limit));
+}
+
+// A queue holds whole buffers. What was seen is more than that if the line started late, and a little less if no
+// request was quite on time.
+void learnQueue(PlayClock& clock) {
+    const double buffers = std::floor(clock.windowQueue / static_cast<double>(clock.buffer) + QUEUE_TOLERANCE);
+    clock.queue = std::max(static_cast<std::int64_t>(buffers), std::int64_t{1}) * clock.buffer;
+    clock.queueKnown = true;
+}
+
+// Learns the queue from the first second and then bends the line, once a second, towards what the requests say.
 void compareWithDevice(PlayClock& clock, std::int64_t now) {
-    const double line = clock.lineFrames;
-    const double onTime = static_cast<double>(clock.handed - clock.buffer);
-    if (onTime > line && (clock.paused || line < clock.tieDevice))
-        setLine(clock, now, clock.paused ? onTime : std::min(onTime, clock.tieDevice));
-    clock.windowLead = std::max(clock.windowLead, onTime - clock.lineFrames);
+    skipSilence(clock, now);
+    clock.windowQueue = std::max(clock.windowQueue, static_cast<double>(clock.handed) - clock.lineFrames);
     if (now - clock.windowNs < WINDOW_NS) return;
-    const double slew = clock.windowLead / (clock.rate * SLEW_SECONDS);
-    clock.lineSpeed = 1 + std::clamp(slew, -SLEW_LIMIT, SLEW_LIMIT);
+    if (!clock.queueKnown) learnQueue(clock);
+    const double behind = clock.windowQueue - static_cast<double>(clock.queue);
+    clock.lineSpeed = 1 + std::clamp(behind / (clock.rate * SLEW_SECONDS), -SLEW_LIMIT, SLEW_LIMIT);
     startWindow(clock, now);
 }
 
@@ -58,6 +72,7 @@ PlayClock startClock(double rate, std::int64_t buffer, bool followsDevice) {
     PlayClock clock;
     clock.rate = rate;
     clock.buffer = buffer;
+    clock.queue = buffer;
     clock.followsDevice = followsDevice;
     // A device that waits before it asks again was full, of silence, before the first request.
     if (followsDevice) clock.lineFrames = -static_cast<double>(buffer);

@@ -3,35 +3,35 @@
 // Plain arithmetic on one record: reads no clock, takes no lock, knows no device. Every function takes the
 // monotonic time in nanoseconds; times must not go back from one call to the next.
 //
-// The model. The device counts frames from the first one that it asked for. `heard`, the device frame that
-// leaves the speaker now, is a straight line over monotonic time. The audio interface tells only when the
-// device asks for another buffer, and that moment is late by however long our thread waited for the CPU
-// (jitter), so single moments never move the line. They correct it in three ways:
+// The model. The device counts frames from the first one that it asked for. `heard`, the device frame that leaves the
+// speaker now, is a straight line over monotonic time. The audio interface tells only when the device asks for another
+// buffer, and that moment is late by however long our thread waited for the CPU (jitter), so a single request never
+// moves the line. Requests correct it in three ways.
 //
-//   - A device asks when it holds one more buffer than it needs at once: on time, `handed - buffer` frames
-//   have been
-//     heard. Late requests only make this smaller, so the largest value of a second is the one to believe.
-//     The line is bent towards it by SLEW_LIMIT of its speed at most (0.5 %, far more than crystals differ,
-//     too little to be seen). Rates that the interface converts and servers that ask for several buffers at
-//     once make requests uneven within that second, not over it.
-//   - Nothing is heard that has not been handed over: the line stops at `handed`. So a device that starves (a
-//   busy
-//     machine, a stopped process) holds the clock for just as long as it is silent, and the clock goes on
-//     from there, with the sound, instead of running ahead of it for good.
-//   - As long as the listener hears nothing that counts (paused, or the sound has not come through the queue
-//   yet),
-//     the line may be set forward at once.
+// Bending: a device asks as soon as its queue has room, so at a request that is on time `handed - queue` frames have
+// been heard, and at a late one more. The most punctual request of a second is believed, and the line bent towards it by
+// SLEW_LIMIT of its speed at most: 0.5 %, far more than crystals differ and too little to be seen. Requests that are
+// uneven because rates are converted, or because a server asks for several buffers at once, are so within that second,
+// not over it. The queue is learned from the first second: a device plays from its first request on and fills its
+// queue at once. It is one buffer at least: a device asks for the next while it plays the last.
 //
-// The start, a seek and a resume tie the stream to the device frames: from device frame `tieDevice` on, what
-// is heard is the stream from `tieStream` on. A seek ties the new position to the first device frame that is
-// not handed over yet, and until that one is heard the position stands at the target: the old sound still in
-// the queue cannot be taken back. A pause hands out silence while what is queued is still heard; on resume
-// the silence is made as long as that the stream goes on without a gap and the position without a step.
+// Stopping: nothing is heard that has not been handed over, so the line stops at `handed`. A device that starves (a
+// busy machine, a stopped process) holds the clock for as long as it is silent, and the clock goes on with the sound
+// instead of running ahead of it for good.
 //
-// What this cannot see: how long a sound server and the hardware hold frames beyond that one buffer.
+// Skipping: while nothing of the stream is heard (paused, or a new position is still on its way through the queue) the
+// line may be set forward at once.
 //
-// A device with no clock of its own (none at all, one that is lost, the interface's drivers that only sleep)
-// is not followed: the line is then monotonic time itself.
+// The start, a seek and a resume tie the stream to the device frames: from device frame `tieDevice` on, what is heard is
+// the stream from `tieStream` on. A seek ties the new position to the first device frame that is not handed over yet,
+// and until that one is heard, a few hundredths of a second later, the position stands at the target: the old sound in
+// the queue cannot be taken back. A pause hands out silence while what is queued is still heard; on resume there is just
+// so much silence that the stream goes on without a gap and the position without a step.
+//
+// What this cannot see: how long a sound server and the hardware hold frames after they have left that queue.
+//
+// A device with no clock of its own (none at all, one that is lost, the interface's drivers that only sleep) is not
+// followed: the line is then monotonic time itself.
 #pragma once
 
 #include <cstdint>
@@ -41,7 +41,9 @@
 struct PlayClock {
     double rate = 0;          // frames per second
     std::int64_t length = 0;  // frames in the stream
-    std::int64_t buffer = 0;  // frames that the device holds, on time, when it asks for more
+    std::int64_t buffer = 0;  // frames that the device asks for at a time
+    std::int64_t queue = 0;   // frames that the device still holds when it asks for more, on time
+    bool queueKnown = false;  // learned from this device, not assumed
     bool followsDevice = false;
 
     bool running = false;       // the device has asked for its first frames
@@ -50,7 +52,7 @@ struct PlayClock {
     double lineFrames = 0;      // ... this device frame is heard,
     double lineSpeed = 1;       // and it moves at this multiple of `rate`
     std::int64_t windowNs = 0;  // start of the second in which the requests are compared
-    double windowLead = 0;      // the largest that the device was ahead of the line in it, in frames
+    double windowQueue = 0;     // the most that was handed over and not heard at a request in it
 
     bool paused = false;
     std::int64_t stream = 0;      // next frame of the stream to hand over

@@ -18,10 +18,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto DEVICE_PATIENCE = 2s;      // for the first request after the device has been opened
-constexpr auto DECODER_PATIENCE = 500ms;  // of the device's thread, before it plays silence
-constexpr std::int64_t STALL_NS =
-    1'000'000'000;  // a device that asks for nothing for so long is not followed
+constexpr auto DEVICE_PATIENCE = 2s;                // for the first request after the device has been opened
+constexpr auto DECODER_PATIENCE = 500ms;            // of the device's thread, before it plays silence
+constexpr std::int64_t STALL_NS = 1'000'000'000;    // a device that asks for nothing for so long is not followed
 constexpr std::int64_t STALL_STEP_NS = 50'000'000;  // counted at most between two queries
 constexpr int CHUNK_FRAMES = 1152;                  // decoded at a time: one frame of layer III
 
@@ -76,8 +75,7 @@ namespace {
 
 // To be read while the lock is held: then times follow each other in the order of the changes.
 std::int64_t nowNs() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
         .count();
 }
 
@@ -154,9 +152,9 @@ void decode(Playback& playback) {
         held.unlock();
         int frames = 0;
         if (!seek || seekMp3(*served.stream, served.frame))
-            frames = readMp3(*served.stream,
-                             std::span(chunk).first(std::size_t{CHUNK_FRAMES} *
-                                                    static_cast<std::size_t>(served.stream->channels)));
+            frames =
+                readMp3(*served.stream, std::span(chunk).first(std::size_t{CHUNK_FRAMES} *
+                                                               static_cast<std::size_t>(served.stream->channels)));
         held.lock();
         if (sought()) continue;
         putIntoRing(ring, chunk.data(), frames);
@@ -183,8 +181,7 @@ void fillDevice(void* context, unsigned char* bytes, int size) {
     // The device keeps what it has meanwhile. Only a file that hangs takes longer than that, and the clock
     // does not wait for it.
     playback.deviceWork.wait_for(held, DECODER_PATIENCE, [&] {
-        return playback.stopping || playback.clock.paused ||
-               ringHas(playback.ring, playback.clock.stream, frames);
+        return playback.stopping || playback.clock.paused || ringHas(playback.ring, playback.clock.stream, frames);
     });
     const std::int64_t first = playback.clock.stream;
     const int silent = clockRequest(playback.clock, nowNs(), frames);
@@ -221,8 +218,7 @@ void startStream(Playback& playback, const Mp3Stream& stream, bool paused) {
 void openDevice(Playback& playback, const Mp3Stream& stream) {
     closeAudioDevice(playback.device);
     playback.device = AudioDevice();
-    if (playback.audio)
-        playback.device = openAudioDevice(stream.rate, stream.channels, fillDevice, &playback);
+    if (playback.audio) playback.device = openAudioDevice(stream.rate, stream.channels, fillDevice, &playback);
     playback.rate = stream.rate;
     playback.channels = stream.channels;
 }
@@ -253,8 +249,8 @@ void play(Playback& playback, const Mp3Stream& stream, bool paused) {
     const AudioDevice& device = playback.device;
     std::unique_lock held(playback.lock);
     playback.ring.channels = stream.channels;
-    playback.ring.samples.assign(
-        static_cast<std::size_t>(stream.rate) * static_cast<std::size_t>(stream.channels), 0);
+    playback.ring.samples.assign(static_cast<std::size_t>(stream.rate) * static_cast<std::size_t>(stream.channels),
+                                 0);
     playback.watch = {};
     playback.stalled = false;
     playback.clock = startClock(stream.rate, device.buffer, device.hasClock);
