@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr double HALF_EDGE = 1.0;  // scene units; the floor's cells are 10 apart
-constexpr double BEVEL = 0.16;     // how far the bevel reaches in from each face
+constexpr double HALF_EDGE = 1.6;  // scene units; the floor's cells are 10 apart
+constexpr double BEVEL = 0.26;     // how far the bevel reaches in from each face
 
 struct CloseFile {
     void operator()(FILE* file) const { std::fclose(file); }

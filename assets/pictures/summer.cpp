@@ -165,7 +165,7 @@ bool onGull(Point centre, float size, Point p) {
 
 Texel gullsAt(Point p) {
     const bool on =
-        onGull({1.02f, 0.74f}, 0.105f, p) || onGull({0.83f, 0.60f}, 0.070f, p) || onGull({1.20f, 0.88f}, 0.055f, p);
+        onGull({1.02f, 0.74f}, 0.105f, p) || onGull({0.83f, 0.60f}, 0.070f, p);
     return on ? opaque(mix(palette::NIGHT, palette::RIBBON_VIOLET, 0.3f)) : CLEAR;
 }
 
