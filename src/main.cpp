@@ -156,7 +156,8 @@ void startTimeline(Demo& demo) {
     demo.songStartPosition = startPosition(demo.queue);
     std::printf("song start pos = %d\n", demo.songStartPosition);
     ryl_skipTo(demo.songStartPosition);
-    demo.loadingTime = static_cast<float>(demo.songStartPosition / 1000);
+    const int startSecond = demo.songStartPosition / 1000;
+    demo.loadingTime = static_cast<float>(startSecond);
 }
 
 void load(Demo& demo) {

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <string_view>
 
 int SOUND_ON = 1;
 int CAPTURE = 0;
@@ -67,13 +68,12 @@ struct Screen {
 
 // Tests one argument against every option. `value` is the argument after it, null at the end; it is not
 // consumed, so the caller goes on with it as an option.
-void readOption(const char* option, const char* value, Screen& screen) {
-    const auto is = [option](const char* name) { return std::strcmp(option, name) == 0; };
-    if (is("-w") && screen.width == 0 && value != nullptr) CAPTURE_W = screen.width = std::atoi(value);
-    if (is("-h") && screen.height == 0 && value != nullptr) CAPTURE_H = screen.height = std::atoi(value);
-    if (is("-nf")) screen.full = false;
-    if (is("-m")) SOUND_ON = 0;
-    if (is("-c")) {
+void readOption(std::string_view option, const char* value, Screen& screen) {
+    if (option == "-w" && screen.width == 0 && value != nullptr) CAPTURE_W = screen.width = std::atoi(value);
+    if (option == "-h" && screen.height == 0 && value != nullptr) CAPTURE_H = screen.height = std::atoi(value);
+    if (option == "-nf") screen.full = false;
+    if (option == "-m") SOUND_ON = 0;
+    if (option == "-c") {
         if (value == nullptr) {
             std::puts("[!] -c <compressionlevel 0-9>");
             std::exit(-1);
@@ -81,7 +81,7 @@ void readOption(const char* option, const char* value, Screen& screen) {
         CAPTURE_CLEVEL = std::atoi(value);
         CAPTURE = 1;
     }
-    if (is("-s") && value != nullptr) S_SCENE = std::atoi(value);
+    if (option == "-s" && value != nullptr) S_SCENE = std::atoi(value);
 }
 
 // Sizes that no window or capture can have: what is not positive falls back to the default, what no GL can
