@@ -174,3 +174,42 @@ bool glmEqual(const float* u, const float* v, float epsilon);
 // One unit normal per triangle: counter-clockwise seen from the front points at the viewer. The model (not
 // null) has positions. A triangle without area, or one whose normal overflows, gets (0, 0, 0).
 void glmFacetNormals(GLMmodel* model);
+
+// Vertex normals for smooth drawing, and every corner's index of one. At each position the triangles whose facet
+// normals are less than `angle` degrees from that of its last triangle share the normalized sum of these; the others
+// keep their facet normal. The model (not null) has facet normals. With `keep_existing` corners that have a normal
+// keep it and new normals follow the old ones; else all are replaced. Warns of each position without a triangle.
+void glmVertexNormals(GLMmodel* model, float angle, bool keep_existing);
+
+// Centres the positions and scales them into the cube from -1 to 1. The model (not null) has positions. Returns the
+// factor; the widest axis is filled when it runs through the origin. Without a position, or with all of them at the
+// origin, nothing changes and the factor is 1.
+float glmUnitize(GLMmodel* model);
+
+// |largest| + |smallest| coordinate on each axis: the extent, when the model contains the origin. The model (not
+// null) has positions; 0 when their number is 0. `dimensions` (not null) takes 3 floats.
+void glmDimensions(const GLMmodel* model, float* dimensions);
+
+// Multiplies every position by `factor`.
+void glmScale(GLMmodel* model, float factor);
+
+// Turns every triangle of the model (not null) over, and every facet normal and vertex normal with them. Twice
+// restores the model exactly.
+void glmReverseWinding(GLMmodel* model);
+
+// Makes one position of those within `epsilon` of each other: the first of them. Normals and texture coordinates
+// are not welded.
+void glmWeld(GLMmodel* model, float epsilon);
+
+// The distinct ones of `vectors` (entries 1 to *count; entry 0 is there, unread), in order: a vector that equals an
+// earlier distinct one (glmEqual) is that one. Writes each vector's new index as a float into its x component, and
+// the number of distinct vectors into *count. The caller frees the array; its entry 0 is a copy too.
+float* glmWeldVectors(float* vectors, std::uint32_t* count, float epsilon);
+
+// Texture coordinates from the positions, seen along the y axis: u from x, v from z, the widest extent onto 0 .. 1.
+// Replaces those there are. The model is not null.
+void glmLinearTexture(GLMmodel* model);
+
+// Texture coordinates from the vertex normals, one for each, as on a sphere. Replaces those there are; corners
+// without a normal get none. The model (not null) has normals.
+void glmSpheremapTexture(GLMmodel* model);

@@ -62,3 +62,156 @@ void glmFacetNormals(GLMmodel* model) {
         if (!std::all_of(normal, normal + 3, [](float f) { return std::isfinite(f); })) std::fill_n(normal, 3, 0.0f);
     }
 }
+
+// ---- vertex normals ----
+
+namespace {
+
+constexpr std::uint32_t AVERAGED_GROWTH = 1000;  // entries by which the array grows, when existing normals are kept
+constexpr std::uint32_t COPIED_GROWTH = 100;
+
+constexpr double PI = 3.14159265358979323846;
+
+// One entry of a position's list of the triangles that use it.
+struct GLMnode {
+    std::uint32_t index;  // triangle
+    bool averaged;        // the triangle joined the position's averaged normal
+    GLMnode* next;
+};
+
+// For each position the list of its triangles, from the highest index down. A triangle that uses a position at two
+// corners is in its list twice.
+struct Members {
+    std::unique_ptr<GLMnode[], __glmFree> nodes;
+    std::unique_ptr<GLMnode*[], __glmFree> heads;
+};
+
+Members membersOf(const GLMmodel& model) {
+    Members members{.nodes = nullptr, .heads = nullptr};
+    members.nodes.reset(__glmArray<GLMnode>(std::size_t{3} * model.numtriangles));
+    members.heads.reset(__glmArray<GLMnode*>(model.numvertices + std::size_t{1}));
+    GLMnode* node = members.nodes.get();
+    for (std::uint32_t i = 0; i < model.numtriangles; ++i)
+        for (const std::uint32_t position : model.triangles[i].vindices) {
+            assert(position <= model.numvertices);
+            *node = {.index = i, .averaged = false, .next = members.heads[position]};
+            members.heads[position] = node++;
+        }
+    return members;
+}
+
+// The model's normals while they are made: numnormals is the number of entries that the array has room for.
+struct NormalMaker {
+    GLMmodel& model;
+    bool keepExisting;
+    std::uint32_t next;  // next free entry
+};
+
+float* normalEntry(const GLMmodel& model, std::uint32_t index) { return model.normals + std::size_t{3} * index; }
+
+const float* facetNormal(const GLMmodel& model, const GLMtriangle& triangle) {
+    assert(triangle.findex <= model.numfacetnorms);
+    return model.facetnorms + std::size_t{3} * triangle.findex;
+}
+
+void growBy(NormalMaker& maker, std::uint32_t entries) {
+    maker.model.numnormals += entries;
+    maker.model.normals =
+        __glmResize(maker.model.normals, std::size_t{3} * (maker.model.numnormals + std::size_t{1}));
+}
+
+// Marks the triangles whose facet normals are within the angle of the first one's, and sums those up.
+void average(const GLMmodel& model, GLMnode* head, float cosAngle, float (&sum)[3]) {
+    std::fill_n(sum, 3, 0.0f);
+    const GLMtriangle& first = model.triangles[head->index];
+    for (GLMnode* node = head; node != nullptr; node = node->next) {
+        const GLMtriangle& triangle = model.triangles[node->index];
+        node->averaged = false;
+        if (triangle.findex == GLM_NO_INDEX || first.findex == GLM_NO_INDEX) continue;
+        const float* normal = facetNormal(model, triangle);
+        node->averaged = glmDot(normal, facetNormal(model, first)) > cosAngle;
+        if (!node->averaged) continue;
+        for (int axis = 0; axis < 3; ++axis) sum[axis] += normal[axis];
+    }
+}
+
+// Gives `index` to the triangle's corners at `position` that may take a new one. Returns whether any took it.
+bool assignNormal(const NormalMaker& maker, GLMtriangle& triangle, std::uint32_t position, std::uint32_t index) {
+    bool taken = false;
+    for (int corner = 0; corner < 3; ++corner) {
+        if (triangle.vindices[corner] != position) continue;
+        if (maker.keepExisting && triangle.nindices[corner] != GLM_NO_INDEX) {
+            assert(triangle.nindices[corner] <= maker.model.numnormals);
+            continue;
+        }
+        triangle.nindices[corner] = index;
+        taken = true;
+    }
+    return taken;
+}
+
+void storeNormal(const NormalMaker& maker, const float* normal) {
+    assert(maker.next <= maker.model.numnormals);
+    std::copy_n(normal, 3, normalEntry(maker.model, maker.next));
+}
+
+// The normal of a triangle that did not join: its own facet normal. An entry that no corner took is used again.
+void assignFacetNormal(NormalMaker& maker, GLMtriangle& triangle, std::uint32_t position) {
+    while (maker.next > maker.model.numnormals) {
+        growBy(maker, COPIED_GROWTH);
+        __glmWarning("glmVertexNormals(): realloc %d+100\n", static_cast<int>(maker.model.numnormals));
+    }
+    storeNormal(maker, facetNormal(maker.model, triangle));
+    if (assignNormal(maker, triangle, position, maker.next)) ++maker.next;
+}
+
+// Gives every corner at `position` its normal: those of the averaged triangles share one, the others get their own
+// facet's. A triangle without a facet normal has none.
+void assignNormals(NormalMaker& maker, std::uint32_t position, GLMnode* head, float (&sum)[3]) {
+    std::uint32_t averaged = GLM_NO_INDEX;
+    for (const GLMnode* node = head; node != nullptr; node = node->next) {
+        GLMtriangle& triangle = maker.model.triangles[node->index];
+        if (node->averaged) {
+            const std::uint32_t index = averaged != GLM_NO_INDEX ? averaged : maker.next;
+            if (!assignNormal(maker, triangle, position, index) || averaged != GLM_NO_INDEX) continue;
+            averaged = maker.next;
+            while (maker.next > maker.model.numnormals) growBy(maker, AVERAGED_GROWTH);
+            glmNormalize(sum);
+            storeNormal(maker, sum);
+            ++maker.next;
+        } else if (triangle.findex != GLM_NO_INDEX) {
+            assignFacetNormal(maker, triangle, position);
+        } else if (!maker.keepExisting) {
+            assignNormal(maker, triangle, position, GLM_NO_INDEX);
+        }
+    }
+}
+
+}  // namespace
+
+void glmVertexNormals(GLMmodel* model, float angle, bool keep_existing) {
+    assert(model != nullptr);
+    assert(model->facetnorms != nullptr);
+    const auto cosAngle = static_cast<float>(std::cos(angle * PI / 180.0));
+
+    NormalMaker maker{.model = *model, .keepExisting = keep_existing, .next = model->numnormals + 1};
+    if (!keep_existing) {
+        std::free(model->normals);
+        model->numnormals = 3 * model->numtriangles;
+        model->normals = __glmArray<float>(3 * (model->numnormals + std::size_t{1}));
+        maker.next = 1;
+    }
+    const Members members = membersOf(*model);
+    for (std::uint32_t position = 1; position <= model->numvertices; ++position) {
+        GLMnode* head = members.heads[position];
+        if (head == nullptr) {
+            __glmWarning("glmVertexNormals(): vertex %d w/o a triangle", static_cast<int>(position));
+            continue;
+        }
+        float sum[3];
+        average(*model, head, cosAngle, sum);
+        assignNormals(maker, position, head, sum);
+    }
+    model->numnormals = maker.next - 1;
+    model->normals = __glmResize(model->normals, 3 * (model->numnormals + std::size_t{1}));
+}
