@@ -30,44 +30,47 @@ int gdAlphaOf(float alpha, int x, int y) {
     return std::clamp(static_cast<int>(std::floor(clearness + hash01(x, y, 7))), 0, gdAlphaMax);
 }
 
-// Colours without their alpha. Where a pixel is clear, the colour is averaged from ever coarser copies of the
-// picture (push-pull), so it continues that of the nearest covered pixels.
-struct Level {
-    int width, height;
-    std::vector<Texel> texels;  // premultiplied
-};
+// Colours without their alpha, also where nothing is painted: filtering draws on them. The rim around what is painted
+// takes the mean of the painted neighbours, ring by ring; further out lies the picture's mean colour.
+constexpr int RINGS = 4;
 
-Level halved(const Level& fine) {
-    Level coarse{(fine.width + 1) / 2, (fine.height + 1) / 2, {}};
-    coarse.texels.assign(static_cast<size_t>(coarse.width) * coarse.height, CLEAR);
-    for (int y = 0; y < fine.height; ++y)
-        for (int x = 0; x < fine.width; ++x) {
-            const Texel& from = fine.texels[static_cast<size_t>(y) * fine.width + x];
-            Texel& to = coarse.texels[static_cast<size_t>(y / 2) * coarse.width + x / 2];
-            to = {to.red + from.red, to.green + from.green, to.blue + from.blue, to.alpha + from.alpha};
+// The pixel at (x, y) from its painted neighbours; clear when there are none.
+Texel fromNeighbours(const Canvas& canvas, int x, int y) {
+    Texel sum = CLEAR;
+    for (int ny = std::max(0, y - 1); ny <= std::min(canvas.height - 1, y + 1); ++ny)
+        for (int nx = std::max(0, x - 1); nx <= std::min(canvas.width - 1, x + 1); ++nx) {
+            const Texel& near = canvas.texels[static_cast<size_t>(ny) * canvas.width + nx];
+            if (near.alpha > 0)
+                sum = {sum.red + near.red, sum.green + near.green, sum.blue + near.blue, sum.alpha + near.alpha};
         }
-    for (Texel& texel : coarse.texels)
-        if (texel.alpha > 1.0f) texel = faded(texel, 1.0f / texel.alpha);
-    return coarse;
+    return sum;
 }
 
-std::vector<Vec3> continuedColours(const Canvas& canvas) {
-    std::vector<Level> levels{{canvas.width, canvas.height, canvas.texels}};
-    while (levels.back().width > 1 || levels.back().height > 1) levels.push_back(halved(levels.back()));
-    for (size_t i = levels.size() - 1; i-- > 0;) {
-        Level& fine = levels[i];
-        const Level& coarse = levels[i + 1];
-        for (int y = 0; y < fine.height; ++y)
-            for (int x = 0; x < fine.width; ++x) {
-                Texel& texel = fine.texels[static_cast<size_t>(y) * fine.width + x];
-                texel = over(texel, coarse.texels[static_cast<size_t>(y / 2) * coarse.width + x / 2]);
-            }
-    }
+void growRing(Canvas& canvas) {
+    const Canvas before = canvas;
+    for (int y = 0; y < canvas.height; ++y)
+        for (int x = 0; x < canvas.width; ++x) {
+            Texel& texel = canvas.texels[static_cast<size_t>(y) * canvas.width + x];
+            if (texel.alpha > 0) continue;
+            const Texel near = fromNeighbours(before, x, y);
+            if (near.alpha > 0) texel = faded(near, 1.0f / near.alpha);
+        }
+}
+
+std::vector<Vec3> continuedColours(Canvas canvas) {
+    for (int y = 0; y < canvas.height; ++y)
+        for (int x = 0; x < canvas.width; ++x) {
+            Texel& texel = canvas.texels[static_cast<size_t>(y) * canvas.width + x];
+            if (gdAlphaOf(texel.alpha, x, y) == gdAlphaTransparent) texel = CLEAR;
+        }
+    for (int ring = 0; ring < RINGS; ++ring) growRing(canvas);
+    Texel mean = CLEAR;
+    for (const Texel& texel : canvas.texels)
+        mean = {mean.red + texel.red, mean.green + texel.green, mean.blue + texel.blue, mean.alpha + texel.alpha};
     std::vector<Vec3> colours;
     colours.reserve(canvas.texels.size());
-    for (size_t i = 0; i < canvas.texels.size(); ++i) {
-        const Texel& own = canvas.texels[i];
-        const Texel& texel = own.alpha > 1.0f / 64 ? own : levels[0].texels[i];
+    for (const Texel& own : canvas.texels) {
+        const Texel& texel = own.alpha > 0 ? own : mean;
         const float scale = texel.alpha > 0 ? 1.0f / texel.alpha : 0.0f;
         colours.push_back({texel.red * scale, texel.green * scale, texel.blue * scale});
     }
