@@ -59,9 +59,10 @@ FMOD_SYSTEM* systems = nullptr;
 bool audioStarted = false;
 
 void stopAtExit() {
+    bool stopped = true;
     for (FMOD_SYSTEM* system = systems; system; system = system->next)
-        if (system->channel.playback) stopPlayback(*system->channel.playback);
-    if (audioStarted) stopAudio();
+        if (system->channel.playback && !stopPlayback(*system->channel.playback)) stopped = false;
+    if (audioStarted && stopped) stopAudio();
 }
 
 FMOD_RESULT resultOf(Mp3Open opened) {
@@ -175,7 +176,8 @@ FMOD_RESULT FMOD_Channel_GetPosition(FMOD_CHANNEL* channel, unsigned int* positi
 }
 
 FMOD_RESULT FMOD_Channel_SetPosition(FMOD_CHANNEL* channel, unsigned int position, unsigned int unit) {
-    if (const FMOD_RESULT check = checkQuery(channel, channel, unit); check != FMOD_OK) return check;
+    if (!channel) return FMOD_ERR_NULL_HANDLE;
+    if (unit != FMOD_TIMEUNIT_MS) return FMOD_ERR_UNSUPPORTED;
     if (position > channel->lengthMs) return FMOD_ERR_POSITION;
     seekPlayback(*channel->playback, frameOfMs(position, channel->rate));
     return FMOD_OK;

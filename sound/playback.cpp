@@ -4,6 +4,7 @@
 #include "play_clock.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -93,9 +94,10 @@ void clearRing(Ring& ring, std::int64_t first) {
 // capacity.
 template <typename Copy>
 void walkRing(Ring& ring, std::int64_t frame, std::int64_t frames, Copy copy) {
-    while (frames > 0) {
-        const std::int64_t place = frame % capacity(ring);
-        const std::int64_t piece = std::min(frames, capacity(ring) - place);
+    const std::int64_t size = capacity(ring);
+    while (frames > 0 && size > 0) {
+        const std::int64_t place = frame % size;
+        const std::int64_t piece = std::min(frames, size - place);
         copy(ring.samples.data() + place * ring.channels, piece * ring.channels);
         frame += piece;
         frames -= piece;
@@ -138,7 +140,7 @@ void requestStream(Playback& playback, const Mp3Stream* stream, std::int64_t fra
 // The decoder thread. Its file work is done without the lock; what it has decoded for an old request is
 // dropped.
 void decode(Playback& playback) {
-    std::vector<std::int16_t> chunk(std::size_t{CHUNK_FRAMES} * 2);
+    std::array<std::int16_t, std::size_t{CHUNK_FRAMES} * 2> chunk{};
     Request served;
     std::unique_lock held(playback.lock);
     Ring& ring = playback.ring;
@@ -185,8 +187,8 @@ void fillDevice(void* context, unsigned char* bytes, int size) {
     });
     const std::int64_t first = playback.clock.stream;
     const int silent = clockRequest(playback.clock, nowNs(), frames);
-    std::fill_n(samples, silent * channels, std::int16_t{0});
-    takeFromRing(playback.ring, first, samples + silent * channels, frames - silent);
+    std::int16_t* sound = std::fill_n(samples, std::ptrdiff_t{silent} * channels, std::int16_t{0});
+    takeFromRing(playback.ring, first, sound, frames - silent);
     ++playback.deviceRequests;
     playback.decoderWork.notify_one();
     playback.deviceAsked.notify_one();
@@ -215,9 +217,18 @@ void startStream(Playback& playback, const Mp3Stream& stream, bool paused) {
     requestStream(playback, &stream, 0);
 }
 
-void openDevice(Playback& playback, const Mp3Stream& stream) {
-    closeAudioDevice(playback.device);
+// False when the device hangs: closing it would hang too, so it is left as it is.
+bool dropDevice(Playback& playback) {
+    std::unique_lock held(playback.lock);
+    const bool hangs = playback.stalled;
+    held.unlock();
+    if (!hangs) closeAudioDevice(playback.device);
     playback.device = AudioDevice();
+    return !hangs;
+}
+
+void openDevice(Playback& playback, const Mp3Stream& stream) {
+    dropDevice(playback);
     if (playback.audio) playback.device = openAudioDevice(stream.rate, stream.channels, fillDevice, &playback);
     playback.rate = stream.rate;
     playback.channels = stream.channels;
@@ -294,12 +305,11 @@ void pausePlayback(Playback& playback, bool paused) {
     playback.deviceWork.notify_one();
 }
 
-void stopPlayback(Playback& playback) {
+bool stopPlayback(Playback& playback) {
     std::unique_lock held(playback.lock);
     playback.stopping = true;
     playback.decoderWork.notify_one();
     playback.deviceWork.notify_one();
-    const bool hangs = playback.stalled;
     held.unlock();
-    if (!hangs) closeAudioDevice(playback.device);
+    return dropDevice(playback);
 }

@@ -16,7 +16,7 @@ struct Playback;
 Playback* makePlayback(bool audio);
 
 // Plays `stream`, which stays the caller's and must stay, from its start. Opens the device when it is not
-// open in the stream's format, and then waits for its first request, DEVICE_PATIENCE at the most.
+// open in the stream's format, and then waits for its first request, 2 s at the most.
 void play(Playback& playback, const Mp3Stream& stream, bool paused);
 
 // The position in frames, 0 to the stream's length, with its fraction.
@@ -28,5 +28,6 @@ void seekPlayback(Playback& playback, std::int64_t frame);
 bool playbackPaused(Playback& playback);
 void pausePlayback(Playback& playback, bool paused);
 
-// Ends the sound and the threads: for the end of the process. A device that hangs is left alone.
-void stopPlayback(Playback& playback);
+// Ends the sound and the threads: for the end of the process. False when the device hangs and was left alone; then
+// the audio service must be, too.
+bool stopPlayback(Playback& playback);
