@@ -128,6 +128,11 @@ void loadStep(Demo& demo) {
     if (full > demo.progress) demo.progress = static_cast<float>(demo.progress + GROWTH);
 }
 
+bool isEverythingLoaded(const Demo& demo) {
+    return std::all_of(std::begin(LOADING), std::end(LOADING),
+                       [&](const LoadStep& step) { return demo.*step.done != 0; });
+}
+
 void drawBar(float progress) {
     constexpr double STEP = 0.1;
     glColor4f(1, 0, 0, 1);
@@ -164,7 +169,8 @@ void load(Demo& demo) {
     loadStep(demo);
     demo.mblur = 0;
     drawBar(demo.progress);
-    if (demo.progress >= 2 * barHalf()) startTimeline(demo);
+    // In a window of less than a hundred pixels the bar is full before the last step.
+    if (demo.progress >= 2 * barHalf() && isEverythingLoaded(demo)) startTimeline(demo);
 }
 
 // ---- One frame ----------------------------------------------------------------------------------------------------

@@ -47,6 +47,7 @@ constexpr int TICK_MS = 25;    // timer period; one step of the capture and sile
 constexpr int SEEK_MS = 1000;  // one press of an arrow key
 constexpr int DEFAULT_WIDTH = 640, DEFAULT_HEIGHT = 480;
 constexpr char DEFAULT_MODE[] = "1280x800:32@75";
+constexpr int MIN_SIDE = 2;      // pixels; GLUT never draws a window that is one pixel wide or high
 constexpr int MAX_SIDE = 16384;  // pixels; the largest texture that today's GLs offer throughout
 constexpr char FONT_FILE[] = "tools/crounded.ttf";
 constexpr unsigned FONT_RESOLUTION = 72;  // dpi: a point is a pixel, or a scene unit
@@ -84,16 +85,16 @@ void readOption(std::string_view option, const char* value, Screen& screen) {
     if (option == "-s" && value != nullptr) S_SCENE = std::atoi(value);
 }
 
-// Sizes that no window or capture can have: what is not positive falls back to the default, what no GL can
-// draw ends the program.
+// Sizes that no window or capture can have: what is too small falls back to the default, what no GL can draw ends
+// the program.
 void checkSizes(Screen& screen) {
     if (screen.width > MAX_SIDE || screen.height > MAX_SIDE || CAPTURE_W > MAX_SIDE || CAPTURE_H > MAX_SIDE) {
         std::printf("[!] %d x %d is too large, a picture has at most %d x %d pixels\n", CAPTURE_W, CAPTURE_H,
                     MAX_SIDE, MAX_SIDE);
         std::exit(-1);
     }
-    const bool noWindow = screen.width < 0 || screen.height < 0;
-    const bool noCapture = CAPTURE != 0 && (CAPTURE_W <= 0 || CAPTURE_H <= 0);
+    const bool noWindow = screen.width < MIN_SIDE || screen.height < MIN_SIDE;
+    const bool noCapture = CAPTURE != 0 && (CAPTURE_W < MIN_SIDE || CAPTURE_H < MIN_SIDE);
     if (noWindow || noCapture) {
         std::printf("[/] %d x %d is no size for a picture, taking %d x %d\n", CAPTURE_W, CAPTURE_H, DEFAULT_WIDTH,
                     DEFAULT_HEIGHT);

@@ -153,6 +153,12 @@ TEST(Loading, LastsAsLongAsTheBarNeedsAt1280) {
     EXPECT_EQ(load(), 63);
 }
 
+TEST(Loading, RunsEveryStepHoweverShortTheBar) {
+    answers[1] = 20;
+    EXPECT_EQ(load(), 5);
+    EXPECT_NE(std::find(calls.begin(), calls.end(), "loadFBO 20 360"), calls.end());
+}
+
 TEST(Loading, EndsWithTheTimelineAndTheFirstFrame) {
     load();
     const auto start = std::find(calls.begin(), calls.end(), "length 10.4");

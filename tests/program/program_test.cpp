@@ -71,10 +71,12 @@ TEST(Options, SizesThatNoWindowCanHave) {
     EXPECT_EQ(outcome.status, FAILED);
     EXPECT_NE(outcome.output.find("[!] 100000 x 100000 is too large"), std::string::npos) << outcome.output;
 
-    Program negative(directory, {"-nf", "-m", "-w", "-5", "-h", "-5"});
-    EXPECT_TRUE(negative.waitForLine("[*] Resolution set to -5x-5:32@75"));
-    EXPECT_TRUE(negative.waitForLine("[/] -5 x -5 is no size for a picture, taking 640 x 480"));
-    EXPECT_TRUE(negative.waitForLine("DEV: DEMO_LENGTH = 10399 SCENE_TIME[0] = 10.400000")) << negative.output();
+    for (const std::string side : {"-5", "1"}) {
+        Program tiny(directory, {"-nf", "-m", "-w", side, "-h", side});
+        EXPECT_TRUE(tiny.waitForLine("[*] Resolution set to " + side + "x" + side + ":32@75"));
+        EXPECT_TRUE(tiny.waitForLine("[/] " + side + " x " + side + " is no size for a picture, taking 640 x 480"));
+        EXPECT_TRUE(tiny.waitForLine("DEV: DEMO_LENGTH = 10399 SCENE_TIME[0] = 10.400000")) << tiny.output();
+    }
 }
 
 // What xdotool says of the program's window once loading is over, "WIDTHxHEIGHT".
