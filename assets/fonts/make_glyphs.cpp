@@ -69,9 +69,9 @@ int main(int argc, char* argv[]) {
     const std::vector<unsigned char> pixels = strip(argv[1]);
     const std::unique_ptr<FILE, CloseFile> file(std::fopen(argv[2], "wb"));
     if (file && std::fwrite(head.data(), 1, head.size(), file.get()) == head.size() &&
-        std::fwrite(pixels.data(), 1, pixels.size(), file.get()) == pixels.size() &&
-        std::fflush(file.get()) == 0)
+        std::fwrite(pixels.data(), 1, pixels.size(), file.get()) == pixels.size() && std::fflush(file.get()) == 0)
         return 0;
+    std::remove(argv[2]);  // a broken file would look finished to the next build
     std::fprintf(stderr, "[! %s] cannot be written\n", argv[2]);
     return 1;
 }

@@ -74,8 +74,8 @@ void writeEdges(FILE* obj) {
             for (int last = -1; last <= 1; last += 2) {
                 const Corner low = cornerAt(axis, -1, next, last), high = cornerAt(axis, 1, next, last);
                 const int onNext = (axis + 1) % 3, onLast = (axis + 2) % 3;
-                writeQuad(obj, vertexNumber(low, onNext), vertexNumber(low, onLast),
-                          vertexNumber(high, onLast), vertexNumber(high, onNext), next * last > 0);
+                writeQuad(obj, vertexNumber(low, onNext), vertexNumber(low, onLast), vertexNumber(high, onLast),
+                          vertexNumber(high, onNext), next * last > 0);
             }
 }
 
@@ -84,8 +84,7 @@ void writeCorners(FILE* obj) {
         for (int y = -1; y <= 1; y += 2)
             for (int z = -1; z <= 1; z += 2) {
                 const Corner corner{{x, y, z}};
-                const int a = vertexNumber(corner, 0), b = vertexNumber(corner, 1),
-                          c = vertexNumber(corner, 2);
+                const int a = vertexNumber(corner, 0), b = vertexNumber(corner, 1), c = vertexNumber(corner, 2);
                 if (x * y * z > 0)
                     std::fprintf(obj, "f %d %d %d\n", a, b, c);
                 else
@@ -94,8 +93,7 @@ void writeCorners(FILE* obj) {
 }
 
 void writeModel(FILE* obj, const std::string& library) {
-    std::fprintf(obj, "# A cube of edge %.4f with its edges and corners bevelled by %.4f\n", 2 * HALF_EDGE,
-                 BEVEL);
+    std::fprintf(obj, "# A cube of edge %.4f with its edges and corners bevelled by %.4f\n", 2 * HALF_EDGE, BEVEL);
     std::fprintf(obj, "mtllib %s\no cube\n", library.c_str());
     writeVertices(obj);
     std::fprintf(obj, "usemtl body\ng faces\n");

@@ -1,9 +1,9 @@
 // Paints the demo's poster: a hundred ribbons bursting from a white horizon, the floor of green cubes in the fog, the
 // spheres and the name.
 
-#include "canvas.h"
 #include "logo.h"
 #include "palette.h"
+#include "picture.h"
 #include "studio.h"
 
 namespace {
@@ -132,12 +132,12 @@ Texel spheres(float x, float y) {
 
 }  // namespace
 
-int main(int, char* argv[]) {
+Canvas paintPicture(const char* font) {
     Canvas canvas = makeCanvas(WIDTH, HEIGHT);
     paint(canvas, SAMPLES, poster);
     paint(canvas, SAMPLES, spheres);
-    const Logo logo = makeLogo(argv[2], LOGO_WIDTH / LOGO_ASPECT);
+    const Logo logo = makeLogo(font, LOGO_WIDTH / LOGO_ASPECT);
     paint(canvas, SAMPLES,
           [&](float x, float y) { return logoAt(logo, x - (WIDTH - LOGO_WIDTH) / 2, y - LOGO_TOP); });
-    return writePng(canvas, argv[1]) ? 0 : 1;
+    return canvas;
 }

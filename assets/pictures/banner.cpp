@@ -1,6 +1,7 @@
 // Paints the demo's name. Shown 884 x 211 pixels large on a screen of 1920 x 1080.
 
 #include "logo.h"
+#include "picture.h"
 
 namespace {
 
@@ -10,9 +11,9 @@ static_assert(static_cast<int>(HEIGHT * LOGO_ASPECT) >= WIDTH, "the logo fills t
 
 }  // namespace
 
-int main(int, char* argv[]) {
-    const Logo logo = makeLogo(argv[2], HEIGHT);
+Canvas paintPicture(const char* font) {
+    const Logo logo = makeLogo(font, HEIGHT);
     Canvas canvas = makeCanvas(WIDTH, HEIGHT);
     paint(canvas, SAMPLES, [&](float x, float y) { return logoAt(logo, x, y); });
-    return writePng(canvas, argv[1]) ? 0 : 1;
+    return canvas;
 }

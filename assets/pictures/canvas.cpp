@@ -132,6 +132,7 @@ bool writePng(const Canvas& canvas, const char* path) {
         }
     gdImagePngEx(image.get(), file.get(), PNG_LEVEL);
     if (std::fflush(file.get()) == 0 && !std::ferror(file.get())) return true;
+    std::remove(path);  // a broken file would look finished to the next build
     std::fprintf(stderr, "[! %s] cannot be written\n", path);
     return false;
 }

@@ -1,6 +1,7 @@
 // Paints the glossy spheres. Shown 952 x 571 pixels large on a screen of 1920 x 1080; the logo stands above them, the
 // sun to their upper right.
 
+#include "picture.h"
 #include "studio.h"
 
 namespace {
@@ -15,8 +16,8 @@ Texel spheres(float x, float y) {
 
 }  // namespace
 
-int main(int, char* argv[]) {
+Canvas paintPicture(const char* /*font*/) {
     Canvas canvas = makeCanvas(WIDTH, HEIGHT);
     paint(canvas, SAMPLES, spheres);
-    return writePng(canvas, argv[1]) ? 0 : 1;
+    return canvas;
 }

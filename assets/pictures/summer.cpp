@@ -1,8 +1,8 @@
 // Paints the summer motif: a low sun over ribbons of sea, a palm that leans into it, gulls. Shown 544 x 181 pixels
 // large on a screen of 1920 x 1080, to the upper right of the spheres and under the logo's end.
 
-#include "canvas.h"
 #include "palette.h"
+#include "picture.h"
 
 #include <array>
 
@@ -164,8 +164,7 @@ bool onGull(Point centre, float size, Point p) {
 }
 
 Texel gullsAt(Point p) {
-    const bool on =
-        onGull({1.02f, 0.74f}, 0.105f, p) || onGull({0.83f, 0.60f}, 0.070f, p);
+    const bool on = onGull({1.02f, 0.74f}, 0.105f, p) || onGull({0.83f, 0.60f}, 0.070f, p);
     return on ? opaque(mix(palette::NIGHT, palette::RIBBON_VIOLET, 0.3f)) : CLEAR;
 }
 
@@ -178,8 +177,8 @@ Texel summer(float x, float y) {
 
 }  // namespace
 
-int main(int, char* argv[]) {
+Canvas paintPicture(const char* /*font*/) {
     Canvas canvas = makeCanvas(WIDTH, HEIGHT);
     paint(canvas, SAMPLES, summer);
-    return writePng(canvas, argv[1]) ? 0 : 1;
+    return canvas;
 }

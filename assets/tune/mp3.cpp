@@ -82,6 +82,7 @@ bool writeMp3(const Stereo& mix, const Score& score, const std::string& path) {
     if (!music.empty() && tagFrame > 0 && tagFrame <= music.size() && file && put(file.get(), tags) &&
         put(file.get(), music) && std::fflush(file.get()) == 0)
         return true;
+    std::remove(path.c_str());  // a broken file would look finished to the next build
     std::fprintf(stderr, "[! %s] cannot be written\n", path.c_str());
     return false;
 }
