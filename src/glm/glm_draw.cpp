@@ -26,12 +26,7 @@ struct Pass {
 };
 
 int correctedMode(const GLMmodel& model, int mode) {
-    const struct {
-        int bits;      // when all of them are asked for ...
-        bool missing;  // ... and the model lacks what they need ...
-        int drop;      // ... this one is dropped
-        const char* warning;
-    } corrections[] = {
+    const GLMcorrection corrections[] = {
         {GLM_FLAT, model.numfacetnorms == 0, GLM_FLAT, "flat render mode requested with no facet normals defined."},
         {GLM_SMOOTH, model.numnormals == 0, GLM_SMOOTH, "smooth render mode requested with no normals defined."},
         {GLM_TEXTURE, model.numtexcoords == 0, GLM_TEXTURE,
@@ -46,12 +41,7 @@ int correctedMode(const GLMmodel& model, int mode) {
         {GLM_COLOR | GLM_MATERIAL, true, GLM_COLOR,
          "color and material render mode requested using only material mode."},
     };
-    for (const auto& correction : corrections) {
-        if ((mode & correction.bits) != correction.bits || !correction.missing) continue;
-        __glmWarning("glmDraw() warning: %s", correction.warning);
-        mode &= ~correction.drop;
-    }
-    return mode;
+    return __glmCorrectMode("glmDraw", mode, corrections);
 }
 
 void setFixedState(int mode) {

@@ -95,3 +95,12 @@ GLMstring __glmBeside(const char* path, const char* name) {
     std::snprintf(result.get(), size, "%s%s", prefix, name);
     return result;
 }
+
+int __glmCorrectMode(const char* caller, int mode, std::span<const GLMcorrection> corrections) {
+    for (const GLMcorrection& correction : corrections) {
+        if ((mode & correction.bits) != correction.bits || !correction.applies) continue;
+        __glmWarning("%s() warning: %s", caller, correction.warning);
+        mode &= ~correction.drop;
+    }
+    return mode;
+}

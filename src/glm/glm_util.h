@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
+#include <span>
 
 // Writes "GLM: Warning: ", the text and a line end.
 [[gnu::format(printf, 1, 2)]] void __glmWarning(const char* format, ...);
@@ -56,3 +57,14 @@ GLMstring __glmBeside(const char* path, const char* name);
 GLMgroup* __glmNewGroup(GLMmodel* model, const char* name);
 
 void __glmFreeMaterials(GLMmodel* model);
+
+// What a mode word cannot have together, or not with a model.
+struct GLMcorrection {
+    int bits;      // when all of these are asked for ...
+    bool applies;  // ... and this holds ...
+    int drop;      // ... these are dropped, with the warning.
+    const char* warning;
+};
+
+// Applies the corrections in order, each with its warning "caller() warning: text".
+int __glmCorrectMode(const char* caller, int mode, std::span<const GLMcorrection> corrections);
