@@ -37,7 +37,8 @@ using GLMstring = std::unique_ptr<char, __glmFree>;
 void* __glmAllocate(std::size_t count, std::size_t size);
 template <typename T>
 T* __glmArray(std::size_t count) {
-    return static_cast<T*>(__glmAllocate(count, sizeof(T)));
+    return static_cast<T*>(
+        __glmAllocate(count, sizeof(T)));  // NOLINT(bugprone-sizeof-expression): T may be a pointer
 }
 
 // `array`, which may be null, with room for `count` elements; a failed allocation is a fatal error.

@@ -1,0 +1,97 @@
+#include "models.h"
+
+#include "system.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace {
+
+// Characters from the start of a keyword to what follows it: "mtllib" or "newmtl" and a separator.
+constexpr std::size_t KEYWORD_LENGTH = 7;
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+[[noreturn]] void failWithoutMemory() {
+    std::puts("couldn't allocate memory");
+    std::exit(-1);
+}
+
+long lengthOf(std::FILE* file) {
+    long length = 0;
+    if (std::fseek(file, 0, SEEK_END) == 0) length = std::ftell(file);
+    std::rewind(file);
+    return length > 0 ? length : 0;
+}
+
+// The whole file in one buffer of its length.
+std::string contents(std::FILE* file) {
+    try {
+        std::string text(static_cast<std::size_t>(lengthOf(file)), '\0');
+        text.resize(std::fread(text.data(), 1, text.size(), file));
+        return text;
+    } catch (const std::exception&) {
+        failWithoutMemory();
+    }
+}
+
+// The name in "mtllib NAME.mtl", or nothing after a message. Comments and other statements count as text too.
+std::optional<std::string> materialFileIn(std::string_view text) {
+    const std::size_t keyword = text.find("mtllib");
+    if (keyword == std::string_view::npos) {
+        std::printf("[/] No mtllib defined in the model");
+        return std::nullopt;
+    }
+    constexpr std::string_view ENDING = ".mtl";
+    const std::size_t start = keyword + KEYWORD_LENGTH;
+    const std::size_t ending = text.find(ENDING);
+    // An ending in front of the keyword leaves no name between the two.
+    if (ending == std::string_view::npos || ending < start) {
+        std::puts("[/] Invalid material filename.");
+        return std::nullopt;
+    }
+    return std::string(text.substr(start, ending + ENDING.size() - start));
+}
+
+int countMaterials(std::string_view text) {
+    int count = 0;
+    for (std::size_t at = text.find("newmtl"); at != std::string_view::npos;
+         at = text.find("newmtl", at + KEYWORD_LENGTH))
+        ++count;
+    return count;
+}
+
+}  // namespace
+
+int ryl_loadObjModel(const char* path) {
+    std::printf("[*] Loading %s.\n", path);
+    const File file(ryl_openFile(path));
+    if (file == nullptr) {
+        std::printf("Couldn't open %s.\n", path);
+        std::exit(-1);
+    }
+    const std::string text = contents(file.get());
+    if (const std::optional<std::string> name = materialFileIn(text)) {
+        std::printf("%s\n\n", name->c_str());
+        const ryl_objModel model{.positions = 0, .normals = 0, .faces = 0, .materialFile = name->c_str()};
+        readMtlToObj(&model);
+    }
+    return 0;
+}
+
+void readMtlToObj(const ryl_objModel* model) {
+    const File file(ryl_openFile(model->materialFile));
+    if (file == nullptr) {
+        std::printf("[/] Couldn't material file %s.\n", model->materialFile);
+        return;
+    }
+    if (countMaterials(contents(file.get())) == 0) std::puts("[/] No materials found");
+}
