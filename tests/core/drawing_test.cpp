@@ -83,21 +83,6 @@ TEST(RenderTarget, ClearsWithTheColourSetBeforeAndSetsTheNext) {
     EXPECT_TRUE(isColour(pixelOf(0, -6), 128, 128, 128));
 }
 
-TEST(RenderTarget, HasADepthBufferAndDrawsAsOften) {
-    openScene();
-    const int first = ryl_loadFBO(8, 8);
-    const int second = ryl_loadFBO(8, 8);
-    EXPECT_EQ(second, first + 1);
-    glClearColor(0, 0, 0, 0);
-    ryl_enableFBO(second, 0, 0, 0);
-    glColor4f(1, 0, 0, 1);
-    glRectf(-50, -50, 50, 50);
-    glTranslatef(0, 0, -5);
-    glColor4f(0, 1, 0, 1);
-    glRectf(-50, -50, 50, 50);
-    EXPECT_TRUE(isColour(pixelAt(4, 4), 255, 0, 0)) << "the nearer square hides the farther one";
-}
-
 TEST(RenderTarget, The65thEndsTheProgram) {
     const ChildResult result = runInChild([] {
         openScene();
@@ -123,30 +108,6 @@ TEST(Lights, Light0StaysSetWhenLightingGoesOff) {
     ryl_setLight0(0);
     EXPECT_FALSE(glIsEnabled(GL_LIGHTING));
     EXPECT_TRUE(glIsEnabled(GL_LIGHT0));
-}
-
-TEST(Lights, AnyLightTakesItsRecord) {
-    openScene();
-    LightData light{};
-    ryl_setLightData(light.ambient, 9, 9, 9, 9);
-    ryl_setLightData(light.diffuse, 0.1f, 0.2f, 0.3f, 0.4f);
-    ryl_setLightData(light.specular, 0.5f, 0.6f, 0.7f, 0.8f);
-    ryl_setLightData(light.position, 1, 2, 3, 1);
-    ryl_enableLight(&light, 3);
-    ryl_setAmbientLight(0.1f, 0.2f, 0.3f, 1);
-    EXPECT_TRUE(glIsEnabled(GL_LIGHTING) && glIsEnabled(GL_LIGHT3));
-    EXPECT_FALSE(glIsEnabled(GL_LIGHT0));
-    std::array<float, 4> values{};
-    glGetLightfv(GL_LIGHT3, GL_DIFFUSE, values.data());
-    EXPECT_EQ(values, (std::array{0.1f, 0.2f, 0.3f, 0.4f}));
-    glGetLightfv(GL_LIGHT3, GL_SPECULAR, values.data());
-    EXPECT_EQ(values, (std::array{0.5f, 0.6f, 0.7f, 0.8f}));
-    glGetLightfv(GL_LIGHT3, GL_POSITION, values.data());
-    EXPECT_EQ(values, (std::array{1.0f, 2.0f, -47.0f, 1.0f})) << "in the camera's frame";
-    glGetLightfv(GL_LIGHT3, GL_AMBIENT, values.data());
-    EXPECT_EQ(values, (std::array{0.0f, 0.0f, 0.0f, 1.0f})) << "the GL's default";
-    glGetFloatv(GL_LIGHT_MODEL_AMBIENT, values.data());
-    EXPECT_EQ(values, (std::array{0.1f, 0.2f, 0.3f, 1.0f}));
 }
 
 TEST(Quad, LiesWhereItSaysInTheCallersColour) {

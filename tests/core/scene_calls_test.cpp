@@ -113,15 +113,6 @@ TEST(Opening, ZoomsTheRibbonsUpOnceAndKeepsTheImagesStill) {
     EXPECT_EQ(scale, full) << "frozen for good";
 }
 
-TEST(Opening, RibbonsSwayAndSwingInColour) {
-    float scale = 0;
-    const Lines calls = drawnBy([&] { drawRibbons({0, nullptr}, {1, 2, 3}, scale); });
-    // i = 0 at t = 0: sin 0, cos 1.
-    EXPECT_EQ(part(calls, 4, 4), (Lines{"glColor4f 0.6 0 1.1 1", "glBegin TRIANGLE_STRIP", "glVertex3f -50 -50 -5",
-                                        "glVertex3f -48 -50 -5"}));
-    EXPECT_EQ(calls[4 + 2 + 199], "glVertex3f -48 49 -5");
-}
-
 TEST(CubeWall, DrawsLargeCubeSlabAndSwarmInsideTheRoll) {
     const Lines calls = drawnBy([] { drawCubeWall({1, nullptr}, false); });
     EXPECT_EQ(part(calls, 0, INTO_THE_FOG.size()), INTO_THE_FOG);

@@ -83,8 +83,14 @@ TEST(Shader, UniformsTakeOneToFourComponents) {
     EXPECT_EQ(drawnColour(), (Pixel{51, 102, 153, 255})) << "nothing was set";
 }
 
-TEST(Shader, UniformOfNoComponentsEndsTheProgram) {
-    const ChildResult result = runInChild([] {
+TEST(Shader, MissingFileOrCountEndsTheProgram) {
+    const TempDir folder;
+    const std::string vertex = folder.write("a.vert", VERTEX);
+    // Without a window: the first GL call would crash.
+    ChildResult result = runInChild([&] { ryl_loadShader(vertex.c_str(), "none.frag"); });
+    EXPECT_EQ(result.output, "[*] shaderfile " + vertex + " loaded\n[!] Couldn't load shaderfile none.frag\n");
+    EXPECT_EQ(result.status, 255);
+    result = runInChild([] {
         openTestWindow(16, 16);
         const float value = 1;
         ryl_shader_sendUniformValue(0, "a", &value, 0);
@@ -136,28 +142,6 @@ TEST(Shader, The64thEndsTheProgram) {
     });
     EXPECT_EQ(result.status, 255);
     EXPECT_TRUE(result.output.ends_with(" loaded\n[!] Maximum amount of shaders reached.\n"));
-}
-
-TEST(Shader, MissingFileEndsTheProgramBeforeAnythingIsMade) {
-    const TempDir folder;
-    const std::string vertex = folder.write("a.vert", VERTEX);
-    // Without a window: the first GL call would crash.
-    const ChildResult result = runInChild([&] { ryl_loadShader(vertex.c_str(), "none.frag"); });
-    EXPECT_EQ(result.output, "[*] shaderfile " + vertex + " loaded\n[!] Couldn't load shaderfile none.frag\n");
-    EXPECT_EQ(result.status, 255);
-}
-
-TEST(Shader, FilesAreReadWhole) {
-    const TempDir folder;
-    const std::string empty = folder.write("empty", "");
-    char* text = nullptr;
-    EXPECT_EQ(printedBy([&] { text = loadFile(empty.c_str()); }), "[*] shaderfile " + empty + " loaded\n");
-    EXPECT_STREQ(text, "");
-    std::free(text);
-    const std::string long_text(100000, 'x');
-    text = loadFile(folder.write("long", long_text).c_str());
-    EXPECT_EQ(text, long_text);
-    std::free(text);
 }
 
 TEST(SuperShader, LeavesTheGeometryStageOutWhereTheGlHasNone) {

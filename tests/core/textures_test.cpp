@@ -165,12 +165,4 @@ TEST(Tga, BadFilesEndTheProgramWithTheirReason) {
     EXPECT_EQ(missing.status, 255);
 }
 
-TEST(Black, MakesANewOpaqueTextureEachTime) {
-    openTestWindow(16, 16);
-    const unsigned first = ryl_loadBlack();
-    EXPECT_NE(ryl_loadBlack(), first);
-    EXPECT_EQ(texels(), std::vector<Texel>(512 * 512, Texel{0, 0, 0, 255}));
-    EXPECT_EQ(textureParameter(GL_TEXTURE_MAG_FILTER), GL_NEAREST);
-}
-
 }  // namespace

@@ -40,10 +40,6 @@ TEST(Reshape, FitsTheWindowAndKeepsTheWideProjection) {
     int matrixMode = 0;
     glGetIntegerv(GL_MATRIX_MODE, &matrixMode);
     EXPECT_EQ(matrixMode, GL_PROJECTION);
-}
-
-TEST(Reshape, KeepsTheCaptureSizeInCaptureMode) {
-    openTestWindow(WIDTH, HEIGHT);
     CAPTURE = 1;
     CAPTURE_W = 1280;
     CAPTURE_H = 720;
