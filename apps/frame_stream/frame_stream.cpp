@@ -176,6 +176,9 @@ int nextFrame() {
 
 // ---- Frames -------------------------------------------------------------------------------------------------------
 
+// The chunk that every PNG file ends with: no data, its name, its checksum.
+constexpr std::array<unsigned char, 12> PNG_END = {0, 0, 0, 0, 'I', 'E', 'N', 'D', 0xae, 0x42, 0x60, 0x82};
+
 std::string fileOf(int frame) { return "capture/" + std::to_string(frame) + ".png"; }
 
 // Decodes a whole frame, so that no damage passes. Its rows run from the bottom of the picture to the top;
@@ -184,7 +187,12 @@ void readFrame(int frame, Size size, std::vector<std::uint8_t>& pixels) {
     const std::string name = fileOf(frame);
     const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(name.c_str(), "rb"), std::fclose);
     if (!file) fail("frame %d is missing: %s: %s", frame, name.c_str(), std::strerror(errno));
-    if (std::fgetc(file.get()) == EOF) fail("frame %d is empty: %s", frame, name.c_str());
+    std::array<unsigned char, PNG_END.size()> end{};
+    std::fseek(file.get(), 0, SEEK_END);
+    if (std::ftell(file.get()) == 0) fail("frame %d is empty: %s", frame, name.c_str());
+    std::fseek(file.get(), -static_cast<long>(end.size()), SEEK_END);
+    if (std::fread(end.data(), end.size(), 1, file.get()) != 1 || end != PNG_END)
+        fail("frame %d is torn: %s has no end", frame, name.c_str());
     std::rewind(file.get());
 
     png_image image = {};
