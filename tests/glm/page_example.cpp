@@ -14,7 +14,9 @@ int main(int argc, char** argv) {
     glutInit(&argc, argv);
     glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
     glutCreateWindow("model");
-    for (const GLenum on : {GL_DEPTH_TEST, GL_LIGHTING, GL_LIGHT0}) glEnable(on);
+    glEnable(GL_DEPTH_TEST);
+    glEnable(GL_LIGHTING);
+    glEnable(GL_LIGHT0);
     model = glmReadOBJ(argc > 1 ? argv[1] : "data/cubeobj.obj");
     glmUnitize(model);                      // into the cube from -1 to 1
     glmVertexNormals(model, 60.0f, false);  // edges sharper than 60 degrees stay edges
