@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -263,9 +264,8 @@ TEST(Video, AnInterruptEndsEveryProcessAndKeepsTheOldFile) {
             _exit(127);
         }
         const auto rendering = [&] {
-            for (const auto& file : fs::recursive_directory_iterator(temporary.path()))
-                if (file.path().extension() == ".png") return true;
-            return false;
+            return std::ranges::any_of(fs::recursive_directory_iterator(temporary.path()),
+                                       [](const auto& file) { return file.path().extension() == ".png"; });
         };
         for (int i = 0; i < 6000 && !rendering(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
         EXPECT_GE(processesWith(entry).size(), 5U) << "script, stream, program, server, encoder";
