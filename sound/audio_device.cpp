@@ -10,8 +10,8 @@
 
 namespace {
 
-// Frames per request are the power of two (some drivers take no other) nearest below this part of a second,
-// so 1024 at 44.1 and 48 kHz: short enough for a seek to be heard at once, long enough for a machine that
+// Frames per request are the largest power of two (some drivers take no other) within this part of a second, so
+// 1024 at 44.1 and 48 kHz: short enough for a seek to be heard at once, long enough for a machine that
 // draws in software.
 constexpr int REQUESTS_PER_SECOND = 40;
 constexpr int SMALLEST_BUFFER = 256;
@@ -27,7 +27,8 @@ void reportNoDevice() {
     reported = true;
 }
 
-void say(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/, const char* /*format*/, ...) {}
+void printNothing(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/, const char* /*format*/,
+                  ...) {}
 
 // ALSA's library prints a page to standard error when there is no sound card. SDL loads it by itself, so it
 // is asked for among the libraries that are loaded already; where it is missing nothing has to be silenced.
@@ -37,7 +38,7 @@ void silenceAlsa() {
     void* alsa = dlopen("libasound.so.2", RTLD_LAZY | RTLD_NOLOAD);
     if (!alsa) return;
     const auto setHandler = reinterpret_cast<SetHandler>(dlsym(alsa, "snd_lib_error_set_handler"));
-    if (setHandler) setHandler(say);
+    if (setHandler) setHandler(printNothing);
 }
 
 int bufferFrames(int rate) {

@@ -132,11 +132,6 @@ void clockResume(PlayClock& clock, std::int64_t now) {
 
 void clockLeaveDevice(PlayClock& clock, std::int64_t now) {
     const double line = heard(clock, now);
-    // Sound that is still on its way through a queue that nobody empties counts as arrived.
-    if (!clock.paused) {
-        clock.tieStream = clockPosition(clock, now);
-        clock.tieDevice = line;
-    }
     clock.running = true;
     clock.followsDevice = false;
     clock.lineSpeed = 1;

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
@@ -24,6 +25,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -187,40 +189,57 @@ struct Walk {
 
 constexpr std::size_t SMALLEST_REQUEST = 256;  // frames; larger ones are multiples
 
+constexpr int SECONDS = 12;
+constexpr unsigned int DECOY_MS = 3210;
+constexpr std::array<unsigned int, 6> TARGETS_MS = {4567, 17, 5001, 0, 9999, 10777};
+
 class EveryFormat : public testing::TestWithParam<Mp3Format> {};
 
 TEST_P(EveryFormat, PlaysTheDecodedFileSampleForSample) {
     const Mp3Format format = GetParam();
     const TempDir folder;
-    const std::string path = folder.write("tune.mp3", makeMp3(format, format.rate * 4));
+    const std::string path = folder.write("tune.mp3", makeMp3(format, format.rate * SECONDS));
     const std::vector<std::int16_t> stream = decodeWhole(path);
+    const auto rate = static_cast<std::size_t>(format.rate);
     const auto channels = static_cast<std::size_t>(format.channels);
-    const std::size_t second = static_cast<std::size_t>(format.rate) * channels;
+    // The sample at which a seek to `ms` starts: of the first frame that is not before it.
+    const auto sampleAt = [&](unsigned int ms) { return (rate * ms + 999) / 1000 * channels; };
     setenv("SDL_DISKAUDIODELAY", "4", 1);
     const Recording recording(folder, format.channels);
 
     FMOD_SYSTEM* system = startSystem("disk");
     FMOD_SOUND* sound = openSound(system, path);
-    EXPECT_EQ(lengthOf(sound), stream.size() * 1000 / second);
+    EXPECT_EQ(lengthOf(sound), stream.size() / channels * 1000 / rate);
     FMOD_CHANNEL* channel = playSound(system, sound);
-    recording.waitFor(static_cast<std::size_t>(format.rate) / 2);
+    recording.waitFor(rate / 4);
     setPaused(channel, true);
-    recording.waitFor(static_cast<std::size_t>(format.rate) / 2);
+    recording.waitFor(rate / 4);
     setPaused(channel, false);
-    recording.waitFor(static_cast<std::size_t>(format.rate) / 2);
-    // The first frame that is not before this moment.
-    const unsigned int target = 2347;
-    const std::size_t targetFrame = (static_cast<std::size_t>(format.rate) * target + 999) / 1000;
-    seek(channel, target);
-    recording.waitFor(static_cast<std::size_t>(format.rate) * 3);
+    recording.waitFor(rate / 4);
+    // Each seek comes while the decoder is at work on another.
+    auto pause = 0us;
+    for (const unsigned int target : TARGETS_MS) {
+        seek(channel, DECOY_MS);
+        std::this_thread::sleep_for(pause += 150us);
+        seek(channel, target);
+        recording.waitFor(rate / 4);
+    }
+    recording.waitFor(rate * 2);
 
     Walk walk{recording.read(), SMALLEST_REQUEST * channels};
     walk.skipSilence();
     const std::size_t beforePause = walk.follow(stream, 0);
-    EXPECT_GT(beforePause, second / 4);
+    EXPECT_GT(beforePause, rate * channels / 8);
     walk.skipSilence();
-    EXPECT_GT(walk.follow(stream, beforePause), second / 4);
-    EXPECT_EQ(walk.follow(stream, targetFrame * channels), stream.size() - targetFrame * channels);
+    EXPECT_GT(walk.follow(stream, beforePause), rate * channels / 8);
+    for (const unsigned int target : TARGETS_MS) {
+        walk.follow(stream, sampleAt(DECOY_MS));  // if the device asked in between
+        const std::size_t followed = walk.follow(stream, sampleAt(target));
+        EXPECT_GT(followed, rate * channels / 8) << "after the seek to " << target;
+        if (target == TARGETS_MS.back()) {
+            EXPECT_EQ(followed, stream.size() - sampleAt(target));
+        }
+    }
     walk.skipSilence();
     EXPECT_EQ(walk.at, walk.recorded.size());
 }
@@ -232,11 +251,6 @@ INSTANTIATE_TEST_SUITE_P(Sound, EveryFormat,
                              return std::to_string(info.param.rate) + "x" + std::to_string(info.param.channels);
                          });
 
-struct BadFile {
-    const char* name;
-    std::string bytes;
-};
-
 std::string randomBytes(int count) {
     std::mt19937 random{3};
     std::string bytes;
@@ -247,7 +261,7 @@ std::string randomBytes(int count) {
 TEST(Sound, FilesThatCannotBePlayedGiveACode) {
     const TempDir folder;
     const std::string mp3 = makeMp3({}, 44100);
-    const BadFile files[] = {
+    const std::pair<const char*, std::string> files[] = {
         {"empty.mp3", ""},
         {"text.mp3", std::string(5000, 'x')},
         {"zeros.mp3", std::string(200000, '\0')},
@@ -261,8 +275,7 @@ TEST(Sound, FilesThatCannotBePlayedGiveACode) {
     const auto open = [&](const std::string& path) {
         return FMOD_System_CreateSound(system, path.c_str(), STREAM, nullptr, &sound);
     };
-    for (const BadFile& file : files)
-        EXPECT_EQ(open(folder.write(file.name, file.bytes)), FMOD_ERR_FILE_NOT_MP3) << file.name;
+    for (const auto& [name, bytes] : files) EXPECT_EQ(open(folder.write(name, bytes)), FMOD_ERR_FILE_NOT_MP3) << name;
     const std::string pipe = folder.path() / "pipe.mp3";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_EQ(open(pipe), FMOD_ERR_FILE_UNREADABLE);
@@ -286,48 +299,51 @@ TEST(Sound, WrongArgumentsGiveACodeAndChangeNothing) {
     const TempDir folder;
     const std::string path = folder.write("tune.mp3", makeMp3({}, 44100));
     const char* name = path.c_str();
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
-    FMOD_SYSTEM* system = nullptr;
-    FMOD_SOUND* sound = nullptr;
-    FMOD_CHANNEL* channel = nullptr;
+    constexpr unsigned int MS = FMOD_TIMEUNIT_MS;
+    constexpr unsigned int OTHER = 2;  // unit, flag or mode
+    FMOD_SYSTEM* system = startSystem("dummy");
+    FMOD_SYSTEM* idle = nullptr;
+    FMOD_SOUND* none = nullptr;
+    FMOD_CHANNEL* nowhere = nullptr;
     unsigned int number = 7;
     FMOD_BOOL flag = 7;
-    EXPECT_EQ(FMOD_System_Create(nullptr), FMOD_ERR_PARAMETER);
-    EXPECT_EQ(FMOD_System_GetVersion(nullptr, &number), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_System_Init(nullptr, 1, FMOD_INIT_NORMAL, nullptr), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_System_CreateSound(nullptr, name, STREAM, nullptr, &sound), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_System_PlaySound(nullptr, FMOD_CHANNEL_FREE, nullptr, 0, &channel), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_Sound_GetLength(nullptr, &number, FMOD_TIMEUNIT_MS), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_Channel_GetPosition(nullptr, &number, FMOD_TIMEUNIT_MS), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_Channel_SetPosition(nullptr, 0, FMOD_TIMEUNIT_MS), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_Channel_GetPaused(nullptr, &flag), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(FMOD_Channel_SetPaused(nullptr, 1), FMOD_ERR_NULL_HANDLE);
+    ASSERT_EQ(FMOD_System_Create(&idle), FMOD_OK);
+    FMOD_SOUND* sound = openSound(system, path);
+    FMOD_CHANNEL* channel = playSound(system, sound, true);
 
-    ASSERT_EQ(FMOD_System_Create(&system), FMOD_OK);
-    EXPECT_EQ(FMOD_System_CreateSound(system, name, STREAM, nullptr, &sound), FMOD_ERR_NOT_INITIALIZED);
-    EXPECT_EQ(FMOD_System_Init(system, 0, FMOD_INIT_NORMAL, nullptr), FMOD_ERR_PARAMETER);
-    EXPECT_EQ(FMOD_System_Init(system, 1, 1, nullptr), FMOD_ERR_UNSUPPORTED);
-    ASSERT_EQ(FMOD_System_Init(system, 1, FMOD_INIT_NORMAL, nullptr), FMOD_OK);
-    EXPECT_EQ(FMOD_System_Init(system, 1, FMOD_INIT_NORMAL, nullptr), FMOD_ERR_INITIALIZED);
-    EXPECT_EQ(FMOD_System_CreateSound(system, nullptr, STREAM, nullptr, &sound), FMOD_ERR_PARAMETER);
-    EXPECT_EQ(FMOD_System_CreateSound(system, name, STREAM | 2, nullptr, &sound), FMOD_ERR_UNSUPPORTED);
-    EXPECT_EQ(sound, nullptr);
-
-    sound = openSound(system, path);
-    EXPECT_EQ(FMOD_System_PlaySound(system, 1, sound, 0, &channel), FMOD_ERR_PARAMETER);
-    EXPECT_EQ(FMOD_System_PlaySound(system, FMOD_CHANNEL_FREE, sound, 0, nullptr), FMOD_ERR_PARAMETER);
-    EXPECT_EQ(FMOD_System_PlaySound(system, FMOD_CHANNEL_FREE, nullptr, 0, &channel), FMOD_ERR_NULL_HANDLE);
-    EXPECT_EQ(channel, nullptr);
-    channel = playSound(system, sound, true);
-    EXPECT_EQ(FMOD_Sound_GetLength(sound, &number, 2), FMOD_ERR_UNSUPPORTED);
-    EXPECT_EQ(FMOD_Channel_GetPosition(channel, &number, 2), FMOD_ERR_UNSUPPORTED);
-    EXPECT_EQ(FMOD_Channel_SetPosition(channel, 10, 2), FMOD_ERR_UNSUPPORTED);
-    EXPECT_EQ(FMOD_Channel_GetPosition(channel, nullptr, FMOD_TIMEUNIT_MS), FMOD_ERR_PARAMETER);
-    EXPECT_EQ(FMOD_Channel_GetPaused(channel, nullptr), FMOD_ERR_PARAMETER);
-    EXPECT_EQ(FMOD_Channel_SetPosition(channel, ~0U, FMOD_TIMEUNIT_MS), FMOD_ERR_POSITION);
-    EXPECT_EQ(positionOf(channel), 0U);
+    const std::pair<FMOD_RESULT, std::vector<FMOD_RESULT>> expectations[] = {
+        {FMOD_ERR_NULL_HANDLE,
+         {FMOD_System_GetVersion(nullptr, &number), FMOD_System_Init(nullptr, 1, FMOD_INIT_NORMAL, nullptr),
+          FMOD_System_CreateSound(nullptr, name, STREAM, nullptr, &none),
+          FMOD_System_PlaySound(nullptr, FMOD_CHANNEL_FREE, sound, 0, &nowhere),
+          FMOD_System_PlaySound(system, FMOD_CHANNEL_FREE, nullptr, 0, &nowhere),
+          FMOD_Sound_GetLength(nullptr, &number, MS), FMOD_Channel_GetPosition(nullptr, &number, MS),
+          FMOD_Channel_SetPosition(nullptr, 0, MS), FMOD_Channel_GetPaused(nullptr, &flag),
+          FMOD_Channel_SetPaused(nullptr, 1)}},
+        {FMOD_ERR_PARAMETER,
+         {FMOD_System_Create(nullptr), FMOD_System_Init(idle, 0, FMOD_INIT_NORMAL, nullptr),
+          FMOD_System_CreateSound(system, nullptr, STREAM, nullptr, &none),
+          FMOD_System_CreateSound(system, name, STREAM, nullptr, nullptr),
+          FMOD_System_PlaySound(system, 1, sound, 0, &nowhere),
+          FMOD_System_PlaySound(system, FMOD_CHANNEL_FREE, sound, 0, nullptr),
+          FMOD_System_PlaySound(idle, FMOD_CHANNEL_FREE, sound, 0, &nowhere),
+          FMOD_Channel_GetPosition(channel, nullptr, MS), FMOD_Channel_GetPaused(channel, nullptr)}},
+        {FMOD_ERR_UNSUPPORTED,
+         {FMOD_System_Init(idle, 1, OTHER, nullptr),
+          FMOD_System_CreateSound(system, name, STREAM | OTHER, nullptr, &none),
+          FMOD_Sound_GetLength(sound, &number, OTHER), FMOD_Channel_GetPosition(channel, &number, OTHER),
+          FMOD_Channel_SetPosition(channel, 10, OTHER)}},
+        {FMOD_ERR_NOT_INITIALIZED, {FMOD_System_CreateSound(idle, name, STREAM, nullptr, &none)}},
+        {FMOD_ERR_INITIALIZED, {FMOD_System_Init(system, 1, FMOD_INIT_NORMAL, nullptr)}},
+        {FMOD_ERR_POSITION, {FMOD_Channel_SetPosition(channel, ~0U, MS)}},
+    };
+    for (const auto& [expected, results] : expectations)
+        EXPECT_EQ(results, std::vector<FMOD_RESULT>(results.size(), expected));
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(nowhere, nullptr);
     EXPECT_EQ(number, 7U);
     EXPECT_EQ(flag, 7);
+    EXPECT_EQ(positionOf(channel), 0U);
 }
 
 TEST(Sound, ABrokenStreamPlaysWhatThereIsAndThePositionGoesOn) {
