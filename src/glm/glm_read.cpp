@@ -5,6 +5,7 @@
 #include "glm/glm_text.h"
 #include "glm/glm_util.h"
 
+#include <cassert>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -22,9 +23,11 @@ struct ObjReader {
     GLMtext text;
     char token[GLM_TOKEN_SIZE];
     const char* statement;  // where the current statement's token ends
+    // Look-ups by name, for files with many groups and materials.
     std::unordered_map<std::string_view, GroupSlot> groups;
-    GroupSlot* group;        // current group
-    std::uint32_t material;  // current material
+    std::unordered_map<std::string_view, std::uint32_t> materials;  // the first one of each name
+    GroupSlot* group;                                               // current group
+    std::uint32_t material;                                         // current material
 };
 
 struct Corner {
@@ -287,7 +290,8 @@ void selectMaterial(ObjReader& reader) {
                      reader.model->pathname);
         reader.material = 0;
     } else {
-        reader.material = glmFindMaterial(reader.model, name);
+        const auto found = reader.materials.find(name);
+        reader.material = found != reader.materials.end() ? found->second : glmFindMaterial(reader.model, name);
     }
     GLMgroup& group = *reader.group->group;
     if (group.material == 0 && group.numtriangles > 0) group.material = reader.material;
@@ -314,6 +318,8 @@ void fillFace(ObjReader& reader, Filled& filled) {
 void glmSecondPass(ObjReader& reader) {
     Filled filled{};
     selectGroup(reader, "default");
+    for (std::uint32_t i = 0; i < reader.model->nummaterials; ++i)
+        reader.materials.emplace(reader.model->materials[i].name, i);
     while (nextStatement(reader)) {
         char name[GLM_TOKEN_SIZE];
         switch (reader.token[0]) {
@@ -376,8 +382,8 @@ void validateFacets(const GLMmodel& model) {
 }
 
 void readModel(GLMmodel* model) {
-    ObjReader reader{
-        .model = model, .text = {}, .token = {}, .statement = nullptr, .groups = {}, .group = nullptr, .material = 0};
+    ObjReader reader{};
+    reader.model = model;
     if (!__glmOpenText(model->pathname, reader.text))
         __glmFatalError("glmReadOBJ() failed: can't open data file \"%s\".", model->pathname);
     glmFirstPass(reader);
@@ -389,6 +395,7 @@ void readModel(GLMmodel* model) {
 }  // namespace
 
 GLMmodel* glmReadOBJ(const char* path) {
+    assert(path != nullptr);
     auto* model = __glmArray<GLMmodel>(1);
     model->pathname = __glmCopy(path);
     try {
