@@ -10,6 +10,7 @@ namespace {
 constexpr int SHADOW_SAMPLES = 3;  // per axis of the soft box, turned anew for each sample
 constexpr int BOUNCES = 3;
 constexpr float FLOOR_GLOSS = 0.30f;
+constexpr float MIRRORED_FLOOR = 0.45f;  // white paper at its full light would wash out the balls' own colours
 
 struct Ball {
     Vec3 centre;
@@ -164,7 +165,7 @@ Vec3 trace(Vec3 from, Vec3 direction, float turn, int bounces) {
     if (direction.y < -1e-4f) {
         const float distance = -from.y / direction.y;
         if (distance < 30)
-            return mix(floorLight(from + direction * distance, turn), studio(direction),
+            return mix(floorLight(from + direction * distance, turn) * MIRRORED_FLOOR, studio(direction),
                        smoothstep(6.0f, 30.0f, distance));
     }
     return studio(direction);
