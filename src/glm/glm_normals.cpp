@@ -181,7 +181,7 @@ void assignNormals(NormalMaker& maker, std::uint32_t position, GLMnode* head, fl
             ++maker.next;
         } else if (triangle.findex != GLM_NO_INDEX) {
             assignFacetNormal(maker, triangle, position);
-        } else if (!maker.keepExisting) {
+        } else {
             assignNormal(maker, triangle, position, GLM_NO_INDEX);
         }
     }

@@ -11,10 +11,6 @@
 
 namespace {
 
-// Above this ratio of a coordinate to epsilon, the floats next to the coordinate are further away than epsilon
-// (a float has 24 binary digits), so that only the coordinate itself equals it.
-constexpr double LONE_FLOAT_RATIO = 1 << 26;
-
 // Larger than the difference of any two floats. An infinite epsilon means the same and cannot be divided by.
 constexpr double LARGEST_EPSILON = 1e39;
 
@@ -50,13 +46,13 @@ double cellOf(const WeldTable& table, double coordinate) { return std::floor(coo
 
 struct CellRange {
     double low;
-    int steps;  // number of further cells; adding 1 to a far cell's number would not change it
+    int steps;  // number of further cells; far from 0, adding 1 to a cell's number does not change it
 };
 
-// The cells of all coordinates that equal this one. Each step of the computation keeps the order of numbers, so what
-// lies between coordinate - epsilon and coordinate + epsilon lies between their cells.
+// The cells of all coordinates that equal this one: each step of the computation keeps the order of numbers, so what
+// lies between coordinate - epsilon and coordinate + epsilon lies between their cells. These are few; where the
+// coordinate is so large that it swallows epsilon, they are one.
 CellRange cellsAround(const WeldTable& table, double coordinate) {
-    if (std::fabs(coordinate) > table.reach * LONE_FLOAT_RATIO) return {.low = cellOf(table, coordinate), .steps = 0};
     const double low = cellOf(table, coordinate - table.reach);
     return {.low = low, .steps = static_cast<int>(cellOf(table, coordinate + table.reach) - low)};
 }

@@ -193,6 +193,8 @@ TEST(VertexNormals, KeepExistingAddsOnlyWhatIsMissing) {
     EXPECT_EQ(smooth(copied, 0, true), "GLM: Warning: glmVertexNormals(): realloc 100+100\n\n"
                                        "GLM: Warning: glmVertexNormals(): realloc 200+100\n\n");
     EXPECT_EQ(copied->numnormals, 108u) << "at 0 degrees no triangle joins";
+    EXPECT_EQ(smooth(copied, 0, true), "GLM: Warning: glmVertexNormals(): realloc 208+100\n\n");
+    EXPECT_EQ(copied->numnormals, 108u) << "copies that no corner takes are dropped";
     const Model shared = ModelFiles(CUBE).read();
     EXPECT_EQ(smooth(shared, 180, true), "");
     EXPECT_EQ(shared->numnormals, 8u);

@@ -105,6 +105,8 @@ TEST(Read, WhatIsLeftOfALongLineIsReadAsStatements) {
     ASSERT_EQ(model->numvertices, 2u);
     EXPECT_EQ(model->vertices[3 + 3], 7.0f);
     EXPECT_EQ(std::strlen(model->groups->name), 127u);
+    // Counting ends the line's rest in front of the second "v", reading goes on after "x".
+    EXPECT_EQ(ModelFiles("v 1 2 3 x" + std::string(119, ' ') + "v 4 5 6\n").read()->numvertices, 1u);
 }
 
 TEST(Read, Messages) {
