@@ -16,7 +16,7 @@ namespace {
 
 constexpr int RATE = 44100;
 constexpr double PICTURE_ENDS = 132.0;
-constexpr double SHOT_LENGTH = 1.0 / 3;  // between two pulses of the floor
+constexpr double PULSE = 1.0 / 3;  // between two pulses of the floor
 
 struct Span {
     double start, end;  // seconds
@@ -167,16 +167,15 @@ TEST(Tune, SectionsBeginWithTheScenes) {
 // All onsets of a greetings scene, folded onto one pulse of its floor, must pile up where the pulse begins.
 TEST(Tune, BeatsFallOnThePulsesOfTheFloor) {
     constexpr std::size_t STEP = 32;  // samples
-    constexpr auto STEPS = static_cast<std::size_t>(SHOT_LENGTH * RATE / STEP);
+    constexpr auto STEPS = static_cast<std::size_t>(PULSE * RATE / STEP);
     const std::vector<double> sums = runningEnergy();
     for (const Span& scene : GREETINGS) {
         std::vector<double> folded(STEPS, 0.0);
-        const auto pulses =
-            static_cast<int>((scene.end - scene.start) / SHOT_LENGTH) - 6;  // without the closing fill
+        const auto pulses = static_cast<int>((scene.end - scene.start) / PULSE) - 6;  // without the closing fill
         for (int pulse = 1; pulse < pulses; ++pulse)
             for (std::size_t i = 0; i < STEPS; ++i)
-                folded[i] += std::max(
-                    0.0, onset(sums, sampleAt(scene.start + pulse * SHOT_LENGTH) - STEPS * STEP / 2 + i * STEP));
+                folded[i] +=
+                    std::max(0.0, onset(sums, sampleAt(scene.start + pulse * PULSE) - STEPS * STEP / 2 + i * STEP));
         const auto peak = static_cast<std::size_t>(std::max_element(folded.begin(), folded.end()) - folded.begin());
         const double late = (static_cast<double>(peak) - STEPS / 2.0) * STEP / RATE;
         EXPECT_NEAR(late, 0.0, 0.010) << "in the scene from " << scene.start << " s";
