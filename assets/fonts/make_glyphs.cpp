@@ -7,6 +7,7 @@
 #include "text.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -51,8 +52,8 @@ std::vector<unsigned char> strip(const char* font) {
         for (int y = 0; y < CELL; ++y)
             for (int x = 0; x < CELL; ++x) {
                 const float coverage = cell.coverage[static_cast<size_t>(y) * CELL + x];
-                const size_t at = static_cast<size_t>(CELL - 1 - y) * WIDTH + letter * CELL + x;
-                pixels[at * BYTES_PER_PIXEL + 3] = static_cast<unsigned char>(coverage * 255.0f + 0.5f);
+                const size_t at = static_cast<size_t>(CELL - 1 - y) * WIDTH + static_cast<size_t>(letter * CELL + x);
+                pixels[at * BYTES_PER_PIXEL + 3] = static_cast<unsigned char>(std::lround(coverage * 255.0f));
             }
     }
     return pixels;

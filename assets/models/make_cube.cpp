@@ -127,6 +127,8 @@ int main(int argc, char* argv[]) {
         writeMaterials(mtl.get());
         if (isWritten(obj.get()) && isWritten(mtl.get())) return 0;
     }
+    for (const char* path : {argv[1], argv[2]})
+        std::remove(path);  // half a model would look finished to the next build
     std::fprintf(stderr, "[! %s] cannot be written\n", argv[obj ? 2 : 1]);
     return 1;
 }
