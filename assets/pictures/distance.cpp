@@ -107,3 +107,18 @@ float sampled(const Field& field, float x, float y) {
     const float dx = x - 0.5f - cx, dy = y - 0.5f - cy;
     return top + (bottom - top) * v - std::sqrt(dx * dx + dy * dy);
 }
+
+void layHalo(Canvas& canvas, Vec3 colour, int radius, float strength) {
+    Field shape{canvas.width, canvas.height, {}};
+    for (const Texel& texel : canvas.texels) shape.values.push_back(texel.alpha);
+    shape = smoothed(std::move(shape), radius);
+    for (int y = 0; y < canvas.height; ++y)
+        for (int x = 0; x < canvas.width; ++x) {
+            const size_t i = static_cast<size_t>(y) * canvas.width + x;
+            // Gone before the picture's border.
+            const auto border = static_cast<float>(std::min({x, y, canvas.width - 1 - x, canvas.height - 1 - y}));
+            const float fade = smoothstep(0, 2 * static_cast<float>(radius), border);
+            canvas.texels[i] =
+                over(canvas.texels[i], tint(colour, fade * std::min(0.9f, strength * shape.values[i])));
+        }
+}

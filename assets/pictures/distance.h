@@ -1,6 +1,7 @@
 // distance.h - scalar fields over a picture: distances to a mask's contour and blurred copies, for bevels and glows
 #pragma once
 
+#include "canvas.h"
 #include "text.h"
 
 #include <vector>
@@ -21,3 +22,7 @@ Field smoothed(Field field, int radius);
 
 // The value at any point, in pixels of the field, interpolated; beyond the border the border's value less the way.
 float sampled(const Field& field, float x, float y);
+
+// Lays a soft halo of the given colour under what the canvas holds, about `radius` pixels wide, so that the picture
+// stands out on a ground of its own colours. `strength` 1 is a faint glow, 3 nearly a rim.
+void layHalo(Canvas& canvas, Vec3 colour, int radius, float strength);

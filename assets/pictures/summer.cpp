@@ -1,6 +1,7 @@
 // Paints the summer motif: a low sun over ribbons of sea, a palm that leans into it, gulls. Shown 544 x 181 pixels
 // large on a screen of 1920 x 1080, to the upper right of the spheres and under the logo's end.
 
+#include "distance.h"
 #include "palette.h"
 #include "picture.h"
 
@@ -180,5 +181,6 @@ Texel summer(float x, float y) {
 Canvas paintPicture(const char* /*font*/) {
     Canvas canvas = makeCanvas(WIDTH, HEIGHT);
     paint(canvas, SAMPLES, summer);
+    layHalo(canvas, palette::FOG_WHITE, 4, 1.8f);
     return canvas;
 }

@@ -32,12 +32,13 @@ struct Turns {
     std::condition_variable moved;
 };
 
-Stereo playTrack(const Score& score, size_t track, size_t samples) {
-    Stereo sound = silence(samples);
+// Plays the track's notes into `sound`, over what was there.
+void playTrack(const Score& score, size_t track, Stereo& sound) {
+    std::fill(sound.left.begin(), sound.left.end(), 0.0f);
+    std::fill(sound.right.begin(), sound.right.end(), 0.0f);
     const Instrument* instrument = findInstrument(score.tracks[track].instrument);
     for (const Note& note : score.notes)
         if (note.track == static_cast<int>(track)) instrument->play(*instrument, note, sound);
-    return sound;
 }
 
 // Adds one side of a track to the buses.
@@ -71,9 +72,10 @@ void playTracks(const Score& score, size_t samples, bool ducks,
                 const std::function<void(const Stereo&, const Track&)>& receive) {
     Turns turns;
     onAllProcessors([&] {
+        Stereo sound = silence(samples);
         for (size_t i = turns.next++; i < score.tracks.size(); i = turns.next++) {
             const bool chosen = score.tracks[i].ducks == ducks;
-            const Stereo sound = chosen ? playTrack(score, i, samples) : Stereo{};
+            if (chosen) playTrack(score, i, sound);
             std::unique_lock lock(turns.mutex);
             turns.moved.wait(lock, [&] { return turns.turn == i; });
             if (chosen) receive(sound, score.tracks[i]);
