@@ -1,5 +1,4 @@
-// glm.h - the model library: Wavefront OBJ/MTL models in memory (no relation to vector-maths headers of this
-// name)
+// glm.h - the model library: Wavefront OBJ/MTL models in memory (not the vector-maths header of this name)
 //
 //   GLMmodel* model = glmReadOBJ("data/cubeobj.obj");   // ends the process when the file cannot be read
 //   glmVertexNormals(model, 60.0f, false);              // smooth edges flatter than 60 degrees
@@ -7,9 +6,8 @@
 //   glmWriteOBJ(model, "smooth.obj", GLM_SMOOTH);
 //   glmDelete(model);
 //
-// Needs    the thread that owns the GL context: always for drawing, glmDelete of a model with textures and
-// the
-//          texture functions; for reading only when a material names a texture image.
+// Needs    the thread that owns the GL context: always for drawing, for glmDelete of a model with textures and
+//          for the texture functions; for reading only when a material names a texture image.
 // Reports  on standard error: "GLM: Warning: " and goes on, or "GLM: Fatal Error: " and ends the process with
 //          status 1. Preconditions ("not null", index ranges) are assertions. A failed allocation is fatal.
 // Never    knows of the program around it; keeps no reference to a model; uses more than one thread.
@@ -141,7 +139,7 @@ extern std::uint32_t _glmTextureTarget;
 
 // Loads a raw PPM or PNG image as a GL texture and leaves it bound; images for GL_TEXTURE_2D are resampled to
 // powers of two. The factors become 1 for GL_TEXTURE_2D, the size in pixels for other targets. `alpha` has no
-// effect. Returns the GL name, or 0 with the factors untouched when no image was read.
+// effect. Returns the GL name, or 0 with the factors untouched when no image was read or there is no GL context.
 // Fatal for a pixel format other than RGB(A), BGR(A) and luminance, such as a grey image with alpha.
 std::uint32_t glmLoadTexture(const char* path, bool alpha, bool repeat, bool filtering, bool mipmaps,
                              float* texcoord_width, float* texcoord_height);

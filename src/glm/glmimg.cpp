@@ -110,7 +110,7 @@ bool readPpmHeader(GLMtext& text, PpmHeader& header) {
         if (text.at == text.end) return false;
         char line[PPM_LINE_SIZE];
         __glmReadLine(text, line, sizeof line);
-        if (line[0] == '#') continue;
+        // A comment starts with "#", so no number is read from it.
         GLMtext words{nullptr, line, line, line + std::strlen(line)};
         std::int64_t number = 0;
         while (known < std::size(numbers) && __glmReadInteger(words, number))
@@ -151,6 +151,11 @@ int glmIsExtensionSupported(const char* name) {
 std::uint32_t glmLoadTexture(const char* path, bool alpha, bool repeat, bool filtering, bool mipmaps,
                              float* texcoord_width, float* texcoord_height) {
     if (glm_do_init != 0) glmImgInit();
+    if (gl_max_texture_size <= 0) {
+        __glmWarning("glmLoadTexture(): no GL context, image \"%s\" not loaded", path);
+        glm_do_init = 1;  // ask again next time
+        return 0;
+    }
 
     Image image{};
     image.pixels.reset(glmReadPPM(path, alpha, &image.width, &image.height, &image.format));

@@ -139,7 +139,15 @@ TEST(Image, PngFilesThatAreNotRead) {
 
 TEST(Image, Upload) {
     const TempDir folder;
-    EXPECT_EQ(load(folder.write("a.ppm", ppmOf(100, 60))), (std::pair{1.0f, 1.0f}));
+    const std::string path = folder.write("a.ppm", ppmOf(100, 60));
+    glAnswers().integers[GL_MAX_TEXTURE_SIZE] = 0;  // as without a context
+    float width = 0, height = 0;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(glmLoadTexture(path.c_str(), true, true, true, true, &width, &height), 0u);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "GLM: Warning: glmLoadTexture(): no GL context, image \"" + path + "\" not loaded\n");
+    glAnswers().integers[GL_MAX_TEXTURE_SIZE] = 4096;
+    EXPECT_EQ(load(path), (std::pair{1.0f, 1.0f}));
     EXPECT_CALLS("glPixelStorei UNPACK_ALIGNMENT 4", "gluScaleImage RGB 100 60 UNSIGNED_BYTE 128 64 UNSIGNED_BYTE",
                  "glGenTextures 1", "glBindTexture TEXTURE_2D 1",
                  "glTexParameteri TEXTURE_2D TEXTURE_MIN_FILTER LINEAR_MIPMAP_LINEAR",
