@@ -16,9 +16,8 @@
 #include <cstdint>
 
 // Index conventions, everywhere in the library and in OBJ text:
-//   - Positions, vertex normals, texture coordinates and facet normals count from 1. Their arrays hold
-//     count + 1 entries and entry 0 is never read: entry i starts at offset 3 * i (2 * i for texture
-//     coordinates).
+//   - Positions, vertex normals, texture coordinates and facet normals count from 1. Their arrays hold count + 1
+//     entries and entry 0 is never read: entry i starts at offset 3 * i (2 * i for texture coordinates).
 //   - Triangles, materials and textures count from 0.
 //   - GLM_NO_INDEX, all bits set, is "none".
 // All arrays and strings are allocated with malloc and belong to the model; glmDelete releases them.
@@ -81,14 +80,12 @@ struct GLMmodel {
 
 // ---- reading ----
 
-// Reads the OBJ file at `path` with its material library and texture images into a new model with facet
-// normals. Polygons become fans of triangles. Never null: every failure is fatal. The caller releases it with
-// glmDelete.
+// Reads the OBJ file at `path` with its material library and texture images into a new model with facet normals.
+// Polygons become fans of triangles. Never null: every failure is fatal. The caller releases it with glmDelete.
 GLMmodel* glmReadOBJ(const char* path);
 
-// Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's
-// materials. Fatal when it cannot be opened. Loads the diffuse texture images that it names (needs a GL
-// context then).
+// Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's materials.
+// Fatal when it cannot be opened. Loads the diffuse texture images that it names (needs a GL context then).
 void glmReadMTL(GLMmodel* model, const char* name);
 
 // Releases the model (not null), all it owns and its GL textures.
@@ -103,9 +100,8 @@ GLMgroup* glmAddGroup(GLMmodel* model, const char* name);
 // Index of the first material of that name (not null); warns and returns 0 when there is none.
 std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name);
 
-// Index of the texture of that image name, loaded from the directory of the model's pathname the first time
-// (with repeat, filtering and mipmaps). An image that cannot be read gets an entry with id 0, which draws
-// untextured.
+// Index of the texture of that image name, loaded from the directory of the model's pathname the first time (with
+// repeat, filtering and mipmaps). An image that cannot be read gets an entry with id 0, which draws untextured.
 std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name);
 
 // ---- drawing (needs a GL context) ----
@@ -119,13 +115,12 @@ constexpr int GLM_COLOR = 8;       // the material's diffuse colour, with colour
 constexpr int GLM_MATERIAL = 16;   // the material's ambient, diffuse, specular and shininess
 constexpr int GLM_TWO_SIDED = 32;  // two-sided lighting
 
-// Draws the model (not null, with positions) in immediate mode as triangles, group by group, newest group
-// first. Per corner: normal, texture coordinate, position. Parts of the mode that the model cannot satisfy
-// are dropped with a warning. Materials whose diffuse alpha is below 1 are drawn in a second pass, added to
-// the picture (GL_SRC_ALPHA, GL_ONE) without depth writes. Leaves the colour-material switch, the enabled
-// texture target with its environment mode, two-sided lighting and the last bound texture as drawing set
-// them; blending and depth writes are reset after a second pass. Asserts that the indices it uses are in
-// range.
+// Draws the model (not null, with positions) in immediate mode as triangles, group by group, newest group first. Per
+// corner: normal, texture coordinate, position. Parts of the mode that the model cannot satisfy are dropped with a
+// warning. Materials whose diffuse alpha is below 1 are drawn in a second pass, added to the picture (GL_SRC_ALPHA,
+// GL_ONE) without depth writes. Leaves the colour-material switch, the enabled texture target with its environment
+// mode, two-sided lighting and the last bound texture as drawing set them; blending and depth writes are reset after
+// a second pass. Asserts that the indices it uses are in range.
 void glmDraw(const GLMmodel* model, int mode);
 
 // Makes a display list of what glmDraw would draw and returns its name; the caller deletes it.

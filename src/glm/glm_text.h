@@ -1,9 +1,8 @@
 // glm_text.h - the reading rules that the OBJ and the MTL reader share
 //
-// A file is read whole and then taken apart from a reading position: tokens, rests of lines, numbers. These
-// follow the C library's formatted input (fscanf "%127s", fgets, "%f", "%d"), in the "C" locale whatever the
-// program's is. No function reads past the end of the text; NUL bytes are ordinary bytes that end a C string
-// early.
+// A file is read whole and then taken apart from a reading position: tokens, rests of lines, numbers. These follow
+// the C library's formatted input (fscanf "%127s", fgets, "%f", "%d"), in the "C" locale whatever the program's is.
+// No function reads past the end of the text; NUL bytes are ordinary bytes that end a C string early.
 #pragma once
 
 #include "glm/glm_util.h"
@@ -28,8 +27,7 @@ bool __glmOpenText(const char* path, GLMtext& text);
 // the end of the text.
 bool __glmReadToken(GLMtext& text, char (&token)[GLM_TOKEN_SIZE]);
 
-// The rest of the line up to and including its end, at most size - 1 characters; empty at the end of the
-// text.
+// The rest of the line up to and including its end, at most size - 1 characters; empty at the end of the text.
 void __glmReadLine(GLMtext& text, char* line, std::size_t size);
 
 // Throws away what __glmReadLine would read into GLM_TOKEN_SIZE characters.
@@ -40,9 +38,8 @@ void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_S
 
 void __glmSkipWhite(GLMtext& text);
 
-// The next number, after white space that may hold line ends. False, with the value unchanged, when the text
-// goes on with something else. Integers are decimal with an optional sign; those outside of -2^31 .. 2^32 - 1
-// are refused.
+// The next number, after white space that may hold line ends. False, with the value unchanged, when the text goes on
+// with something else. Integers are decimal with an optional sign; those outside of -2^31 .. 2^32 - 1 are refused.
 bool __glmReadFloat(GLMtext& text, float& value);
 bool __glmReadInteger(GLMtext& text, std::int64_t& value);
 
