@@ -1,8 +1,9 @@
 #include "noise.h"
 
+#include "ryl_math.h"
+
 #include <array>
 #include <climits>
-#include <cmath>
 #include <cstdint>
 #include <span>
 
@@ -57,13 +58,7 @@ float ryl_smoothed2DNoise(int x, int y, int seed) {
     return static_cast<float>(static_cast<double>(corners) + sides + centre);
 }
 
-float ryl_1DcosInterpolate(float a, float b, float t) {
-    // Not the full-precision pi: part of the values.
-    constexpr double HALF_TURN = 3.14159265;
-    const auto angle = static_cast<float>(t * HALF_TURN);
-    const auto f = static_cast<float>((1.0 - std::cos(static_cast<double>(angle))) * 0.5);
-    return static_cast<float>((1.0 - f) * a + static_cast<double>(b) * f);
-}
+float ryl_1DcosInterpolate(float a, float b, float t) { return static_cast<float>(ryl_cos_interpolate(a, b, t)); }
 
 float ryl_1D_CosNoise(float x, int seed) {
     const int i = truncated(x);

@@ -23,7 +23,8 @@ declare -A may=(
     [shader]="system"
     [textures]="picture system"
     [models]="system"
-    [picture]="" [fbo]="" [lighting]="" [noise]="" [ryl_math]="" [system]="" [glm]="" [sound]=""
+    [noise]="ryl_math"
+    [picture]="" [fbo]="" [lighting]="" [ryl_math]="" [system]="" [glm]="" [sound]=""
 )
 
 wrong=0
