@@ -1,0 +1,22 @@
+// plain_reader.h - OBJ geometry read by the rules as they stand: fscanf, token by token, twice over the file
+//
+// The second opinion on the library's reader and the baseline of its speed. Knows positions, normals, texture
+// coordinates, faces and groups; no materials: "usemtl" is skipped, "mtllib" not allowed.
+#pragma once
+
+#include "glm/glm.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Arrays as in GLMmodel, without their unread first entry; findex is none.
+struct PlainModel {
+    std::vector<float> vertices, normals, texcoords;
+    std::vector<GLMtriangle> triangles;
+    std::map<std::string, std::vector<std::uint32_t>> groups;
+};
+
+// Nothing when the file is one that the library refuses.
+std::optional<PlainModel> readPlainly(const char* path);
