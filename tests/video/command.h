@@ -3,6 +3,7 @@
 
 #include <sys/wait.h>
 
+#include <array>
 #include <cstdio>
 #include <string>
 
@@ -16,7 +17,11 @@ inline Ran run(const std::string& commandLine) {
     Ran ran;
     std::FILE* pipe = popen(commandLine.c_str(), "r");
     if (pipe == nullptr) return ran;
-    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) ran.output += static_cast<char>(c);
+    std::array<char, 65536> piece{};
+    for (std::size_t count = 1; count > 0;) {
+        count = std::fread(piece.data(), 1, piece.size(), pipe);
+        ran.output.append(piece.data(), count);
+    }
     const int ended = pclose(pipe);
     if (WIFEXITED(ended)) ran.status = WEXITSTATUS(ended);
     return ran;
