@@ -1,7 +1,7 @@
 // Speed of the model library on a field of a million triangles, each beside a plain implementation of the same.
 #include "glm/glm.h"
 #include "glm_plain.h"
-#include "plain_reader.h"
+#include "glm_plain_reader.h"
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -141,6 +141,7 @@ void readPlain(benchmark::State& state) {
         const auto model = readPlainly(fieldPath().c_str());
         benchmark::DoNotOptimize(model->vertices.data());
     }
+    if (!same(*readPlainly(fieldPath().c_str()), *field())) state.SkipWithError("the readers differ");
     countBytes(state);
 }
 

@@ -1,4 +1,4 @@
-// model_files.h - models from text, and what reading them says
+// model_files.h - models from text
 #pragma once
 
 #include "child.h"

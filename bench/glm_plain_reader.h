@@ -1,4 +1,4 @@
-// plain_reader.h - OBJ geometry read by the rules as they stand: fscanf, token by token, twice over the file
+// glm_plain_reader.h - OBJ geometry read by the rules as they stand: fscanf, token by token, twice over the file
 //
 // The second opinion on the library's reader and the baseline of its speed. Knows positions, normals, texture
 // coordinates, faces and groups; no materials: "usemtl" is skipped, "mtllib" not allowed.
@@ -20,3 +20,6 @@ struct PlainModel {
 
 // Nothing when the file is one that the library refuses.
 std::optional<PlainModel> readPlainly(const char* path);
+
+// Whether the library has read the same, bit for bit.
+bool same(const PlainModel& plain, const GLMmodel& model);

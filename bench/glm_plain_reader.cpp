@@ -1,6 +1,8 @@
-#include "plain_reader.h"
+#include "glm_plain_reader.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -168,4 +170,25 @@ std::optional<PlainModel> readPlainly(const char* path) {
     } catch (const Refused&) {
         return std::nullopt;
     }
+}
+
+bool same(const PlainModel& plain, const GLMmodel& model) {
+    const auto sameArray = [](const std::vector<float>& expected, const float* array, std::size_t size, auto count) {
+        return expected.size() == size * count &&
+               (count == 0 || std::memcmp(expected.data(), array + size, expected.size() * sizeof(float)) == 0);
+    };
+    const auto sameTriangle = [](const GLMtriangle& a, const GLMtriangle& b) {
+        return std::memcmp(&a, &b, offsetof(GLMtriangle, findex)) == 0;
+    };
+    const auto sameGroup = [&](const auto& expected) {
+        const GLMgroup* group = glmFindGroup(&model, expected.first.c_str());
+        return group != nullptr && std::equal(expected.second.begin(), expected.second.end(), group->triangles,
+                                              group->triangles + group->numtriangles);
+    };
+    return sameArray(plain.vertices, model.vertices, 3, model.numvertices) &&
+           sameArray(plain.normals, model.normals, 3, model.numnormals) &&
+           sameArray(plain.texcoords, model.texcoords, 2, model.numtexcoords) &&
+           std::equal(plain.triangles.begin(), plain.triangles.end(), model.triangles,
+                      model.triangles + model.numtriangles, sameTriangle) &&
+           plain.groups.size() == model.numgroups && std::all_of(plain.groups.begin(), plain.groups.end(), sameGroup);
 }
