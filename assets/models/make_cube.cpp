@@ -12,7 +12,7 @@
 namespace {
 
 constexpr double HALF_EDGE = 1.6;  // scene units; the floor's cells are 10 apart
-constexpr double BEVEL = 0.26;     // how far the bevel reaches in from each face
+constexpr double BEVEL = 0.20;     // how far the bevel reaches in from each face
 
 struct CloseFile {
     void operator()(FILE* file) const { std::fclose(file); }

@@ -1,5 +1,5 @@
-// Paints the demo's poster: a hundred ribbons bursting from a white horizon, the floor of green cubes in the fog, the
-// spheres and the name.
+// Paints the demo's poster: a hundred ribbons bursting from a sun on a white horizon, the floor of green cubes in the
+// fog, the spheres and the name.
 
 #include "logo.h"
 #include "palette.h"
@@ -12,13 +12,12 @@ constexpr int WIDTH = 1920, HEIGHT = 1080;
 constexpr int SAMPLES = 3;  // per pixel and axis
 
 constexpr float HORIZON = 0.60f;  // of the height
-constexpr float LOGO_WIDTH = 1330, LOGO_TOP = 78;
-constexpr float SPHERES_HEIGHT = 560, SPHERES_TOP = 500;
+constexpr float LOGO_WIDTH = 1720, LOGO_TOP = 44;
+constexpr float SPHERES_HEIGHT = 590, SPHERES_TOP = 478;
 
 // --- the ribbons: bands around the vanishing point that swing as they come forward -----------------------------------
 
-Vec3 ribbonsAt(float u, float v) {  // from the vanishing point, in half widths, v up
-    const float radius = std::hypot(u, v), angle = std::atan2(v, u);
+Vec3 ribbonsAt(float radius, float angle) {
     const float swing = 0.55f * std::sin(5.5f * radius + 1.3f * angle) + 0.25f * std::sin(11 * radius - 2 * angle);
     const float band = angle * 15.0f + swing;
     const float index = std::floor(band), across = band - index;
@@ -28,8 +27,16 @@ Vec3 ribbonsAt(float u, float v) {  // from the vanishing point, in half widths,
     const Vec3 shaded = mix(mix(palette::NIGHT, colour, 0.35f), colour, 0.35f + 0.65f * fold);
     const float sheen = std::pow(fold, 10.0f) * (0.5f + 0.5f * std::sin(7 * radius + 2.4f * index));
     const Vec3 lit = mix(shaded, palette::FOG_WHITE, 0.45f * sheen);
-    const float near = smoothstep(0.05f, 0.60f, radius);
-    return mix(palette::FOG_WHITE, mix(lit, mix(lit, palette::NIGHT, 0.55f), smoothstep(0.6f, 1.25f, radius)), near);
+    return mix(lit, palette::NIGHT, 0.60f * smoothstep(0.55f, 1.25f, radius));
+}
+
+// Ribbons and sun at a point above the horizon, from the vanishing point in half widths, v up.
+Vec3 skyAt(float u, float v) {
+    const float radius = std::hypot(u, v);
+    const Vec3 glow = mix(mix(palette::FOG_WHITE, palette::SUN_PALE, smoothstep(0.10f, 0.22f, radius)),
+                          palette::SUN_ORANGE, 0.75f * smoothstep(0.18f, 0.46f, radius));
+    const Vec3 burst = mix(glow, ribbonsAt(radius, std::atan2(v, u)), smoothstep(0.10f, 0.52f, radius));
+    return mix(palette::FOG_WHITE, burst, smoothstep(0.0f, 0.13f, v));
 }
 
 // --- the floor: cubes on a grid in white fog, with a clearing for the spheres --------------------------------------
@@ -40,7 +47,9 @@ struct Cube {
 };
 
 constexpr float CELL = 0.62f, HIGHEST = 0.34f, EYE_HEIGHT = 1.0f, FARTHEST = 14;
-constexpr float BEVEL = 0.022f;
+constexpr float BEVEL = 0.015f;
+constexpr float SHADOW_AWAY = 0.05f;  // how far a cube's shadow falls towards the viewer
+constexpr float MIRRORED = 0.30f;     // of the sky in the ground
 
 Cube cubeIn(int column, int row) {
     const float x = (static_cast<float>(column) + 0.5f) * CELL, z = (static_cast<float>(row) + 0.5f) * CELL;
@@ -87,6 +96,8 @@ FloorHit castRay(float u, float down) {
     return {u * last, 0, last, 0, 0, false};
 }
 
+// The light comes from the horizon's sun and the sky: tops are bright, the sides towards the viewer fall off to the
+// ground, the bevels catch the light.
 Vec3 cubeColour(const FloorHit& hit) {
     const Cube cube = cubeIn(hit.column, hit.row);
     const float dx = hit.x - (static_cast<float>(hit.column) + 0.5f) * CELL,
@@ -95,32 +106,36 @@ Vec3 cubeColour(const FloorHit& hit) {
     const float toTop = cube.height - hit.height, toSide = cube.half - std::fabs(dx), toFront = cube.half + dz;
     const float face = std::min({toTop, toSide, toFront});
     const float toEdge = std::max(std::min(toTop, toSide), std::min(std::max(toTop, toSide), toFront));
-    const float low = hit.height / cube.height;
-    const Vec3 colour = face == toTop     ? mix(cube.colour, palette::FOG_WHITE, 0.22f)
-                        : face == toFront ? mix(palette::CUBE_SHADE, cube.colour, 0.35f + 0.45f * low)
-                                          : mix(palette::CUBE_SHADE, cube.colour, 0.15f + 0.40f * low);
-    return toEdge < BEVEL ? mix(colour, palette::FOG_WHITE, 0.55f) : colour;
+    const float low = hit.height / cube.height, away = 0.5f + 0.5f * dz / cube.half;
+    const Vec3 top = mix(mix(cube.colour, palette::FOG_WHITE, 0.12f), palette::SUN_PALE, 0.45f * away);
+    const Vec3 colour = face == toTop     ? top
+                        : face == toFront ? mix(palette::CUBE_SHADE, cube.colour, 0.25f + 0.55f * low * low)
+                                          : mix(palette::CUBE_SHADE, cube.colour, 0.10f + 0.45f * low * low);
+    const float catching = face == toTop || toTop < BEVEL ? 0.80f : 0.30f * low;
+    return mix(colour, palette::FOG_WHITE, catching * smoothstep(BEVEL, 0.5f * BEVEL, toEdge));
 }
 
-// The ground, dimmed around each cube.
-Vec3 groundColour(const FloorHit& hit) {
-    const float column = std::floor(hit.x / CELL), row = std::floor(hit.z / CELL);
+// Polished ground: it mirrors the sky and is dimmed in front of each cube, away from the sun.
+Vec3 groundColour(const FloorHit& hit, Vec3 sky) {
+    const float column = std::floor(hit.x / CELL), row = std::floor((hit.z + SHADOW_AWAY) / CELL);
     const Cube cube = cubeIn(static_cast<int>(column), static_cast<int>(row));
-    const float dx = hit.x - (column + 0.5f) * CELL - 0.05f, dz = hit.z - (row + 0.5f) * CELL;
-    const float shade = cube.height > 0 ? 0.30f * smoothstep(0.32f, 0.10f, std::hypot(dx, dz)) : 0.0f;
-    return mix(palette::FOG_WHITE, mix(palette::NIGHT, palette::RIBBON_VIOLET, 0.5f), shade);
+    const float dx = hit.x - (column + 0.5f) * CELL, dz = hit.z + SHADOW_AWAY - (row + 0.5f) * CELL;
+    const float away =
+        std::hypot(std::max(0.0f, std::fabs(dx) - cube.half), std::max(0.0f, std::fabs(dz) - cube.half));
+    const float shade = cube.height > 0 ? 0.42f * smoothstep(0.16f, 0.0f, away) : 0.0f;
+    return mix(mix(palette::FOG_WHITE, sky, MIRRORED), mix(palette::NIGHT, palette::RIBBON_VIOLET, 0.35f), shade);
 }
 
 Vec3 floorAt(float u, float down) {
     if (EYE_HEIGHT / down > FARTHEST) return palette::FOG_WHITE;
     const FloorHit hit = castRay(u, down);
-    return fogged(hit.cube ? cubeColour(hit) : groundColour(hit), hit.z);
+    return fogged(hit.cube ? cubeColour(hit) : groundColour(hit, skyAt(u, down)), hit.z);
 }
 
 Texel poster(float x, float y) {
     const float u = (x - WIDTH / 2.0f) / (WIDTH / 2.0f), v = (HORIZON * HEIGHT - y) / (WIDTH / 2.0f);
-    const Vec3 sky = ribbonsAt(u, std::max(v, 0.0f)), ground = v < -0.004f ? floorAt(u, -v) : palette::FOG_WHITE;
-    return opaque(v > 0 ? mix(palette::FOG_WHITE, sky, smoothstep(0.0f, 0.10f, v)) : ground);
+    if (v > 0) return opaque(skyAt(u, v));
+    return opaque(v < -0.004f ? floorAt(u, -v) : palette::FOG_WHITE);
 }
 
 Texel spheres(float x, float y) {

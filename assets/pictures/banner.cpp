@@ -1,8 +1,6 @@
 // Paints the demo's name. Shown 884 x 211 pixels large on a screen of 1920 x 1080.
 
-#include "distance.h"
 #include "logo.h"
-#include "palette.h"
 #include "picture.h"
 
 namespace {
@@ -17,6 +15,5 @@ Canvas paintPicture(const char* font) {
     const Logo logo = makeLogo(font, HEIGHT);
     Canvas canvas = makeCanvas(WIDTH, HEIGHT);
     paint(canvas, SAMPLES, [&](float x, float y) { return logoAt(logo, x, y); });
-    layHalo(canvas, palette::FOG_WHITE, 4, 1.3f);
     return canvas;
 }

@@ -33,6 +33,9 @@ int gdAlphaOf(float alpha, int x, int y) {
 // Colours without their alpha, also where nothing is painted: filtering draws on them. The rim around what is painted
 // takes the mean of the painted neighbours, ring by ring; further out lies the picture's mean colour.
 constexpr int RINGS = 4;
+constexpr float DIAGONAL = 0.125f;  // weight of a neighbour across a corner
+
+Texel plus(Texel a, Texel b) { return {a.red + b.red, a.green + b.green, a.blue + b.blue, a.alpha + b.alpha}; }
 
 // The pixel at (x, y) from its painted neighbours; clear when there are none.
 Texel fromNeighbours(const Canvas& canvas, int x, int y) {
@@ -40,8 +43,8 @@ Texel fromNeighbours(const Canvas& canvas, int x, int y) {
     for (int ny = std::max(0, y - 1); ny <= std::min(canvas.height - 1, y + 1); ++ny)
         for (int nx = std::max(0, x - 1); nx <= std::min(canvas.width - 1, x + 1); ++nx) {
             const Texel& near = canvas.texels[static_cast<size_t>(ny) * canvas.width + nx];
-            if (near.alpha > 0)
-                sum = {sum.red + near.red, sum.green + near.green, sum.blue + near.blue, sum.alpha + near.alpha};
+            const float weight = nx == x || ny == y ? 1.0f : DIAGONAL;
+            sum = plus(sum, faded(near, weight));
         }
     return sum;
 }
@@ -65,8 +68,7 @@ std::vector<Vec3> continuedColours(Canvas canvas) {
         }
     for (int ring = 0; ring < RINGS; ++ring) growRing(canvas);
     Texel mean = CLEAR;
-    for (const Texel& texel : canvas.texels)
-        mean = {mean.red + texel.red, mean.green + texel.green, mean.blue + texel.blue, mean.alpha + texel.alpha};
+    for (const Texel& texel : canvas.texels) mean = plus(mean, texel);
     std::vector<Vec3> colours;
     colours.reserve(canvas.texels.size());
     for (const Texel& own : canvas.texels) {
@@ -103,9 +105,7 @@ void paint(Canvas& canvas, int samples, const Shader& shader) {
                 for (int i = 0; i < samples; ++i) {
                     const float x = static_cast<float>(column) + (static_cast<float>(i) + 0.5f) * step;
                     const float y = static_cast<float>(row) + (static_cast<float>(j) + 0.5f) * step;
-                    const Texel texel = shader(x, y);
-                    sum = {sum.red + texel.red, sum.green + texel.green, sum.blue + texel.blue,
-                           sum.alpha + texel.alpha};
+                    sum = plus(sum, shader(x, y));
                 }
             Texel& pixel = canvas.texels[static_cast<size_t>(row) * canvas.width + column];
             pixel = over(faded(sum, step * step), pixel);

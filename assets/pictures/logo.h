@@ -10,10 +10,12 @@
 // Width over height of the logo, as it is seen on the screen.
 constexpr float LOGO_ASPECT = 4.19f;
 
+// Distances in field pixels, positive inside.
 struct Logo {
     float height;   // pixels
-    Field letters;  // distance into the letters
-    Field glow;     // the letters, blurred
+    Field letters;  // to the contour of the inflated letters
+    Field relief;   // the same without creases where strokes meet
+    Field body;     // to the contour of the letters with their depth
 };
 
 // Draws the letters of the TrueType file `font`. Ends the program with a message when the font cannot be used.

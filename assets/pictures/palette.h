@@ -14,6 +14,7 @@ constexpr Vec3 RIBBON_BLUE = {0.13f, 0.16f, 0.98f};
 constexpr Vec3 WALL_PINK = {1.00f, 0.62f, 0.97f};
 constexpr Vec3 CUBE_GREEN = {0.10f, 0.86f, 0.22f};
 constexpr Vec3 CUBE_SHADE = {0.02f, 0.22f, 0.07f};
+constexpr Vec3 SUN_PALE = {1.00f, 0.96f, 0.72f};
 constexpr Vec3 SUN_GOLD = {1.00f, 0.80f, 0.20f};
 constexpr Vec3 SUN_ORANGE = {1.00f, 0.43f, 0.14f};
 constexpr Vec3 FOG_WHITE = {1.00f, 1.00f, 1.00f};

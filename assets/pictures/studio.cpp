@@ -9,8 +9,9 @@ namespace {
 
 constexpr int SHADOW_SAMPLES = 3;  // per axis of the soft box, turned anew for each sample
 constexpr int BOUNCES = 3;
-constexpr float FLOOR_GLOSS = 0.30f;
-constexpr float MIRRORED_FLOOR = 0.45f;  // white paper at its full light would wash out the balls' own colours
+constexpr float FLOOR_GLOSS = 0.34f,
+                FLOOR_FADE = 2.1f;  // of the balls' mirror images, and how fast they go with height
+constexpr float NEAR_FLOOR = 0.26f, FAR_FLOOR = 0.60f;  // light of the paper
 
 struct Ball {
     Vec3 centre;
@@ -26,22 +27,22 @@ Ball ballOnFloor(float x, float z, float radius, Vec3 colour, float metal = 0) {
 constexpr Vec3 CHROME = {0.92f, 0.90f, 0.97f};
 
 const std::array<Ball, 11> BALLS = {
-    ballOnFloor(-1.70f, -0.35f, 1.30f, palette::RIBBON_RED),
-    ballOnFloor(0.62f, 0.10f, 0.92f, palette::RIBBON_BLUE),
-    ballOnFloor(2.20f, -0.75f, 0.70f, CHROME, 1),
-    ballOnFloor(-0.40f, 1.30f, 0.46f, palette::CUBE_GREEN),
-    ballOnFloor(1.66f, 1.20f, 0.38f, palette::RIBBON_MAGENTA),
-    ballOnFloor(-2.72f, 1.05f, 0.40f, palette::RIBBON_VIOLET),
-    ballOnFloor(2.72f, 0.62f, 0.30f, palette::SUN_GOLD),
-    ballOnFloor(-1.62f, 1.72f, 0.25f, CHROME, 1),
-    ballOnFloor(0.58f, 1.95f, 0.17f, palette::SUN_ORANGE),
-    ballOnFloor(-0.98f, 2.05f, 0.14f, palette::RIBBON_RED),
-    ballOnFloor(2.28f, 1.70f, 0.12f, palette::RIBBON_VIOLET),
+    ballOnFloor(-1.66f, -0.35f, 1.32f, palette::RIBBON_RED),
+    ballOnFloor(0.66f, 0.05f, 0.95f, palette::RIBBON_BLUE),
+    ballOnFloor(2.28f, -0.60f, 0.80f, CHROME, 1),
+    ballOnFloor(-0.38f, 1.30f, 0.46f, palette::CUBE_GREEN),
+    ballOnFloor(1.62f, 1.20f, 0.40f, palette::RIBBON_MAGENTA),
+    ballOnFloor(-2.60f, 1.05f, 0.40f, palette::RIBBON_VIOLET),
+    ballOnFloor(2.74f, 0.72f, 0.31f, palette::SUN_GOLD),
+    ballOnFloor(-1.58f, 1.72f, 0.27f, CHROME, 1),
+    ballOnFloor(0.62f, 1.95f, 0.18f, palette::SUN_ORANGE),
+    ballOnFloor(-0.94f, 2.05f, 0.14f, palette::RIBBON_RED),
+    ballOnFloor(2.18f, 1.70f, 0.13f, palette::RIBBON_VIOLET),
 };
 
 constexpr Vec3 EYE = {0.15f, 2.05f, 9.2f};
-constexpr Vec3 LOOK_AT = {0.15f, 0.98f, 0.0f};
-constexpr float VIEW_SLOPE = 0.243f;  // half height of the picture over the distance
+constexpr Vec3 LOOK_AT = {0.15f, 1.02f, 0.0f};
+constexpr float VIEW_SLOPE = 0.236f;  // half height of the picture over the distance
 
 // The key light: a square soft box to the upper left of the camera.
 constexpr Vec3 KEY_CENTRE = {-4.5f, 7.5f, 5.0f};
@@ -64,6 +65,15 @@ std::optional<Hit> nearest(Vec3 from, Vec3 direction) {
     return best;
 }
 
+// Whether a ball stands in the way; cheaper than the nearest one.
+bool isHidden(Vec3 from, Vec3 direction) {
+    return std::any_of(BALLS.begin(), BALLS.end(), [&](const Ball& ball) {
+        const Vec3 to = ball.centre - from;
+        const float b = dot(to, direction);
+        return b > 0 && dot(to, to) - b * b < ball.radius * ball.radius;
+    });
+}
+
 // What part of the key light reaches a point, 0..1.
 float keyVisibility(Vec3 point, float turn) {
     int seen = 0;
@@ -73,7 +83,7 @@ float keyVisibility(Vec3 point, float turn) {
             const float u = std::fmod((static_cast<float>(i) + turn) / SHADOW_SAMPLES, 1.0f) * 2 - 1;
             const float v = std::fmod((static_cast<float>(j) + turn * 1.618034f) / SHADOW_SAMPLES, 1.0f) * 2 - 1;
             const Vec3 lamp = KEY_CENTRE + Vec3{u * KEY_HALF, 0.35f * v * KEY_HALF, v * KEY_HALF};
-            if (!nearest(point, normalize(lamp - point))) ++seen;
+            if (!isHidden(point, normalize(lamp - point))) ++seen;
         }
     return static_cast<float>(seen) / (SHADOW_SAMPLES * SHADOW_SAMPLES);
 }
@@ -101,36 +111,43 @@ float softBox(Vec3 direction, Vec3 towards, Vec3 right, float halfWidth, float h
     return smoothstep(halfWidth + softness, halfWidth, u) * smoothstep(halfHeight + softness, halfHeight, v);
 }
 
-// The studio, in linear light: dark behind the balls, so that their rims stand out on white; a soft box, a strip
-// light, and the ribbons of the opening as a glowing curtain behind the camera.
-Vec3 studio(Vec3 d) {
-    const Vec3 back = linear(palette::NIGHT) * 2.0f + Vec3{0.05f, 0.04f, 0.09f};
-    Vec3 light = mix(back, {0.85f, 0.84f, 0.95f}, smoothstep(-0.1f, 0.95f, d.y));
-    light = mix(light, {0.55f, 0.50f, 0.62f},
-                0.6f * smoothstep(0.0f, 1.0f, d.z) * smoothstep(0.9f, 0.1f, std::fabs(d.y)));
+const std::array<Vec3, 4> BANDS = {linear(ribbonColour(0.00f)), linear(ribbonColour(0.34f)),
+                                   linear(ribbonColour(0.67f)), linear(ribbonColour(1.00f))};
+
+// The ribbons of the opening as a curtain of light that waves around the studio, a little above the floor.
+Vec3 northernLights(Vec3 d) {
+    constexpr float LOWEST = 0.03f, HEIGHT = 0.46f;
     const float angle = std::atan2(d.x, d.z);
-    if (d.z > -0.2f) {
-        const float stripe = angle * 11.0f + 0.6f * std::sin(3.0f * d.y + 2 * angle);
-        const float across = stripe - std::floor(stripe) - 0.5f;
-        const Vec3 ribbon = linear(ribbonColour(0.5f + 0.5f * std::sin(1.7f * std::floor(stripe))));
-        const float shown = smoothstep(0.46f, 0.34f, std::fabs(across)) *
-                            smoothstep(0.62f, 0.5f, std::fabs(d.y - 0.12f)) * smoothstep(-0.2f, 0.15f, d.z);
-        light = mix(light, ribbon * 1.5f, 0.85f * shown);
-    }
+    const float up = (d.y - LOWEST - 0.07f * std::sin(2 * angle + 0.6f) - 0.03f * std::sin(5 * angle)) / HEIGHT;
+    if (up <= 0 || up >= 1) return {0, 0, 0};
+    const float band = up * static_cast<float>(BANDS.size()), index = std::floor(band), across = band - index;
+    const float strength = 0.35f + 0.65f * smoothstep(-0.6f, 0.8f, std::sin(1.5f * angle + index));
+    const float shown = smoothstep(0.0f, 0.10f, across) * smoothstep(1.0f, 0.86f, across);
+    return BANDS[static_cast<size_t>(index)] * (1.9f * strength * shown);
+}
+
+// The studio, in linear light: dark behind the balls, so that their rims stand out on white; a soft box, a strip light
+// at the right and a cool one behind.
+Vec3 studio(Vec3 d) {
+    const Vec3 back = linear(palette::NIGHT) * 1.5f;
+    Vec3 light = mix(back, {0.30f, 0.28f, 0.42f}, smoothstep(-0.1f, 0.7f, d.y));
+    light = mix(light, {0.80f, 0.80f, 0.95f}, smoothstep(0.82f, 0.97f, d.y)) + northernLights(d);
     const Vec3 key = normalize(KEY_CENTRE - Vec3{0, 0.8f, 0});
     const Vec3 keyRight = normalize(cross({0, 1, 0}, key));
-    light = light + Vec3{7.5f, 7.3f, 7.0f} * softBox(d, key, keyRight, 0.20f, 0.20f, 0.012f);
-    light = light + Vec3{2.4f, 2.2f, 3.2f} * softBox(d, normalize({0.95f, 0.35f, 0.25f}),
-                                                     normalize({-0.25f, 0, 0.95f}), 0.10f, 0.75f, 0.04f);
+    light = light + Vec3{26.0f, 25.2f, 24.0f} * softBox(d, key, keyRight, 0.20f, 0.20f, 0.025f);
+    light = light + Vec3{6.0f, 5.4f, 7.6f} * softBox(d, normalize({0.95f, 0.35f, 0.25f}),
+                                                     normalize({-0.25f, 0, 0.95f}), 0.09f, 0.75f, 0.05f);
+    light = light + Vec3{1.0f, 0.7f, 2.2f} * softBox(d, normalize({-0.80f, 0.30f, -0.60f}),
+                                                     normalize({0.60f, 0, -0.80f}), 0.30f, 0.60f, 0.20f);
     return light;
 }
 
-// The floor as the balls see it: white paper with their shadows.
+// The floor as the balls see it: paper that is bright at the horizon and lies in the group's shade below, so that it
+// does not wash out the balls' own colours.
 Vec3 floorLight(Vec3 point, float turn) {
     const float shade = 0.35f + 0.65f * keyVisibility(point, turn);
-    const float far = smoothstep(9.0f, 2.0f, length(point));
-    return mix(Vec3{0.35f, 0.32f, 0.42f}, Vec3{0.95f, 0.94f, 0.97f}, far) * shade *
-           openness(point, {0, 1, 0}, nullptr);
+    const float level = mix(NEAR_FLOOR, FAR_FLOOR, smoothstep(2.0f, 9.0f, length(point)));
+    return Vec3{0.95f, 0.93f, 1.0f} * (level * shade * openness(point, {0, 1, 0}, nullptr));
 }
 
 Vec3 trace(Vec3 from, Vec3 direction, float turn, int bounces);
@@ -144,17 +161,17 @@ Vec3 ballLight(const Hit& hit, Vec3 from, Vec3 direction, float turn, int bounce
     const float fresnel = std::pow(1.0f - facing, 5.0f);
 
     const Vec3 toKey = normalize(KEY_CENTRE - point);
-    const float key = std::max(0.0f, dot(normal, toKey) * 0.92f + 0.08f) * keyVisibility(lifted, turn);
+    const float key = std::max(0.0f, dot(normal, toKey) * 0.94f + 0.06f) * keyVisibility(lifted, turn);
     const float sky = (0.5f + 0.5f * normal.y) * openness(lifted, normal, &ball);
     // Light that has gone through a little of the lacquer: brighter and more saturated towards the lit side.
-    const Vec3 diffuse =
-        ball.colour * (1.15f * key * key + 0.22f * sky + 0.02f) + Vec3{1, 1, 1} * (0.02f * key * key);
-    // Paper below throws its white back up.
-    const Vec3 bounced = ball.colour * (0.34f * std::max(0.0f, -normal.y) * openness(lifted, {0, -1, 0}, &ball));
+    const Vec3 diffuse = ball.colour * (1.35f * key * std::sqrt(key) + 0.16f * sky + 0.015f);
+    // Paper below throws its white back up, less where the ball itself keeps the light off it.
+    const float paper = std::max(0.0f, -normal.y) * smoothstep(0.0f, 0.9f, point.y / ball.radius);
+    const Vec3 bounced = ball.colour * (0.50f * paper * openness(lifted, {0, -1, 0}, &ball));
 
     const Vec3 reflected = bounces > 0 ? trace(lifted, reflect(direction, normal), turn, bounces - 1)
                                        : studio(reflect(direction, normal));
-    const float gloss = mix(0.035f + 0.70f * fresnel, 0.88f + 0.12f * fresnel, ball.metal);
+    const float gloss = mix(0.045f + 0.60f * fresnel, 0.88f + 0.12f * fresnel, ball.metal);
     const Vec3 tintOfMetal = mix(Vec3{1, 1, 1}, ball.colour, ball.metal);
     return (diffuse + bounced) * (1.0f - ball.metal) * (1.0f - 0.5f * fresnel) + reflected * tintOfMetal * gloss;
 }
@@ -165,7 +182,7 @@ Vec3 trace(Vec3 from, Vec3 direction, float turn, int bounces) {
     if (direction.y < -1e-4f) {
         const float distance = -from.y / direction.y;
         if (distance < 30)
-            return mix(floorLight(from + direction * distance, turn) * MIRRORED_FLOOR, studio(direction),
+            return mix(floorLight(from + direction * distance, turn), studio(direction),
                        smoothstep(6.0f, 30.0f, distance));
     }
     return studio(direction);
@@ -181,7 +198,7 @@ Texel floorTexel(Vec3 point, Vec3 direction, float turn, float fade) {
     if (const std::optional<Hit> hit = nearest(point, mirrored)) {
         const float height = (point + mirrored * hit->distance).y;
         const Vec3 light = ballLight(*hit, point, mirrored, turn, 1);
-        texel = over(tint(encoded(exposed(light)), fade * FLOOR_GLOSS * std::exp(-1.6f * height)), texel);
+        texel = over(tint(encoded(exposed(light)), fade * FLOOR_GLOSS * std::exp(-FLOOR_FADE * height)), texel);
     }
     return texel;
 }
