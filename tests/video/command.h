@@ -18,10 +18,8 @@ inline Ran run(const std::string& commandLine) {
     std::FILE* pipe = popen(commandLine.c_str(), "r");
     if (pipe == nullptr) return ran;
     std::array<char, 65536> piece{};
-    for (std::size_t count = 1; count > 0;) {
-        count = std::fread(piece.data(), 1, piece.size(), pipe);
+    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), pipe))
         ran.output.append(piece.data(), count);
-    }
     const int ended = pclose(pipe);
     if (WIFEXITED(ended)) ran.status = WEXITSTATUS(ended);
     return ran;
