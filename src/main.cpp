@@ -1,7 +1,9 @@
 // main.cpp - the demo: its loading chain, its timeline, and the road of one frame
 
 #include "fbo.h"
+#include "frame_timer.h"
 #include "glm/glm.h"
+#include "layers.h"
 #include "picture.h"
 #include "ryl.h"
 #include "scenes/scenes.h"
@@ -33,10 +35,14 @@ struct Demo {
     float gColor = 0;  // grey that the next frame clears the scene target to
     float mblur = 0;   // weight of the pictures before in the motion blur
 
+    PictureLayers layers = {};  // what the frame's scene has laid out for the window
+    bool isOverlaid = false;
+
     int FBO = 0;  // the scene target
     unsigned textureBackground = 0, textureOverlay = 0, textureBlack = 0;
     OpeningImages images = {};
     GLMmodel* cube_model = nullptr;
+    unsigned cubeList = 0;  // the model as drawn, flat
 
     // The scenes' own memory: the opening's zoom, and the floor pattern of each greetings scene.
     float scale = 0;
@@ -95,6 +101,7 @@ void loadPictures(Demo& demo) {
     demo.images.summer = ryl_loadPNG("data/images/summer.png");
     demo.textureBlack = ryl_loadBlack();
     demo.cube_model = glmReadOBJ("data/cubeobj.obj");
+    demo.cubeList = glmList(demo.cube_model, GLM_FLAT);
 }
 
 void loadSoundtrack(Demo&) { ryl_loadMusic("data/tune.mp3"); }
@@ -178,7 +185,9 @@ void load(Demo& demo) {
 // Every clear uses the colour that was set before it: the scene target is cleared to the grey that the frame
 // before left in gColor, the window inside ryl_disableFBO to the grey that ryl_enableFBO set.
 
-void beginFrame(const Demo& demo) {
+void beginFrame(Demo& demo) {
+    demo.layers = {};
+    demo.isOverlaid = false;
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glClearColor(demo.gColor, demo.gColor, demo.gColor, demo.gColor);
     glMatrixMode(GL_MODELVIEW);
@@ -193,20 +202,31 @@ unsigned beginScene(Demo& demo, float level) {
     return ryl_enableFBO(demo.FBO, demo.gColor, demo.gColor, demo.gColor);
 }
 
-// Draws the scene's picture on the window, fading out over its last second; the white scenes stand between
-// black bands and under the overlay, the black ones alone.
-void composite(const Demo& demo, const Scene& scene, float t, unsigned picture) {
+// Clears the window and lays out what comes on it: the scene's picture, fading out over its last second; in the white
+// scenes between black bands and under the overlay, in the black ones alone.
+void composite(Demo& demo, const Scene& scene, float t, unsigned picture) {
     constexpr float BLACK_FADE_S = 13;
     const bool full = scene.level == WHITE;
     const float grey = 0.1f * demo.gColor;
     ryl_disableFBO(ryl_Get(1), ryl_Get(2), grey, grey, grey);
     glClearColor(0, 0, 0, 1);
-    glColor4f(1, 1, 1, (full ? scene.sceneTime : BLACK_FADE_S) - t);
-    ryl_draw2DTexture(0, 0, 0, 48, 17.1f, picture);
-    if (!full) return;
-    // Just behind the picture, hidden by it, and just before it.
-    ryl_draw2DTexture(0, 0, 0.1f, 100, 100, demo.textureBlack);
-    ryl_draw2DTexture(0, 0, -0.1f, 37.5f, 17.202f, demo.textureOverlay);
+    demo.isOverlaid = full;
+    demo.layers = {.ground = scene.level,
+                   .opacity = (full ? scene.sceneTime : BLACK_FADE_S) - t,
+                   .picture = {picture, 0, 48, 17.1f},
+                   .overlay = {demo.textureOverlay, 0.1f, 37.5f, 17.202f}};
+}
+
+void drawLayer(const PictureLayer& layer) {
+    ryl_draw2DTexture(0, 0, -layer.z, layer.halfWidth, layer.halfHeight, layer.texture);
+}
+
+void drawLayers(const Demo& demo) {
+    glColor4f(1, 1, 1, demo.layers.opacity);
+    drawLayer(demo.layers.picture);
+    if (!demo.isOverlaid) return;
+    drawLayer({demo.textureBlack, -0.1f, 100, 100});  // just behind the picture, hidden by it
+    drawLayer(demo.layers.overlay);
 }
 
 void handOver(Demo& demo, int k, float t) {
@@ -224,20 +244,36 @@ void playScene(Demo& demo, int k) {
     const Scene& scene = TIMELINE[k];
     const auto t = static_cast<float>(ryl_Get(5) / 1000.0 - demo.loadingTime);
     const unsigned picture = beginScene(demo, scene.level);
-    scene.draw({t, demo.cube_model}, demo);
+    ryl_enterPhase(FramePhase::content);
+    scene.draw({t, demo.cubeList}, demo);
+    ryl_enterPhase(FramePhase::rasterising);
     demo.gColor = scene.ground;
+    ryl_enterPhase(FramePhase::composite);
     composite(demo, scene, t, picture);
     if (k == CLOSING_SCENE && t > CLOSING_S) std::exit(0);
     handOver(demo, k, t);
 }
 
+void drawPauseLine() {
+    glColor3f(1, 0, 0);
+    ryl_infoText(-35, -20);
+}
+
+// What the frame's scene has laid out comes on the window in one pass where that can be, else layer by layer. The pause
+// line lies over the layers and under the motion blur, so it takes the long way.
 void endFrame(const Demo& demo) {
-    if (ryl_Get(6) != 0) {
-        glColor3f(1, 0, 0);
-        ryl_infoText(-35, -20);
+    const int width = static_cast<int>(ryl_Get(1)), height = static_cast<int>(ryl_Get(2));
+    const bool paused = ryl_Get(6) != 0;
+    ryl_enterPhase(FramePhase::composite);
+    if (paused || !demo.isOverlaid || !ryl_blendLayers(width, height, demo.layers, demo.mblur)) {
+        if (demo.layers.picture.texture != 0) drawLayers(demo);
+        if (paused) drawPauseLine();
+        ryl_enterPhase(FramePhase::blur);
+        ryl_blendPicture(width, height, demo.mblur);
     }
-    ryl_blendPicture(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)), demo.mblur);
+    ryl_enterPhase(FramePhase::swap);
     glutSwapBuffers();
+    ryl_enterPhase(FramePhase::end);
 }
 
 }  // namespace

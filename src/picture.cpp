@@ -76,6 +76,19 @@ void ryl_blendPicture(int width, int height, float weight) {
     glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, width, height);
 }
 
+bool ryl_beginPicture(int width, int height) {
+    if (kept.texture == 0 || kept.width != width || kept.height != height) return false;
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
+    return true;
+}
+
+void ryl_showPicture(void) {
+    const int width = kept.width, height = kept.height;
+    glBindFramebufferEXT(GL_DRAW_FRAMEBUFFER_EXT, 0);
+    glBlitFramebufferEXT(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+}
+
 bool ryl_bindPicture(void) {
     if (kept.texture == 0) return false;
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);

@@ -15,6 +15,13 @@
 // first after the size has changed, only keeps.
 void ryl_blendPicture(int width, int height, float weight);
 
+// For who draws the next picture over the kept one himself, blending included, where the GL can copy between
+// framebuffers. ryl_beginPicture binds the kept picture in place of the window and returns true; where none of this size
+// is kept it returns false and binds nothing. ryl_showPicture copies what is now kept into the back buffer and binds the
+// window.
+bool ryl_beginPicture(int width, int height);
+void ryl_showPicture(void);
+
 // Binds the kept picture's framebuffer for reading and returns true; returns false and binds nothing while no
 // picture is kept. Bind framebuffer 0 when done.
 bool ryl_bindPicture(void);

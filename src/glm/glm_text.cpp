@@ -12,70 +12,146 @@
 
 namespace {
 
-constexpr std::size_t FIRST_BUFFER = 65536;  // for files that do not tell their size
+// Bytes read at once: few system calls, and the window stays in the processor's second-level cache.
+constexpr std::size_t BLOCK = 256 * 1024;
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-// isspace of the "C" locale.
-bool isWhite(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+// A number may be followed by this much that looks like a part of it ("1e+", "1infinit").
+constexpr std::ptrdiff_t NUMBER_TAIL = 16;
 
 // End of the rest of the line, line end included, of at most `limit` characters.
-const char* lineEnd(const GLMtext& text, std::size_t limit) {
+const char* lineEnd(GLMtext& text, std::size_t limit) {
+    __glmHas(text, limit);
     const std::size_t length = std::min(limit, static_cast<std::size_t>(text.end - text.at));
     const void* found = std::memchr(text.at, '\n', length);
     return found != nullptr ? static_cast<const char*>(found) + 1 : text.at + length;
 }
 
+// Makes room for `capacity` bytes, with what is in the window from `from` on at their start.
+void moveWindow(GLMtext& text, const char* from, std::size_t capacity) {
+    const auto moved = from - text.begin;
+    const auto rest = static_cast<std::size_t>(text.end - from);
+    if (capacity > text.capacity) {
+        GLMstring larger(static_cast<char*>(__glmReallocate(nullptr, capacity + 1, 1)));
+        std::memcpy(larger.get(), from, rest);
+        text.memory = std::move(larger);
+        text.capacity = capacity;
+    } else {
+        std::memmove(text.memory.get(), from, rest);
+    }
+    const char* begin = text.memory.get();
+    const auto place = [&](const char* pointer) { return begin + (pointer - text.begin - moved); };
+    text.at = place(text.at);
+    text.end = place(text.end);
+    if (text.keep != nullptr) text.keep = place(text.keep);
+    text.offset += static_cast<std::uint64_t>(moved);
+    text.begin = begin;
+}
+
+// Reads as much as the window has room for.
+void readOn(GLMtext& text) {
+    char* end = text.memory.get() + (text.end - text.begin);
+    const std::size_t room = text.capacity - static_cast<std::size_t>(text.end - text.begin);
+    const std::size_t got = std::fread(end, 1, room, text.file.get());
+    if (got < room && std::ferror(text.file.get()) != 0) __glmFatalError("can't read file \"%s\"", text.path);
+    text.complete = got < room;
+    text.end = end + got;
+    end[got] = '\0';
+}
+
+// Converts the number that starts at the reading position, with all of it in the window. `convert` returns where the
+// number ends, or null when there is none.
+template <typename Convert>
+bool readNumber(GLMtext& text, Convert convert) {
+    __glmSkipWhite(text);
+    for (std::size_t enough = 2 * NUMBER_TAIL;; enough *= 2) {
+        __glmHas(text, enough);
+        const char* end = convert();
+        if (!text.complete && text.end - (end != nullptr ? end : text.at) < NUMBER_TAIL) continue;
+        if (end != nullptr) text.at = end;
+        return end != nullptr;
+    }
+}
+
 // The forms that the fast conversion does not know: a plus sign, hexadecimal digits, and numbers outside of
 // the range, which become infinite or 0.
-bool readRareFloat(GLMtext& text, float& value) {
+const char* convertRareFloat(const char* first, float& value) {
     static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
     char* end = nullptr;
-    const float number = strtof_l(text.at, &end, plain);
-    if (end == text.at) return false;
-    value = number;
-    text.at = end;
-    return true;
+    value = strtof_l(first, &end, plain);
+    return end != first ? end : nullptr;
+}
+
+const char* convertFloat(const GLMtext& text, float& value) {
+    const auto [end, error] = std::from_chars(text.at, text.end, value);
+    // "0x..." stops the fast conversion after the 0.
+    return error != std::errc() || *end == 'x' || *end == 'X' ? convertRareFloat(text.at, value) : end;
+}
+
+const char* convertInteger(const GLMtext& text, std::int64_t& value) {
+    const char* first = text.at;
+    if (first < text.end && *first == '+') ++first;
+    if (first > text.at && first < text.end && *first == '-') return nullptr;
+    const auto [end, error] = std::from_chars(first, text.end, value);
+    const bool inRange = value >= std::numeric_limits<std::int32_t>::min() &&
+                         value <= std::numeric_limits<std::uint32_t>::max();
+    return error == std::errc() && inRange ? end : nullptr;
 }
 
 }  // namespace
 
 bool __glmOpenText(const char* path, GLMtext& text) {
-    const File file(std::fopen(path, "rb"));
-    if (file == nullptr) return false;
+    text = {};
+    text.path = path;
+    text.file.reset(std::fopen(path, "rb"));
+    if (text.file == nullptr) return false;
     struct stat status {};
-    if (fstat(fileno(file.get()), &status) != 0) return false;
+    if (fstat(fileno(text.file.get()), &status) != 0) return false;
     if (S_ISDIR(status.st_mode)) {
         errno = EISDIR;
         return false;
     }
-    // One byte more than the file holds, so that reading it all meets its end, and one for the NUL.
-    std::size_t capacity = std::max(FIRST_BUFFER, static_cast<std::size_t>(status.st_size) + 1);
-    GLMstring memory(__glmArray<char>(capacity + 1));
-    std::size_t length = 0;
-    for (std::size_t got = 1; got > 0; length += got) {
-        if (length == capacity) {
-            GLMstring larger(__glmArray<char>(2 * capacity + 1));
-            std::memcpy(larger.get(), memory.get(), length);
-            memory = std::move(larger);
-            capacity *= 2;
-        }
-        got = std::fread(memory.get() + length, 1, capacity - length, file.get());
-    }
-    if (std::ferror(file.get()) != 0) return false;
-    memory.get()[length] = '\0';
-    const char* begin = memory.get();
-    text = {std::move(memory), begin, begin, begin + length};
+    moveWindow(text, text.begin, BLOCK);
+    readOn(text);
+    // What cannot be read twice is read whole.
+    if (!S_ISREG(status.st_mode)) __glmLoadAll(text);
     return true;
+}
+
+void __glmLoadAll(GLMtext& text) {
+    while (!text.complete) __glmFill(text, 2 * text.capacity);
+}
+
+GLMtext __glmTextOf(const char* string) {
+    GLMtext text;
+    text.begin = text.at = string;
+    text.end = string + std::strlen(string);
+    return text;
+}
+
+void __glmRewind(GLMtext& text) {
+    text.at = text.begin;
+    if (text.offset == 0) return;
+    std::rewind(text.file.get());
+    text.end = text.begin;
+    text.offset = 0;
+    readOn(text);
+}
+
+bool __glmFill(GLMtext& text, std::size_t count) {
+    while (!text.complete && static_cast<std::size_t>(text.end - text.at) < count) {
+        const char* from = text.keep != nullptr ? text.keep : text.at;
+        const std::size_t needed = static_cast<std::size_t>(text.at - from) + count;
+        moveWindow(text, from, std::max(needed, text.capacity));
+        readOn(text);
+    }
+    return text.at < text.end;
 }
 
 bool __glmReadToken(GLMtext& text, char (&token)[GLM_TOKEN_SIZE]) {
     __glmSkipWhite(text);
+    __glmHas(text, GLM_TOKEN_SIZE - 1);
     std::size_t length = 0;
-    while (length < GLM_TOKEN_SIZE - 1 && text.at < text.end && !isWhite(*text.at)) token[length++] = *text.at++;
+    while (length < GLM_TOKEN_SIZE - 1 && text.at < text.end && !__glmIsWhite(*text.at)) token[length++] = *text.at++;
     token[length] = '\0';
     return length > 0;
 }
@@ -89,48 +165,40 @@ void __glmReadLine(GLMtext& text, char* line, std::size_t size) {
 void __glmSkipLine(GLMtext& text) { text.at = lineEnd(text, GLM_TOKEN_SIZE - 1); }
 
 void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_SIZE]) {
-    GLMtext text{nullptr, line, line, line + std::strlen(line)};
+    GLMtext text = __glmTextOf(line);
     __glmReadToken(text, word);
 }
 
 void __glmSkipWhite(GLMtext& text) {
-    while (text.at < text.end && isWhite(*text.at)) ++text.at;
+    while (__glmHas(text, 1) && __glmIsWhite(*text.at)) ++text.at;
 }
 
 bool __glmReadFloat(GLMtext& text, float& value) {
-    __glmSkipWhite(text);
     float number = 0.0f;
-    const auto [end, error] = std::from_chars(text.at, text.end, number);
-    // "0x..." stops the fast conversion after the 0.
-    if (error != std::errc() || *end == 'x' || *end == 'X') return readRareFloat(text, value);
+    if (!readNumber(text, [&] { return convertFloat(text, number); })) return false;
     value = number;
-    text.at = end;
     return true;
 }
 
 bool __glmReadInteger(GLMtext& text, std::int64_t& value) {
-    __glmSkipWhite(text);
-    const char* first = text.at;
-    if (first < text.end && *first == '+') ++first;
-    if (first > text.at && first < text.end && *first == '-') return false;
     std::int64_t number = 0;
-    const auto [end, error] = std::from_chars(first, text.end, number);
-    if (error != std::errc()) return false;
-    if (number < std::numeric_limits<std::int32_t>::min() || number > std::numeric_limits<std::uint32_t>::max())
-        return false;
+    if (!readNumber(text, [&] { return convertInteger(text, number); })) return false;
     value = number;
-    text.at = end;
     return true;
 }
 
 bool __glmAccept(GLMtext& text, char character) {
-    if (text.at == text.end || *text.at != character) return false;
+    if (!__glmHas(text, 1) || *text.at != character) return false;
     ++text.at;
     return true;
 }
 
-bool __glmAtWordEnd(const GLMtext& text) { return text.at == text.end || isWhite(*text.at) || *text.at == '#'; }
+bool __glmAtWordEnd(GLMtext& text) { return !__glmHas(text, 1) || __glmIsWhite(*text.at) || *text.at == '#'; }
 
-unsigned __glmLineNumber(const GLMtext& text, const char* at) {
-    return 1 + static_cast<unsigned>(std::count(text.begin, at, '\n'));
+unsigned __glmLineNumber(GLMtext& text, std::uint64_t offset) {
+    text.keep = nullptr;
+    unsigned lines = 1;
+    for (__glmRewind(text); __glmOffset(text) < offset && __glmHas(text, 1); ++text.at)
+        if (*text.at == '\n') ++lines;
+    return lines;
 }

@@ -1,27 +1,55 @@
 // glm_text.h - the reading rules that the OBJ and the MTL reader share
 //
-// A file is read whole and then taken apart from a reading position: tokens, rests of lines, numbers. These follow
-// the C library's formatted input (fscanf "%127s", fgets, "%f", "%d"), in the "C" locale whatever the program's is.
-// No function reads past the end of the text; NUL bytes are ordinary bytes that end a C string early.
+// A file is taken apart from a reading position: tokens, rests of lines, numbers. These follow the C library's
+// formatted input (fscanf "%127s", fgets, "%f", "%d"), in the "C" locale whatever the program's is. A window of the
+// file is in memory and moves with the reading position, so that a model's text never takes more memory than its
+// arrays. NUL bytes are ordinary bytes that end a C string early. A file that cannot be read on is a fatal error.
 #pragma once
 
 #include "glm/glm_util.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 
 constexpr std::size_t GLM_TOKEN_SIZE = 128;  // buffer of a token or a rest of a line: 127 characters and the NUL
 
-// A file's text and the reading position in it. The text is followed by a NUL.
-struct GLMtext {
-    GLMstring memory;
-    const char* begin;
-    const char* at;
-    const char* end;
+struct __glmClose {
+    void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// Reads the whole file. False when `path` cannot be opened or read, or names a directory: errno says why.
+// A text and the reading position in it.
+struct GLMtext {
+    const char* path = nullptr;                       // of the file, for messages; the caller's string
+    std::unique_ptr<std::FILE, __glmClose> file = {};  // null when there is nothing in it but the window
+    GLMstring memory = {};                            // of the window, if it is the text's own
+    std::size_t capacity = 0;                         // bytes that the window can hold; one more is there for the NUL
+    const char* begin = nullptr;                      // the window; a NUL follows its end
+    const char* at = nullptr;                         // reading position
+    const char* end = nullptr;
+    const char* keep = nullptr;  // the window's text from here on stays in memory, when it is not null
+    std::uint64_t offset = 0;    // of the window in the file
+    bool complete = true;        // the file ends where the window ends
+};
+
+// Opens a file at its start. False when `path` cannot be opened or read, or names a directory: errno says why.
 bool __glmOpenText(const char* path, GLMtext& text);
+
+// Brings all that follows the reading position into the window.
+void __glmLoadAll(GLMtext& text);
+
+// The text of a string, which stays the caller's.
+GLMtext __glmTextOf(const char* string);
+
+// Back to the start.
+void __glmRewind(GLMtext& text);
+
+// Makes at least `count` characters follow the reading position in the window, unless the file ends before. Moves the
+// window: pointers into it are lost. False when nothing follows.
+bool __glmFill(GLMtext& text, std::size_t count);
+inline bool __glmHas(GLMtext& text, std::size_t count) {
+    return static_cast<std::size_t>(text.end - text.at) >= count || __glmFill(text, count);
+}
 
 // The next characters up to white space, at most 127; what a longer token leaves is the next token. False at
 // the end of the text.
@@ -47,7 +75,16 @@ bool __glmReadInteger(GLMtext& text, std::int64_t& value);
 bool __glmAccept(GLMtext& text, char character);
 
 // True at the end of the text, at white space and at a comment.
-bool __glmAtWordEnd(const GLMtext& text);
+bool __glmAtWordEnd(GLMtext& text);
 
-// Number of the line that `at`, a place in the text, is in, from 1. Looks at all the text before it.
-unsigned __glmLineNumber(const GLMtext& text, const char* at);
+// Place of the reading position in the file.
+inline std::uint64_t __glmOffset(const GLMtext& text) {
+    return text.offset + static_cast<std::uint64_t>(text.at - text.begin);
+}
+
+// Number of the line that the place `offset` is in, from 1. Reads all the text before it, and leaves the reading
+// position somewhere.
+unsigned __glmLineNumber(GLMtext& text, std::uint64_t offset);
+
+// isspace of the "C" locale.
+inline bool __glmIsWhite(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }

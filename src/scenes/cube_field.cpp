@@ -32,7 +32,7 @@ void drawFrontRow(double t) {
 
 // Bright cells shrink from each beat to the next. Just after a beat the seed advances with every cell, so
 // each cell of that frame asks another pattern, and the floor has a new one until the next beat.
-void drawFloor(GLMmodel* cube, double t, int& seed) {
+void drawFloor(unsigned cube, double t, int& seed) {
     constexpr float BRIGHT_ABOVE = 0.5f;
     constexpr double JUST_AFTER_BEAT = 0.99;
     const double pulse = ryl_sawWave(static_cast<float>(BEATS_PER_SECOND * t));
@@ -48,7 +48,7 @@ void drawFloor(GLMmodel* cube, double t, int& seed) {
                 glColor4f(0, 0.2f, 0, 1);
             }
             if (pulse > JUST_AFTER_BEAT) ++seed;
-            glmDraw(cube, GLM_FLAT);
+            glCallList(cube);
             glPopMatrix();
         }
     }

@@ -1,9 +1,10 @@
 #include "scenes/scenes.h"
 
 #include "lighting.h"
+#include "scenes/cube_batch.h"
 #include "scenes/swarm.h"
 
-#include <GL/freeglut.h>
+#include <GL/gl.h>
 
 #include <cmath>
 
@@ -11,28 +12,33 @@ namespace {
 
 constexpr int COLUMN_FIRST = -10, COLUMN_END = 10;
 constexpr int ROW_FIRST = -100, ROW_END = 50;
-constexpr double CUBE_SIDE = 0.9;
+constexpr float CUBE_SIDE = 0.9f;
+constexpr int SLAB_CORNERS = (COLUMN_END - COLUMN_FIRST) * (ROW_END - ROW_FIRST) * 3 * 4;  // three faces a cube
 
 // Twenty units before the camera, turning about its horizontal axis.
-void drawLargeCube(GLMmodel* cube, double t, bool bobbing) {
+void drawLargeCube(unsigned cube, double t, bool bobbing) {
     const double y = bobbing ? 5.0 * noise(0.5 * t + 0.3, 0, 32) - 3 : 0.0;
     glPushMatrix();
     glTranslatef(static_cast<float>(1.5 * noise(t + 0.3, 0, 32)), static_cast<float>(y), 30);
     glRotatef(static_cast<float>(-300 * t), 1, 0, 0);
-    glmDraw(cube, GLM_FLAT);
+    glCallList(cube);
     glPopMatrix();
 }
 
-// All cubes of a row share its shift, so the slab bends like a snake whose bends travel along it. The bands
-// of colour run towards the camera.
-void drawSlabCube(int column, int row, double t, bool bobbing) {
-    const double y = bobbing ? 5.0 * noise(0.01 * row + 0.5 * t, 0, 32) - 7 : -3.0;
-    const double shift = 5.0 * noise(0.01 * row + 2 * t, 0, 32);
-    glPushMatrix();
-    glTranslatef(static_cast<float>(shift + column), static_cast<float>(y), static_cast<float>(row));
-    glColor4f(1, static_cast<float>(std::sin(row - 20 * t)), 1, 1);
-    glutSolidCube(CUBE_SIDE);
-    glPopMatrix();
+// All cubes of a row share its shift and its colour, so the slab bends like a snake whose bends travel along it, and the
+// bands of colour run towards the camera. Near rows first: what they cover need not be drawn.
+void drawSlab(double t, bool bobbing) {
+    CubeBatch slab;
+    slab.reserve(SLAB_CORNERS);
+    for (int row = ROW_END - 1; row >= ROW_FIRST; --row) {
+        const double y = bobbing ? 5.0 * noise(0.01 * row + 0.5 * t, 0, 32) - 7 : -3.0;
+        const double shift = 5.0 * noise(0.01 * row + 2 * t, 0, 32);
+        const auto green = static_cast<float>(std::sin(row - 20 * t));
+        for (int column = COLUMN_FIRST; column < COLUMN_END; ++column)
+            addCube(slab, {static_cast<float>(shift + column), static_cast<float>(y), static_cast<float>(row),
+                           CUBE_SIDE, 1, green, 1});
+    }
+    drawBatch(slab);
 }
 
 }  // namespace
@@ -46,8 +52,7 @@ void drawCubeWall(const SceneFrame& frame, bool bobbing) {
     glColor4f(1, 1, 1, 1);
     glPushMatrix();
     drawLargeCube(frame.cube, t, bobbing);
-    for (int column = COLUMN_FIRST; column < COLUMN_END; ++column)
-        for (int row = ROW_FIRST; row < ROW_END; ++row) drawSlabCube(column, row, t, bobbing);
+    drawSlab(t, bobbing);
     drawSwarm(frame.cube, t);
     glPopMatrix();
     ryl_setLight0(0);

@@ -9,12 +9,10 @@
 // precision and rounded to float where a value is handed to the GL or to the noise.
 #pragma once
 
-#include "glm/glm.h"
-
 // One frame as a scene sees it.
 struct SceneFrame {
-    float t;         // seconds since the scene began; negative after a seek back
-    GLMmodel* cube;  // with facet normals
+    float t;        // seconds since the scene began; negative after a seek back
+    unsigned cube;  // display list of the model, flat
 };
 
 struct OpeningImages {

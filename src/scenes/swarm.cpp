@@ -24,7 +24,7 @@ float noise(double x, double y, int seed) {
     return ryl_perlin2DNoise(static_cast<float>(x), static_cast<float>(y), seed);
 }
 
-void drawSwarm(GLMmodel* cube, double t) {
+void drawSwarm(unsigned cube, double t) {
     constexpr int LAST = 200, STEP = 2;
     constexpr float REACH = 50;
     for (int i = 0; i < LAST; i += STEP) {
@@ -36,7 +36,7 @@ void drawSwarm(GLMmodel* cube, double t) {
         glTranslatef(REACH * noise(i, 0.2 * t, 400), REACH * noise(i, 0.3 * t, 303), REACH * c);
         glRotatef(static_cast<float>(50 * t), a, b, c);
         glColor4f(a, b, c, 1);
-        glmDraw(cube, GLM_FLAT);
+        glCallList(cube);
         glPopMatrix();
     }
 }

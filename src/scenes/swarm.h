@@ -3,8 +3,6 @@
 // Needs    what scenes.h needs. Never keeps anything between calls.
 #pragma once
 
-#include "glm/glm.h"
-
 // Switches light 0 and the fog on: white, so that what is far away melts into the white ground.
 void enterWhiteFog();
 
@@ -15,5 +13,5 @@ void leaveWhiteFog();
 float noise(double x, double y, int seed);
 
 // A hundred small cubes that drift and turn on noise paths within about +-50 units, each in the colour of its
-// own axis. t: scene seconds.
-void drawSwarm(GLMmodel* cube, double t);
+// own axis. cube: the model's display list; t: scene seconds.
+void drawSwarm(unsigned cube, double t);

@@ -1,0 +1,27 @@
+// layers.h - the finished frame: the scene's picture, overlay and motion blur in one pass over the pixels
+//
+// Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer, modelview as
+//          ryl_disableFBO leaves it; blending and the depth test on, lighting and fog off.
+// Leaves   all state as it was, but for the textures bound and the filters of the layers' textures, which become linear.
+// Never    reads the window: where it is smaller than the picture, the kept picture is whole all the same.
+#pragma once
+
+// A texture on an upright rectangle that faces the camera, centred before it; row 0 of the texture is its lower edge.
+struct PictureLayer {
+    unsigned texture;
+    float z;                      // towards the camera, scene units; the camera is at 50
+    float halfWidth, halfHeight;  // scene units
+};
+
+struct PictureLayers {
+    float ground;          // grey of the window before anything is drawn, 0 to 1
+    float opacity;         // of all that follows; taken as 0 below 0, as 1 above 1
+    PictureLayer picture;  // between black bands: black covers the ground where the picture does not
+    PictureLayer overlay;
+};
+
+// Draws the layers over the whole window, blends the kept picture in like ryl_blendPicture, and keeps the result.
+// Rounds once where drawing layer by layer rounds after each, so a component can differ from that by a level or two of
+// 255. Returns false and draws nothing where the GL lacks fragment shaders or copies between framebuffers, or no picture
+// of this size is kept.
+bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float weight);
