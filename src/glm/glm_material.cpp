@@ -55,7 +55,7 @@ std::uint32_t countMaterials(MaterialReader& reader) {
         }
         __glmSkipLine(reader.text);
     }
-    reader.text.at = reader.text.begin;
+    __glmRewind(reader.text);
     return count;
 }
 

@@ -2,14 +2,18 @@
 // library; the second fills arrays of exactly the counted sizes.
 #include "glm/glm.h"
 
+#include "glm/glm_scan.h"
 #include "glm/glm_text.h"
 #include "glm/glm_util.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
 #include <new>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
+#include <utility>
 
 namespace {
 
@@ -22,7 +26,7 @@ struct ObjReader {
     GLMmodel* model;
     GLMtext text;
     char token[GLM_TOKEN_SIZE];
-    const char* statement;  // where the current statement's token ends
+    std::uint64_t statement;  // place in the file where the current statement's token ends
     // Look-ups by name, for files with many groups and materials.
     std::unordered_map<std::string_view, GroupSlot> groups;
     std::unordered_map<std::string_view, std::uint32_t> materials;  // the first one of each name
@@ -55,7 +59,7 @@ constexpr CornerForm FORMS[] = {
     {"v", 1, {{"", &Corner::position}}},
 };
 
-[[noreturn]] void failAtStatement(const ObjReader& reader, const char* what) {
+[[noreturn]] void failAtStatement(ObjReader& reader, const char* what) {
     __glmFatalError("glmReadOBJ: %s in file \"%s\", line %u", what, reader.model->pathname,
                     __glmLineNumber(reader.text, reader.statement));
 }
@@ -67,7 +71,7 @@ void requireKeyword(const ObjReader& reader, const char* keyword) {
 
 bool nextStatement(ObjReader& reader) {
     if (!__glmReadToken(reader.text, reader.token)) return false;
-    reader.statement = reader.text.at;
+    reader.statement = __glmOffset(reader.text);
     return true;
 }
 
@@ -118,7 +122,7 @@ int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
     return form.count;
 }
 
-[[noreturn]] void failAtCorner(const ObjReader& reader, const char* corner, const CornerForm& form) {
+[[noreturn]] void failAtCorner(ObjReader& reader, const char* corner, const CornerForm& form) {
     __glmFatalError("glmReadOBJ: Got \"%s\" instead of a corner \"%s\" in file \"%s\", line %u", corner, form.name,
                     reader.model->pathname, __glmLineNumber(reader.text, reader.statement));
 }
@@ -127,9 +131,8 @@ int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
 const CornerForm& readFirstCorner(ObjReader& reader, Corner& corner) {
     char token[GLM_TOKEN_SIZE];
     if (!__glmReadToken(reader.text, token)) failAtStatement(reader, "\"f\" with fewer than three corners");
-    const std::size_t length = std::strlen(token);
     const auto matches = [&](const CornerForm& form) {
-        GLMtext text{nullptr, token, token, token + length};
+        GLMtext text = __glmTextOf(token);
         corner = Corner();
         if (readNumbers(text, form, corner) < form.count) return false;
         if (!__glmAtWordEnd(text)) failAtCorner(reader, token, form);
@@ -144,17 +147,20 @@ const CornerForm& readFirstCorner(ObjReader& reader, Corner& corner) {
     failAtCorner(reader, token, FORMS[0]);
 }
 
+bool startsCorner(char c) { return c != '\0' && std::strchr("0123456789+-/", c) != nullptr; }
+
 // Reads a further corner. False when something else follows: the face ends there.
 bool readCorner(ObjReader& reader, const CornerForm& form, Corner& corner) {
     corner = Corner();
     GLMtext& text = reader.text;
     __glmSkipWhite(text);
-    const char* start = text.at;
+    if (!__glmHas(text, 1)) return false;
+    text.keep = text.at;
     const int count = readNumbers(text, form, corner);
+    const char* start = std::exchange(text.keep, nullptr);
     if (count == form.count && __glmAtWordEnd(text)) return true;
-    if (count == 0 && (start == text.end || std::strchr("0123456789+-/", *start) == nullptr || *start == '\0'))
-        return false;
     text.at = start;
+    if (count == 0 && !startsCorner(*start)) return false;
     char token[GLM_TOKEN_SIZE];
     __glmReadToken(text, token);
     failAtCorner(reader, token, form);
@@ -171,6 +177,90 @@ void readFace(ObjReader& reader, Triangle triangle) {
         triangle(corners);
         corners[1] = corners[2];
     } while (readCorner(reader, form, corners[2]));
+}
+
+// ---- plain statements ----
+
+// Nearly all of a large model consists of statements on one line each, of plain numbers and single blanks. These are
+// scanned in place by the functions from here to the first pass; whatever is not of that kind they leave where it
+// is, to be read by the rules. Each pass so takes a fifth of the time.
+
+constexpr std::size_t SCAN_SPAN = 512;  // characters of the window that hold most statements
+constexpr std::size_t SCAN_CORNERS = 8;
+
+const char* skipBlanks(const char* p) {
+    while (*p == ' ' || *p == '\t' || *p == '\r') ++p;
+    return p;
+}
+
+const char* skipWhite(const char* p) {
+    while (__glmIsWhite(*p)) ++p;
+    return p;
+}
+
+template <bool Texcoord, bool Normal>
+const char* scanCorner(const char* p, Corner& corner) {
+    p = __glmScanIndex(p, corner.position);
+    if constexpr (Texcoord || Normal) {
+        if (p == nullptr || *p++ != '/') return nullptr;
+    }
+    if constexpr (Texcoord) p = __glmScanIndex(p, corner.texcoord);
+    if constexpr (Normal) {
+        if (p == nullptr || *p++ != '/') return nullptr;
+        p = __glmScanIndex(p, corner.normal);
+    }
+    return p;
+}
+
+struct ScannedFace {
+    Corner corners[SCAN_CORNERS];
+    std::uint32_t count;  // of the corners; 0 when this is no plain face
+};
+
+// Returns where the next statement starts.
+template <bool Texcoord, bool Normal>
+const char* scanCorners(const char* p, ScannedFace& face) {
+    std::uint32_t count = 0;
+    for (p = skipBlanks(p); *p != '\n'; p = skipBlanks(p), ++count) {
+        if (count == SCAN_CORNERS) return nullptr;
+        p = scanCorner<Texcoord, Normal>(p, face.corners[count]);
+        if (p == nullptr || !__glmIsWhite(*p)) return nullptr;
+    }
+    p = skipWhite(p);
+    // Corners may go on in the next line.
+    if (count < 3 || *p == '\0' || startsCorner(*p)) return nullptr;
+    face.count = count;
+    return p;
+}
+
+const char* skipDigits(const char* p) {
+    while (__glmIsDigit(*p)) ++p;
+    return p;
+}
+
+// Scans a face's corners, the form of which the first one tells.
+const char* scanFace(const char* p, ScannedFace& face) {
+    const char* separator = skipDigits(skipBlanks(p));
+    if (*separator != '/') return scanCorners<false, false>(p, face);
+    if (separator[1] == '/') return scanCorners<false, true>(p, face);
+    return *skipDigits(separator + 1) == '/' ? scanCorners<true, true>(p, face) : scanCorners<true, false>(p, face);
+}
+
+template <int Size>
+const char* scanVector(const char* p, float* vector) {
+    for (int i = 0; i < Size && p != nullptr; ++i) p = __glmScanFloat(skipBlanks(p), vector[i]);
+    return p;
+}
+
+// Calls `scan` with the start of each statement in turn, and goes on to where it says that the next one starts; until it
+// says null. `scan` sees text that a NUL follows, and is not to move the window.
+template <typename Scan>
+void scanStatements(GLMtext& text, Scan scan) {
+    while (__glmHas(text, SCAN_SPAN)) {
+        const char* next = scan(skipWhite(text.at));
+        if (next == nullptr) return;
+        text.at = next;
+    }
 }
 
 // ---- first pass ----
@@ -210,9 +300,35 @@ void countFace(ObjReader& reader) {
     });
 }
 
+// Counts plain statements up to the next other one.
+void countPlain(ObjReader& reader) {
+    GLMmodel& model = *reader.model;
+    const auto skipLine = [&](const char* p, std::uint32_t& counter) {
+        const std::size_t length = std::min(GLM_TOKEN_SIZE - 1, static_cast<std::size_t>(reader.text.end - p));
+        const void* end = std::memchr(p, '\n', length);
+        if (end != nullptr) ++counter;
+        return static_cast<const char*>(end);
+    };
+    scanStatements(reader.text, [&](const char* p) -> const char* {
+        if (p[0] == 'f' && p[1] == ' ') {
+            ScannedFace face;
+            p = scanFace(p + 2, face);
+            if (p == nullptr) return nullptr;
+            model.numtriangles += face.count - 2;
+            reader.group->room += face.count - 2;
+            return p;
+        }
+        if (p[0] != 'v') return nullptr;
+        if (p[1] == ' ') return skipLine(p + 1, model.numvertices);
+        if (p[1] == 'n' && p[2] == ' ') return skipLine(p + 2, model.numnormals);
+        if (p[1] == 't' && p[2] == ' ') return skipLine(p + 2, model.numtexcoords);
+        return nullptr;
+    });
+}
+
 void glmFirstPass(ObjReader& reader) {
     selectOrAddGroup(reader, "default");
-    while (nextStatement(reader)) {
+    while (countPlain(reader), nextStatement(reader)) {
         char name[GLM_TOKEN_SIZE];
         switch (reader.token[0]) {
         case 'v':
@@ -247,11 +363,11 @@ struct Filled {
     std::uint32_t vertices, normals, texcoords, triangles;
 };
 
-[[noreturn]] void failAtUncounted(const ObjReader& reader) {
+[[noreturn]] void failAtUncounted(ObjReader& reader) {
     failAtStatement(reader, "statement after another one on its line");
 }
 
-float* nextVector(const ObjReader& reader, float* array, int size, std::uint32_t& filled, std::uint32_t count) {
+float* nextVector(ObjReader& reader, float* array, int size, std::uint32_t& filled, std::uint32_t count) {
     if (filled == count) failAtUncounted(reader);
     return array + static_cast<std::size_t>(size) * ++filled;
 }
@@ -297,21 +413,59 @@ void selectMaterial(ObjReader& reader) {
     if (group.material == 0 && group.numtriangles > 0) group.material = reader.material;
 }
 
-void fillFace(ObjReader& reader, Filled& filled) {
+void addTriangle(const ObjReader& reader, Filled& filled, const Corner& a, const Corner& b, const Corner& c) {
+    GLMgroup& group = *reader.group->group;
+    reader.model->triangles[filled.triangles] = {.vindices = {a.position, b.position, c.position},
+                                                 .nindices = {a.normal, b.normal, c.normal},
+                                                 .tindices = {a.texcoord, b.texcoord, c.texcoord},
+                                                 .findex = GLM_NO_INDEX,
+                                                 .material = reader.material};
+    group.triangles[group.numtriangles++] = filled.triangles++;
+}
+
+// How many more triangles were counted for the current group.
+std::uint32_t triangleRoom(const ObjReader& reader) { return reader.group->room - reader.group->group->numtriangles; }
+
+void startFace(const ObjReader& reader) {
     GLMgroup& group = *reader.group->group;
     if (group.material == 0) group.material = reader.material;
+}
+
+void fillFace(ObjReader& reader, Filled& filled) {
+    startFace(reader);
     readFace(reader, [&](const Corner(&corners)[3]) {
-        if (filled.triangles == reader.model->numtriangles || group.numtriangles == reader.group->room)
-            failAtUncounted(reader);
-        GLMtriangle& triangle = reader.model->triangles[filled.triangles];
-        for (int i = 0; i < 3; ++i) {
-            triangle.vindices[i] = corners[i].position;
-            triangle.nindices[i] = corners[i].normal;
-            triangle.tindices[i] = corners[i].texcoord;
+        if (triangleRoom(reader) == 0) failAtUncounted(reader);
+        addTriangle(reader, filled, corners[0], corners[1], corners[2]);
+    });
+}
+
+// Fills in plain statements up to the next other one, or to one that was not counted.
+void fillPlain(ObjReader& reader, Filled& filled) {
+    const GLMmodel& model = *reader.model;
+    scanStatements(reader.text, [&](const char* p) -> const char* {
+        if (p[0] == 'f' && p[1] == ' ') {
+            ScannedFace face;
+            p = scanFace(p + 2, face);
+            if (p == nullptr || face.count - 2 > triangleRoom(reader)) return nullptr;
+            startFace(reader);
+            for (std::uint32_t i = 2; i < face.count; ++i)
+                addTriangle(reader, filled, face.corners[0], face.corners[i - 1], face.corners[i]);
+            return p;
         }
-        triangle.findex = GLM_NO_INDEX;
-        triangle.material = reader.material;
-        group.triangles[group.numtriangles++] = filled.triangles++;
+        const auto fill = [&]<int Size>(std::integral_constant<int, Size>, float* array, std::uint32_t& entries,
+                                        std::uint32_t count) -> const char* {
+            if (entries == count) return nullptr;
+            const char* end = scanVector<Size>(p, array + Size * (entries + std::size_t{1}));
+            if (end != nullptr) ++entries;
+            return end;
+        };
+        constexpr std::integral_constant<int, 3> POINT;
+        constexpr std::integral_constant<int, 2> PAIR;
+        if (*p++ != 'v') return nullptr;
+        if (*p == ' ') return fill(POINT, model.vertices, filled.vertices, model.numvertices);
+        if (p[0] == 'n' && *++p == ' ') return fill(POINT, model.normals, filled.normals, model.numnormals);
+        if (p[0] == 't' && *++p == ' ') return fill(PAIR, model.texcoords, filled.texcoords, model.numtexcoords);
+        return nullptr;
     });
 }
 
@@ -320,7 +474,7 @@ void glmSecondPass(ObjReader& reader) {
     selectGroup(reader, "default");
     for (std::uint32_t i = 0; i < reader.model->nummaterials; ++i)
         reader.materials.emplace(reader.model->materials[i].name, i);
-    while (nextStatement(reader)) {
+    while (fillPlain(reader, filled), nextStatement(reader)) {
         char name[GLM_TOKEN_SIZE];
         switch (reader.token[0]) {
         case 'v':
@@ -388,7 +542,7 @@ void readModel(GLMmodel* model) {
         __glmFatalError("glmReadOBJ() failed: can't open data file \"%s\".", model->pathname);
     glmFirstPass(reader);
     makeArrays(*model);
-    reader.text.at = reader.text.begin;
+    __glmRewind(reader.text);
     glmSecondPass(reader);
 }
 

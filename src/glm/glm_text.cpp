@@ -32,7 +32,7 @@ void moveWindow(GLMtext& text, const char* from, std::size_t capacity) {
     const auto rest = static_cast<std::size_t>(text.end - from);
     if (capacity > text.capacity) {
         GLMstring larger(static_cast<char*>(__glmReallocate(nullptr, capacity + 1, 1)));
-        std::memcpy(larger.get(), from, rest);
+        std::copy(from, text.end, larger.get());
         text.memory = std::move(larger);
         text.capacity = capacity;
     } else {
@@ -47,15 +47,19 @@ void moveWindow(GLMtext& text, const char* from, std::size_t capacity) {
     text.begin = begin;
 }
 
-// Reads as much as the window has room for.
-void readOn(GLMtext& text) {
+// Reads as much as the window has room for. False when the file cannot be read.
+bool readOn(GLMtext& text) {
     char* end = text.memory.get() + (text.end - text.begin);
     const std::size_t room = text.capacity - static_cast<std::size_t>(text.end - text.begin);
     const std::size_t got = std::fread(end, 1, room, text.file.get());
-    if (got < room && std::ferror(text.file.get()) != 0) __glmFatalError("can't read file \"%s\"", text.path);
     text.complete = got < room;
     text.end = end + got;
     end[got] = '\0';
+    return !text.complete || std::ferror(text.file.get()) == 0;
+}
+
+void requireRead(GLMtext& text) {
+    if (!readOn(text)) __glmFatalError("can't read file \"%s\"", text.path);
 }
 
 // Converts the number that starts at the reading position, with all of it in the window. `convert` returns where the
@@ -92,8 +96,8 @@ const char* convertInteger(const GLMtext& text, std::int64_t& value) {
     if (first < text.end && *first == '+') ++first;
     if (first > text.at && first < text.end && *first == '-') return nullptr;
     const auto [end, error] = std::from_chars(first, text.end, value);
-    const bool inRange = value >= std::numeric_limits<std::int32_t>::min() &&
-                         value <= std::numeric_limits<std::uint32_t>::max();
+    const bool inRange =
+        value >= std::numeric_limits<std::int32_t>::min() && value <= std::numeric_limits<std::uint32_t>::max();
     return error == std::errc() && inRange ? end : nullptr;
 }
 
@@ -111,7 +115,7 @@ bool __glmOpenText(const char* path, GLMtext& text) {
         return false;
     }
     moveWindow(text, text.begin, BLOCK);
-    readOn(text);
+    if (!readOn(text)) return false;
     // What cannot be read twice is read whole.
     if (!S_ISREG(status.st_mode)) __glmLoadAll(text);
     return true;
@@ -134,7 +138,7 @@ void __glmRewind(GLMtext& text) {
     std::rewind(text.file.get());
     text.end = text.begin;
     text.offset = 0;
-    readOn(text);
+    requireRead(text);
 }
 
 bool __glmFill(GLMtext& text, std::size_t count) {
@@ -142,7 +146,7 @@ bool __glmFill(GLMtext& text, std::size_t count) {
         const char* from = text.keep != nullptr ? text.keep : text.at;
         const std::size_t needed = static_cast<std::size_t>(text.at - from) + count;
         moveWindow(text, from, std::max(needed, text.capacity));
-        readOn(text);
+        requireRead(text);
     }
     return text.at < text.end;
 }

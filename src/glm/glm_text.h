@@ -20,12 +20,12 @@ struct __glmClose {
 
 // A text and the reading position in it.
 struct GLMtext {
-    const char* path = nullptr;                       // of the file, for messages; the caller's string
+    const char* path = nullptr;                        // of the file, for messages; the caller's string
     std::unique_ptr<std::FILE, __glmClose> file = {};  // null when there is nothing in it but the window
-    GLMstring memory = {};                            // of the window, if it is the text's own
-    std::size_t capacity = 0;                         // bytes that the window can hold; one more is there for the NUL
-    const char* begin = nullptr;                      // the window; a NUL follows its end
-    const char* at = nullptr;                         // reading position
+    GLMstring memory = {};                             // of the window, if it is the text's own
+    std::size_t capacity = 0;     // bytes that the window can hold; one more is there for the NUL
+    const char* begin = nullptr;  // the window; a NUL follows its end
+    const char* at = nullptr;     // reading position
     const char* end = nullptr;
     const char* keep = nullptr;  // the window's text from here on stays in memory, when it is not null
     std::uint64_t offset = 0;    // of the window in the file

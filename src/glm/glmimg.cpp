@@ -107,11 +107,11 @@ bool readPpmHeader(GLMtext& text, PpmHeader& header) {
     int* const numbers[] = {&header.width, &header.height, &header.maximum};
     std::size_t known = 0;
     while (known < std::size(numbers)) {
-        if (text.at == text.end) return false;
+        if (!__glmHas(text, 1)) return false;
         char line[PPM_LINE_SIZE];
         __glmReadLine(text, line, sizeof line);
         // A comment starts with "#", so no number is read from it.
-        GLMtext words{nullptr, line, line, line + std::strlen(line)};
+        GLMtext words = __glmTextOf(line);
         std::int64_t number = 0;
         while (known < std::size(numbers) && __glmReadInteger(words, number))
             *numbers[known++] = static_cast<int>(std::min<std::int64_t>(number, INT32_MAX));
@@ -193,7 +193,10 @@ unsigned char* glmReadPPM(const char* path, bool /*alpha*/, int* width, int* hei
 
     PpmHeader header{};
     const char* fault = "a short header";
-    if (readPpmHeader(text, header)) fault = faultOf(header, static_cast<std::uint64_t>(text.end - text.at));
+    if (readPpmHeader(text, header)) {
+        __glmLoadAll(text);
+        fault = faultOf(header, static_cast<std::uint64_t>(text.end - text.at));
+    }
     if (fault != nullptr) {
         __glmWarning("glmReadPPM: image \"%s\" not read, it has %s", path, fault);
         return nullptr;
