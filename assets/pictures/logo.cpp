@@ -75,10 +75,10 @@ Vec3 lacquer(float y) {
     return mix(palette::RIBBON_MAGENTA, palette::RIBBON_VIOLET, smoothstep(330, 500, y));
 }
 
-// What the polish mirrors: a bright sky, a dark line at the horizon, a sunset below it.
+// What the polish mirrors: a bright sky, a dark line at the horizon, the light of the ribbons below it.
 Vec3 mirrored(float up) {
     const Vec3 sky = mix(palette::WALL_PINK, palette::FOG_WHITE, smoothstep(0.1f, 0.6f, up));
-    const Vec3 low = mix(palette::RIBBON_RED, palette::SUN_ORANGE, smoothstep(-0.5f, -0.95f, up));
+    const Vec3 low = mix(palette::RIBBON_MAGENTA, palette::WALL_PINK, smoothstep(-0.45f, -0.95f, up));
     const Vec3 ground = mix(palette::RIBBON_VIOLET, low, smoothstep(-0.05f, -0.6f, up));
     return mix(ground, sky, smoothstep(-0.05f, 0.08f, up));
 }

@@ -8,8 +8,8 @@
 namespace {
 
 constexpr int SHADOW_SAMPLES = 3;  // per axis of the soft box, turned anew for each sample
-constexpr int BOUNCES = 3;
-constexpr float FLOOR_GLOSS = 0.34f,
+constexpr int BOUNCES = 2;
+constexpr float FLOOR_GLOSS = 0.30f,
                 FLOOR_FADE = 2.1f;  // of the balls' mirror images, and how fast they go with height
 constexpr float NEAR_FLOOR = 0.26f, FAR_FLOOR = 0.60f;  // light of the paper
 
@@ -65,17 +65,22 @@ std::optional<Hit> nearest(Vec3 from, Vec3 direction) {
     return best;
 }
 
-// Whether a ball stands in the way; cheaper than the nearest one.
-bool isHidden(Vec3 from, Vec3 direction) {
+// Whether a ball stands in the way of a ray that widens by `spread` per unit of length.
+bool isHidden(Vec3 from, Vec3 direction, float spread = 0) {
     return std::any_of(BALLS.begin(), BALLS.end(), [&](const Ball& ball) {
         const Vec3 to = ball.centre - from;
-        const float b = dot(to, direction);
-        return b > 0 && dot(to, to) - b * b < ball.radius * ball.radius;
+        const float b = dot(to, direction), reach = ball.radius + spread * (b + ball.radius);
+        return b > -ball.radius * spread && dot(to, to) - b * b < reach * reach;
     });
 }
 
 // What part of the key light reaches a point, 0..1.
 float keyVisibility(Vec3 point, float turn) {
+    // Most points see the whole lamp: one wide ray to its corners shows that.
+    constexpr float LAMP_RADIUS = 1.46f * KEY_HALF;
+    const Vec3 toLamp = KEY_CENTRE - point;
+    const float distance = length(toLamp);
+    if (!isHidden(point, toLamp * (1.0f / distance), LAMP_RADIUS / distance)) return 1;
     int seen = 0;
     for (int j = 0; j < SHADOW_SAMPLES; ++j)
         for (int i = 0; i < SHADOW_SAMPLES; ++i) {

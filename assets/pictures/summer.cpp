@@ -103,7 +103,7 @@ struct Foot {
     float along, distance, side;
 };
 Foot nearestOnCurve(Point a, Point b, Point c, Point p) {
-    constexpr int STEPS = 12;
+    constexpr int STEPS = 9;
     Foot best{0, 1e9f, 0};
     Point from = a;
     for (int i = 1; i <= STEPS; ++i) {
