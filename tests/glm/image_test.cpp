@@ -109,6 +109,7 @@ TEST(Image, IsSharedByNameAndFoundBesideTheModel) {
         glAnswers().integers[GL_MAX_TEXTURE_SIZE] = largest;
         glmImgInit();
         testing::internal::CaptureStderr();
+        startRecording();
         const Model model = files.read();
         const std::string errors = testing::internal::GetCapturedStderr();
         EXPECT_TRUE(model->nummaterials == 3 && model->numtextures == 2);
