@@ -1,5 +1,6 @@
 #include "ryl.h"
 
+#include "endings.h"
 #include "ryl_sound.h"
 #include "system.h"
 #include "textures.h"
@@ -195,6 +196,7 @@ FTGL::FTGLfont* polygonFont() {
 void ryl_init(int argc, char** argv, void (*display)(void)) {
     // A reader on a pipe sees each line when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    ryl_watchEndings();
     ryl_systemCheck(0);
     Screen screen;
     for (int i = 1; i < argc; ++i) readOption(argv[i], i + 1 < argc ? argv[i + 1] : nullptr, screen);
@@ -362,6 +364,7 @@ void ryl_handleResize(int width, int height) {
 
 void ryl_update(int) {
     static int capture_id = 0;
+    ryl_endIfAsked();
     if (mode() == Mode::capture) {
         if (isAwaitingFrame()) {
             glutTimerFunc(1, ryl_update, 0);

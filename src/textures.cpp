@@ -1,6 +1,7 @@
 #include "textures.h"
 
 #include "picture.h"
+#include "png_writer.h"
 #include "system.h"
 
 #include <GL/glew.h>
@@ -100,34 +101,19 @@ Bytes readBytes(std::FILE* file, std::size_t count) {
     return bytes;
 }
 
-// Reads the picture's rows, tightly packed R, G, B, bottom row first. What the picture does not cover stays
-// as the buffer was.
-void readPicture(int width, int height, unsigned char* pixels) {
-    const bool kept = ryl_bindPicture();
-    GLint alignment = 0;
-    glGetIntegerv(GL_PACK_ALIGNMENT, &alignment);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(0, 0, width, height, GL_RGB, GL_UNSIGNED_BYTE, pixels);
-    glPixelStorei(GL_PACK_ALIGNMENT, alignment);
-    if (kept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
-}
-
-// An image whose row 0 is the picture's bottom row. Null when the size or the memory for it cannot be had.
-Image imageFromPicture(int width, int height) {
+// The picture's pixels, B, G, R and one byte more, bottom row first: what the GL holds, so nothing is converted. What the
+// picture does not cover is black. Null when the size or the memory for it cannot be had.
+Bytes readPicture(int width, int height) {
+    constexpr std::size_t PIXEL_BYTES = 4;
     if (width <= 0 || height <= 0) return nullptr;
-    const std::size_t size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
-    const Bytes pixels = allocateBytes(size);
+    const std::size_t size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * PIXEL_BYTES;
+    Bytes pixels = allocateBytes(size);
     if (!pixels) return nullptr;
     std::fill_n(pixels.get(), size, static_cast<unsigned char>(0));
-    readPicture(width, height, pixels.get());
-    Image image(gdImageCreateTrueColor(width, height));
-    if (!image) return nullptr;
-    const unsigned char* pixel = pixels.get();
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x, pixel += 3)
-            gdImageSetPixel(image.get(), x, y, pixel[0] * 65536 + pixel[1] * 256 + pixel[2]);
-    }
-    return image;
+    const bool kept = ryl_bindPicture();
+    glReadPixels(0, 0, width, height, GL_BGRA, GL_UNSIGNED_BYTE, pixels.get());
+    if (kept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+    return pixels;
 }
 
 }  // namespace
@@ -193,8 +179,8 @@ unsigned ryl_loadBlack(void) {
 }
 
 void ryl_screenshot(int width, int height, const char* filename, int level) {
-    const Image image = imageFromPicture(width, height);
-    if (!image) {
+    const Bytes pixels = readPicture(width, height);
+    if (!pixels) {
         std::printf("[/] no memory for a picture of %d x %d. screenshot not performed\n", width, height);
         return;
     }
@@ -207,9 +193,8 @@ void ryl_screenshot(int width, int height, const char* filename, int level) {
         std::puts("[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo");
         return;
     }
-    gdImagePngEx(image.get(), file.get(), level);
-    const bool failed = std::ferror(file.get()) != 0;
-    if (std::fclose(file.release()) != 0 || failed) {
+    const bool written = ryl_writePng(file.get(), width, height, pixels.get(), level);
+    if (std::fclose(file.release()) != 0 || !written) {
         std::printf("[/] couldn't write %s. screenshot not performed\n", filename);
         std::remove(filename);
     }

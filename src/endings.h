@@ -1,0 +1,12 @@
+// endings.h - the program's ends that are not its own choice: signals, a reader that goes away, no memory
+//
+// Needs    nothing of the GL. One thread.
+#pragma once
+
+// From here on SIGINT, SIGTERM and SIGHUP are noted for ryl_endIfAsked; the second one of a kind ends the process at once.
+// Output that nobody reads any more, or that was closed from the start, is lost without an end. Running out of memory prints
+// "[!] There is not enough memory." as a line and exits with -1.
+void ryl_watchEndings(void);
+
+// Where a signal has been noted: prints "[*] Ended by signal %d." as a line and exits with 128 plus the signal's number.
+void ryl_endIfAsked(void);
