@@ -5,8 +5,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
+#include <exception>
+#include <future>
 #include <string_view>
+#include <thread>
+#include <utility>
 
 namespace {
 
@@ -19,6 +24,9 @@ constexpr int SMALLEST_BUFFER = 256;
 // SDL's drivers that throw the sound away or write it to a file sleep some milliseconds after each request.
 // Neither plays in real time, so their count of frames is no clock.
 constexpr std::array<std::string_view, 2> DRIVERS_WITHOUT_CLOCK = {"dummy", "disk"};
+
+// A device or a sound server that hangs would hold up whoever closes it, for ever.
+constexpr std::chrono::seconds CLOSE_PATIENCE{2};
 
 bool reported = false;
 
@@ -45,6 +53,19 @@ int bufferFrames(int rate) {
     int frames = SMALLEST_BUFFER;
     while (frames * 2 * REQUESTS_PER_SECOND <= rate) frames *= 2;
     return frames;
+}
+
+// Calls `end` on a thread of its own. False when it has not come back in time, or was not called for want of a thread.
+template <typename End>
+bool endsInTime(End end) {
+    try {
+        std::packaged_task<void()> task(end);
+        const std::future<void> ended = task.get_future();
+        std::thread(std::move(task)).detach();
+        return ended.wait_for(CLOSE_PATIENCE) == std::future_status::ready;
+    } catch (const std::exception&) {
+        return false;
+    }
 }
 
 bool driverHasClock() {
@@ -88,8 +109,11 @@ void runAudioDevice(const AudioDevice& device) { SDL_PauseAudioDevice(device.id,
 
 bool audioDeviceLost(const AudioDevice& device) { return SDL_GetAudioDeviceStatus(device.id) == SDL_AUDIO_STOPPED; }
 
-void closeAudioDevice(const AudioDevice& device) {
-    if (device.id != 0) SDL_CloseAudioDevice(device.id);
+bool closeAudioDevice(const AudioDevice& device) {
+    if (device.id == 0) return true;
+    return endsInTime([id = device.id] { SDL_CloseAudioDevice(id); });
 }
 
-void stopAudio() { SDL_QuitSubSystem(SDL_INIT_AUDIO); }
+void stopAudio() {
+    endsInTime([] { SDL_QuitSubSystem(SDL_INIT_AUDIO); });
+}

@@ -26,8 +26,9 @@ void runAudioDevice(const AudioDevice& device);
 // The device is gone (unplugged, its server has ended); it does not come back.
 bool audioDeviceLost(const AudioDevice& device);
 
-// Waits for a fill function that is at work, and stops calling it. Nothing for id 0.
-void closeAudioDevice(const AudioDevice& device);
+// Waits for a fill function that is at work, and stops calling it. Nothing for id 0. False when the device hangs: after
+// 2 s it is left as it is, may still call the fill function, and the audio service must be left alone, too.
+bool closeAudioDevice(const AudioDevice& device);
 
-// Undoes startAudio.
+// Undoes startAudio, or gives up after 2 s.
 void stopAudio();

@@ -4,9 +4,13 @@
 #include "mp3_stream.h"
 #include "playback.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <exception>
+#include <limits>
+#include <memory>
 #include <new>
 
 struct FMOD_CHANNEL {
@@ -82,7 +86,8 @@ FMOD_RESULT resultOf(Mp3Open opened) {
 }
 
 unsigned int lengthMs(const Mp3Stream& stream) {
-    return static_cast<unsigned int>(stream.frames * MS_PER_S / stream.rate);
+    constexpr std::int64_t LONGEST = std::numeric_limits<unsigned int>::max();
+    return static_cast<unsigned int>(std::min(stream.frames * MS_PER_S / stream.rate, LONGEST));
 }
 
 // The first frame at which a millisecond has been reached, so that the position reads the same again.
@@ -92,6 +97,17 @@ FMOD_RESULT checkQuery(const void* handle, const void* answer, unsigned int unit
     if (!handle) return FMOD_ERR_NULL_HANDLE;
     if (!answer) return FMOD_ERR_PARAMETER;
     return unit == FMOD_TIMEUNIT_MS ? FMOD_OK : FMOD_ERR_UNSUPPORTED;
+}
+
+// Makes `call`. Nothing is thrown beyond the interface: what may be thrown tells of memory or a thread.
+template <typename Call>
+FMOD_RESULT withResources(Call call) {
+    try {
+        call();
+        return FMOD_OK;
+    } catch (const std::exception&) {
+        return FMOD_ERR_RESOURCES;
+    }
 }
 
 }  // namespace
@@ -126,10 +142,10 @@ FMOD_RESULT FMOD_System_Init(FMOD_SYSTEM* system, int maxChannels, unsigned int 
     if (flags != FMOD_INIT_NORMAL) return FMOD_ERR_UNSUPPORTED;
     if (system->initialized) return FMOD_ERR_INITIALIZED;
     if (!audioStarted) audioStarted = startAudio();
-    system->channel.playback = makePlayback(audioStarted);
-    if (!system->channel.playback) return FMOD_ERR_RESOURCES;
-    system->initialized = true;
-    return FMOD_OK;
+    return withResources([&] {
+        system->channel.playback = makePlayback(audioStarted);
+        system->initialized = true;
+    });
 }
 
 FMOD_RESULT FMOD_System_CreateSound(FMOD_SYSTEM* system, const char* name, unsigned int mode, void* info,
@@ -138,12 +154,10 @@ FMOD_RESULT FMOD_System_CreateSound(FMOD_SYSTEM* system, const char* name, unsig
     if (!name || info || !sound) return FMOD_ERR_PARAMETER;
     if ((mode & ~MODES) != 0) return FMOD_ERR_UNSUPPORTED;
     if (!system->initialized) return FMOD_ERR_NOT_INITIALIZED;
-    Mp3Stream stream;
-    if (const Mp3Open opened = openMp3(name, stream); opened != Mp3Open::Ok) return resultOf(opened);
-    FMOD_SOUND* made = new (std::nothrow) FMOD_SOUND{system, stream, system->sounds};
+    std::unique_ptr<FMOD_SOUND> made(new (std::nothrow) FMOD_SOUND{system, {}, system->sounds});
     if (!made) return FMOD_ERR_RESOURCES;
-    system->sounds = made;
-    *sound = made;
+    if (const Mp3Open opened = openMp3(name, made->stream); opened != Mp3Open::Ok) return resultOf(opened);
+    *sound = system->sounds = made.release();
     return FMOD_OK;
 }
 
@@ -152,15 +166,12 @@ FMOD_RESULT FMOD_System_PlaySound(FMOD_SYSTEM* system, int channel, FMOD_SOUND* 
     if (!system || !sound) return FMOD_ERR_NULL_HANDLE;
     if ((channel != FMOD_CHANNEL_FREE && channel != 0) || !playing || sound->system != system)
         return FMOD_ERR_PARAMETER;
-    try {
+    return withResources([&] {
         play(*system->channel.playback, sound->stream, paused != 0);
-    } catch (const std::bad_alloc&) {
-        return FMOD_ERR_RESOURCES;
-    }
-    system->channel.rate = sound->stream.rate;
-    system->channel.lengthMs = lengthMs(sound->stream);
-    *playing = &system->channel;
-    return FMOD_OK;
+        system->channel.rate = sound->stream.rate;
+        system->channel.lengthMs = lengthMs(sound->stream);
+        *playing = &system->channel;
+    });
 }
 
 FMOD_RESULT FMOD_Sound_GetLength(FMOD_SOUND* sound, unsigned int* length, unsigned int unit) {

@@ -69,8 +69,8 @@ FMOD_API FMOD_RESULT FMOD_System_PlaySound(FMOD_SYSTEM* system, int channel, FMO
 FMOD_API FMOD_RESULT FMOD_Sound_GetLength(FMOD_SOUND* sound, unsigned int* length, unsigned int unit);
 
 // What the listener hears now, in milliseconds from the start of the sound, rounded down. Grows smoothly in
-// real time while playing, stands still while paused, and stands at the length once the sound has played to
-// its end.
+// real time while playing, whatever becomes of the audio device; stands still while paused, and stands at the
+// length once the sound has played to its end.
 FMOD_API FMOD_RESULT FMOD_Channel_GetPosition(FMOD_CHANNEL* channel, unsigned int* position, unsigned int unit);
 
 // Moves to `position` (milliseconds, 0 to the length), exact to the sample. Paused stays paused; a sound that

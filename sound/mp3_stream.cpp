@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -41,7 +42,9 @@ Mp3Open openFile(const char* path, File& file) {
     if (file.descriptor < 0) return errno == ENOENT || errno == ENOTDIR ? Mp3Open::NotFound : Mp3Open::Unreadable;
     struct stat status = {};
     const bool regular = fstat(file.descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    return regular ? Mp3Open::Ok : Mp3Open::Unreadable;
+    char first = 0;
+    const bool readable = regular && pread(file.descriptor, &first, 1, 0) >= 0;
+    return readable ? Mp3Open::Ok : Mp3Open::Unreadable;
 }
 
 Decoder makeDecoder() {
@@ -73,6 +76,11 @@ void setPreroll(mpg123_handle* decoder) {
     mpg123_param(decoder, MPG123_PREFRAMES, mpeg1 ? PREROLL_MPEG1 : PREROLL_LOW_RATE, 0);
 }
 
+// Why the decoder finds no stream.
+Mp3Open failureOf(mpg123_handle* decoder) {
+    return mpg123_errcode(decoder) == MPG123_OUT_OF_MEM ? Mp3Open::NoDecoder : Mp3Open::NotMp3;
+}
+
 bool measure(mpg123_handle* decoder, Mp3Stream& stream) {
     if (mpg123_scan(decoder) != MPG123_OK) return false;
     stream.frames = mpg123_length(decoder);
@@ -87,13 +95,19 @@ Mp3Open openMp3(const char* path, Mp3Stream& stream) {
     Decoder decoder = makeDecoder();
     if (!decoder) return Mp3Open::NoDecoder;
     Mp3Stream found;
-    if (mpg123_open_fd(decoder.get(), file.descriptor) != MPG123_OK) return Mp3Open::Unreadable;
-    if (!fixFormat(decoder.get(), found) || !measure(decoder.get(), found)) return Mp3Open::NotMp3;
+    if (mpg123_open_fd(decoder.get(), file.descriptor) != MPG123_OK) return failureOf(decoder.get());
+    if (!fixFormat(decoder.get(), found) || !measure(decoder.get(), found)) return failureOf(decoder.get());
     setPreroll(decoder.get());
     found.decoder = decoder.release();
-    file.descriptor = -1;
+    found.file = std::exchange(file.descriptor, -1);
     stream = found;
     return Mp3Open::Ok;
+}
+
+void closeMp3(Mp3Stream& stream) {
+    mpg123_delete(stream.decoder);
+    if (stream.file >= 0) close(stream.file);
+    stream = Mp3Stream();
 }
 
 bool seekMp3(const Mp3Stream& stream, std::int64_t frame) {

@@ -12,7 +12,8 @@ struct mpg123_handle_struct;  // libmpg123's decoder
 enum class Mp3Open { Ok, NotFound, Unreadable, NotMp3, NoDecoder };
 
 struct Mp3Stream {
-    mpg123_handle_struct* decoder = nullptr;  // owned, with the file behind it; kept until the process ends
+    mpg123_handle_struct* decoder = nullptr;  // owned, as is the file behind it
+    int file = -1;                            // descriptor
     int rate = 0;                             // frames per second
     int channels = 0;                         // 1 or 2; a frame is one sample of each
     std::int64_t frames = 0;                  // length
@@ -23,6 +24,9 @@ struct Mp3Stream {
 // without such a frame the stream is all that the decoder gives. A stretch of 64 KiB without an mp3 frame
 // ends the stream; if there is no frame before, the file is no mp3. `stream` is written on success only.
 Mp3Open openMp3(const char* path, Mp3Stream& stream);
+
+// Releases what openMp3 has taken. Nothing for a stream that is not open.
+void closeMp3(Mp3Stream& stream);
 
 // Makes `frame` (0 to `frames`) the next one to be read. False when the file does not allow it any more. What
 // is read then is what reading from the start gives, but for the last bit of a sample in ten thousand: the

@@ -11,6 +11,12 @@ constexpr std::int64_t WINDOW_NS = 1'000'000'000;
 constexpr double SLEW_SECONDS = 2.0;  // a difference is to be gone after this time
 constexpr double SLEW_LIMIT = 0.005;
 constexpr double QUEUE_TOLERANCE = 0.25;  // of a buffer
+constexpr double STOP_SECONDS = 0.05;     // what a stop of our process may move the position by
+
+// Whether the line may go on beyond what was handed over. Not before the device is known to play: many take a while.
+bool mayRunAhead(const PlayClock& clock, std::int64_t now) {
+    return clock.queueKnown || now - clock.windowNs >= WINDOW_NS;
+}
 
 // The device frame that is heard at `now`.
 double heard(const PlayClock& clock, std::int64_t now) {
@@ -18,7 +24,9 @@ double heard(const PlayClock& clock, std::int64_t now) {
     assert(now >= clock.lineNs);
     const double line =
         clock.lineFrames + static_cast<double>(now - clock.lineNs) / NS_PER_S * clock.rate * clock.lineSpeed;
-    return clock.followsDevice ? std::min(line, static_cast<double>(clock.handed)) : line;
+    if (!clock.followsDevice) return line;
+    const double ahead = mayRunAhead(clock, now) ? clock.shown + STOP_SECONDS * clock.rate : 0;
+    return std::min(line, std::max(static_cast<double>(clock.handed), ahead));
 }
 
 // Lets the line go on from (`now`, `frames`) at its speed.
@@ -34,8 +42,25 @@ void startWindow(PlayClock& clock, std::int64_t now) {
 
 void startLine(PlayClock& clock, std::int64_t now) {
     clock.running = true;
+    clock.shown = clock.lineFrames;
     setLine(clock, now, clock.lineFrames);
     startWindow(clock, now);
+}
+
+// Counts the next `frames` device frames as handed over. Returns how many of them come before the stream's.
+std::int64_t hand(PlayClock& clock, std::int64_t frames) {
+    const std::int64_t wait = std::clamp<std::int64_t>(clock.streamFrom - clock.handed, 0, frames);
+    const std::int64_t silent = clock.paused ? frames : wait;
+    clock.handed += frames;
+    clock.stream = std::min(clock.stream + (frames - silent), clock.length);
+    return silent;
+}
+
+// What a starved device has not asked for in time is lost. A little of it is only the line's own error: that is left to
+// the bending.
+void dropMissed(PlayClock& clock) {
+    const double missed = clock.lineFrames - static_cast<double>(clock.handed);
+    if (missed > QUEUE_TOLERANCE * static_cast<double>(clock.buffer)) hand(clock, static_cast<std::int64_t>(missed));
 }
 
 // Nothing of the stream is heard yet, so the line may jump to what the device must have heard by now. Until its queue
@@ -85,29 +110,40 @@ void clockPlay(PlayClock& clock, std::int64_t now, std::int64_t length, bool pau
     clockSeek(clock, now, 0);
 }
 
-double clockPosition(const PlayClock& clock, std::int64_t now) {
-    const double moved = clock.paused ? 0 : std::max(0.0, heard(clock, now) - clock.tieDevice);
+void clockStart(PlayClock& clock, std::int64_t now) {
+    if (clock.running) return;
+    startLine(clock, now);
+    clock.windowNs -= WINDOW_NS;
+}
+
+double clockPosition(PlayClock& clock, std::int64_t now) {
+    setLine(clock, now, heard(clock, now));
+    clock.shown = clock.lineFrames;
+    const double moved = clock.paused ? 0 : std::max(0.0, clock.lineFrames - clock.tieDevice);
     return std::min(clock.tieStream + moved, static_cast<double>(clock.length));
 }
 
-int clockRequest(PlayClock& clock, std::int64_t now, int frames) {
+Handout clockRequest(PlayClock& clock, std::int64_t now, int frames) {
     if (!clock.running) startLine(clock, now);
     setLine(clock, now, heard(clock, now));
-    if (clock.followsDevice) compareWithDevice(clock, now);
-
-    const std::int64_t wait = std::clamp<std::int64_t>(clock.streamFrom - clock.handed, 0, frames);
-    const int silent = clock.paused ? frames : static_cast<int>(wait);
-    clock.handed += frames;
-    clock.stream = std::min(clock.stream + (frames - silent), clock.length);
-    return silent;
+    if (clock.followsDevice) {
+        dropMissed(clock);
+        compareWithDevice(clock, now);
+    }
+    const std::int64_t first = clock.stream;
+    return {first, static_cast<int>(hand(clock, frames))};
 }
 
 void clockSeek(PlayClock& clock, std::int64_t now, std::int64_t frame) {
     assert(frame >= 0 && frame <= clock.length);
+    const double line = heard(clock, now);
     clock.stream = frame;
     clock.streamFrom = clock.handed;
     clock.tieStream = static_cast<double>(frame);
-    clock.tieDevice = clock.followsDevice ? static_cast<double>(clock.handed) : heard(clock, now);
+    clock.tieDevice = line;
+    if (!clock.followsDevice) return;
+    clock.streamFrom = std::max(clock.handed, static_cast<std::int64_t>(std::ceil(line)));
+    clock.tieDevice = static_cast<double>(clock.streamFrom);
 }
 
 void clockPause(PlayClock& clock, std::int64_t now) {
@@ -136,13 +172,4 @@ void clockLeaveDevice(PlayClock& clock, std::int64_t now) {
     clock.followsDevice = false;
     clock.lineSpeed = 1;
     setLine(clock, now, line);
-}
-
-void clockJoinDevice(PlayClock& clock, std::int64_t now) {
-    const double position = clockPosition(clock, now);
-    clock.followsDevice = true;
-    setLine(clock, now, static_cast<double>(clock.handed));
-    startWindow(clock, now);
-    clockSeek(clock, now, static_cast<std::int64_t>(position));
-    clock.tieStream = position;
 }

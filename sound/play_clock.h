@@ -15,9 +15,11 @@
 // not over it. The queue is learned from the first second: a device plays from its first request on and fills its
 // queue at once. It is one buffer at least: a device asks for the next while it plays the last.
 //
-// Stopping: nothing is heard that has not been handed over, so the line stops at `handed`. A device that starves (a
-// busy machine, a stopped process) holds the clock for as long as it is silent, and the clock goes on with the sound
-// instead of running ahead of it for good.
+// Running ahead: a device that starves or is gone asks for nothing, and the line goes on beyond what was handed over: the
+// position keeps the time whatever the device does. When it asks again, what it has missed is dropped, so the sound is
+// back where the clock is. Only a stop of our own process holds the clock: it goes ahead by no more than a twentieth of
+// a second from one query of the position to the next. And before a device has been at work for a second nothing is
+// heard that has not been handed over, because many take a while to begin.
 //
 // Skipping: while nothing of the stream is heard (paused, or a new position is still on its way through the queue) the
 // line may be set forward at once.
@@ -47,7 +49,8 @@ struct PlayClock {
     bool followsDevice = false;
 
     bool running = false;       // the device has asked for its first frames
-    std::int64_t handed = 0;    // device frames handed over
+    std::int64_t handed = 0;    // device frames handed over, or missed
+    double shown = 0;           // device frame that was heard at the last query
     std::int64_t lineNs = 0;    // the line: at this time ...
     double lineFrames = 0;      // ... this device frame is heard,
     double lineSpeed = 1;       // and it moves at this multiple of `rate`
@@ -68,12 +71,20 @@ PlayClock startClock(double rate, std::int64_t buffer, bool followsDevice);
 // Plays a stream of `length` frames from frame 0.
 void clockPlay(PlayClock& clock, std::int64_t now, std::int64_t length, bool paused);
 
-// The stream's position: the frame that is heard, 0 to `length`, with its fraction.
-double clockPosition(const PlayClock& clock, std::int64_t now);
+// The device does not ask for its first frames: the clock starts without it.
+void clockStart(PlayClock& clock, std::int64_t now);
 
-// The device asks for `frames` frames. Returns how many of them are silence; the stream follows, from the
-// frame that `stream` named before the call.
-int clockRequest(PlayClock& clock, std::int64_t now, int frames);
+// The stream's position: the frame that is heard, 0 to `length`, with its fraction.
+double clockPosition(PlayClock& clock, std::int64_t now);
+
+// What a request gets: `silent` frames of silence, then the stream from frame `first` on.
+struct Handout {
+    std::int64_t first;
+    int silent;
+};
+
+// The device asks for `frames` frames.
+Handout clockRequest(PlayClock& clock, std::int64_t now, int frames);
 
 // Moves to `frame` (0 to `length`); from the next request on the stream is handed over from there.
 void clockSeek(PlayClock& clock, std::int64_t now, std::int64_t frame);
@@ -83,7 +94,3 @@ void clockResume(PlayClock& clock, std::int64_t now);
 
 // Goes on by monotonic time from the position that the clock shows now: there is no device, or none any more.
 void clockLeaveDevice(PlayClock& clock, std::int64_t now);
-
-// Follows a device that has come back and asks for frames again. The position stays; the stream is to be
-// handed over from `stream`, which has moved to it.
-void clockJoinDevice(PlayClock& clock, std::int64_t now);

@@ -9,21 +9,18 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <span>
-#include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto DEVICE_PATIENCE = 2s;                // for the first request after the device has been opened
-constexpr auto DECODER_PATIENCE = 500ms;            // of the device's thread, before it plays silence
-constexpr std::int64_t STALL_NS = 1'000'000'000;    // a device that asks for nothing for so long is not followed
-constexpr std::int64_t STALL_STEP_NS = 50'000'000;  // counted at most between two queries
-constexpr int CHUNK_FRAMES = 1152;                  // decoded at a time: one frame of layer III
+constexpr auto DEVICE_PATIENCE = 2s;      // for the first request after the device has been opened
+constexpr auto DECODER_PATIENCE = 500ms;  // of the device's thread, before it plays silence
+constexpr int CHUNK_FRAMES = 1152;        // decoded at a time: one frame of layer III
 
 // Decoded frames that wait for the device, a second of them.
 struct Ring {
@@ -41,13 +38,6 @@ struct Request {
     std::int64_t frame = 0;
 };
 
-// Whether the device still asks, as the position queries see it.
-struct Watch {
-    std::int64_t requests = 0;
-    std::int64_t lastNs = 0;
-    std::int64_t silentNs = 0;
-};
-
 }  // namespace
 
 struct Playback {
@@ -60,9 +50,6 @@ struct Playback {
     PlayClock clock;
     Ring ring;
     Request request;
-    Watch watch;
-    std::int64_t deviceRequests = 0;
-    bool stalled = false;
     bool stopping = false;
 
     // The calling thread's own.
@@ -165,13 +152,6 @@ void decode(Playback& playback) {
     }
 }
 
-// The device asks again after a time without: the clock has gone on, so the sound joins it where it is now.
-void rejoinDevice(Playback& playback) {
-    clockJoinDevice(playback.clock, nowNs());
-    requestStream(playback, playback.request.stream, playback.clock.stream);
-    playback.stalled = false;
-}
-
 // On SDL's thread.
 void fillDevice(void* context, unsigned char* bytes, int size) {
     Playback& playback = *static_cast<Playback*>(context);
@@ -179,32 +159,19 @@ void fillDevice(void* context, unsigned char* bytes, int size) {
     std::unique_lock held(playback.lock);
     const int channels = playback.ring.channels;
     const int frames = size / (channels * static_cast<int>(sizeof(std::int16_t)));
-    if (playback.stalled) rejoinDevice(playback);
     // The device keeps what it has meanwhile. Only a file that hangs takes longer than that, and the clock
     // does not wait for it.
     playback.deviceWork.wait_for(held, DECODER_PATIENCE, [&] {
         return playback.stopping || playback.clock.paused || ringHas(playback.ring, playback.clock.stream, frames);
     });
-    const std::int64_t first = playback.clock.stream;
-    const int silent = clockRequest(playback.clock, nowNs(), frames);
+    const auto [first, silent] = clockRequest(playback.clock, nowNs(), frames);
+    // The device has missed more than what waits: decoding that would take longer than seeking.
+    if (!playback.ring.ended && first > playback.ring.first + playback.ring.filled)
+        requestStream(playback, playback.request.stream, first);
     std::int16_t* sound = std::fill_n(samples, std::ptrdiff_t{silent} * channels, std::int16_t{0});
     takeFromRing(playback.ring, first, sound, frames - silent);
-    ++playback.deviceRequests;
     playback.decoderWork.notify_one();
     playback.deviceAsked.notify_one();
-}
-
-// True when the device has not asked for STALL_NS. Time counts only as far as queries have seen it pass, so a
-// process that was stopped has a device that was stopped with it.
-bool deviceStalls(Playback& playback, std::int64_t now) {
-    Watch& watch = playback.watch;
-    if (watch.requests != playback.deviceRequests)
-        watch.silentNs = 0;
-    else
-        watch.silentNs += std::min(now - watch.lastNs, STALL_STEP_NS);
-    watch.requests = playback.deviceRequests;
-    watch.lastNs = now;
-    return watch.silentNs >= STALL_NS;
 }
 
 bool fitsDevice(const Playback& playback, const Mp3Stream& stream) {
@@ -217,18 +184,11 @@ void startStream(Playback& playback, const Mp3Stream& stream, bool paused) {
     requestStream(playback, &stream, 0);
 }
 
-// False when the device hangs: closing it would hang too, so it is left as it is.
-bool dropDevice(Playback& playback) {
-    std::unique_lock held(playback.lock);
-    const bool hangs = playback.stalled;
-    held.unlock();
-    if (!hangs) closeAudioDevice(playback.device);
-    playback.device = AudioDevice();
-    return !hangs;
-}
+bool dropDevice(Playback& playback) { return closeAudioDevice(std::exchange(playback.device, AudioDevice())); }
 
+// A device that hangs still has our function to call, so there is no other after it.
 void openDevice(Playback& playback, const Mp3Stream& stream) {
-    dropDevice(playback);
+    if (!dropDevice(playback)) playback.audio = false;
     if (playback.audio) playback.device = openAudioDevice(stream.rate, stream.channels, fillDevice, &playback);
     playback.rate = stream.rate;
     playback.channels = stream.channels;
@@ -237,16 +197,9 @@ void openDevice(Playback& playback, const Mp3Stream& stream) {
 }  // namespace
 
 Playback* makePlayback(bool audio) {
-    std::unique_ptr<Playback> playback(new (std::nothrow) Playback);
-    if (!playback) return nullptr;
+    auto playback = std::make_unique<Playback>();
     playback->audio = audio;
-    if (audio) {
-        try {
-            std::thread(decode, std::ref(*playback)).detach();
-        } catch (const std::system_error&) {
-            return nullptr;
-        }
-    }
+    if (audio) std::thread(decode, std::ref(*playback)).detach();
     return playback.release();
 }
 
@@ -256,14 +209,13 @@ void play(Playback& playback, const Mp3Stream& stream, bool paused) {
         startStream(playback, stream, paused);
         return;
     }
+    std::vector<std::int16_t> samples(static_cast<std::size_t>(stream.rate) *
+                                      static_cast<std::size_t>(stream.channels));
     openDevice(playback, stream);
     const AudioDevice& device = playback.device;
     std::unique_lock held(playback.lock);
     playback.ring.channels = stream.channels;
-    playback.ring.samples.assign(static_cast<std::size_t>(stream.rate) * static_cast<std::size_t>(stream.channels),
-                                 0);
-    playback.watch = {};
-    playback.stalled = false;
+    playback.ring.samples.swap(samples);
     playback.clock = startClock(stream.rate, device.buffer, device.hasClock);
     if (device.id == 0) clockLeaveDevice(playback.clock, nowNs());
     startStream(playback, stream, paused);
@@ -272,16 +224,14 @@ void play(Playback& playback, const Mp3Stream& stream, bool paused) {
     runAudioDevice(device);
     held.lock();
     playback.deviceAsked.wait_for(held, DEVICE_PATIENCE, [&] { return playback.clock.running; });
+    clockStart(playback.clock, nowNs());
 }
 
 double playPosition(Playback& playback) {
     const bool lost = playback.device.id != 0 && audioDeviceLost(playback.device);
     const std::lock_guard held(playback.lock);
     const std::int64_t now = nowNs();
-    if (playback.clock.followsDevice) {
-        playback.stalled = deviceStalls(playback, now) && !lost;
-        if (lost || playback.stalled) clockLeaveDevice(playback.clock, now);
-    }
+    if (lost && playback.clock.followsDevice) clockLeaveDevice(playback.clock, now);
     return clockPosition(playback.clock, now);
 }
 

@@ -11,8 +11,8 @@
 
 struct Playback;
 
-// A playback that plays nothing yet. `audio`: look for a device. Null when memory or a thread could not be
-// had.
+// A playback that plays nothing yet. `audio`: look for a device. Throws what the standard library throws when memory or
+// a thread cannot be had; so does `play`, which then leaves everything as it was.
 Playback* makePlayback(bool audio);
 
 // Plays `stream`, which stays the caller's and must stay, from its start. Opens the device when it is not

@@ -1,164 +1,101 @@
-// The sound library on an audio device that the test can stall or take away. SDL's audio functions are defined here, and
-// the loader prefers a program's own definitions to those of the libraries it needs.
-#include "child.h"
-#include "make_mp3.h"
-#include "player.h"
-#include "temp_dir.h"
+// Playing on an audio device that the test serves itself, or leaves alone.
+#include "audio_device.h"
+#include "mp3_stream.h"
+#include "noise.h"
+#include "playback.h"
 
-#include <SDL.h>
-#include <gtest/gtest.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
-#include <cmath>
+#include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <mutex>
-#include <string>
-#include <thread>
+#include <ctime>
 #include <vector>
 
 namespace {
 
-using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
+constexpr int BUFFER = 1024, DEPTH = 2;
+constexpr double RATE = 44100;
 
-// A sound card with two buffers, in real time. Its thread is left behind when the process ends, as a hung one would be.
+// A sound card with two buffers, in real time.
 struct Card {
-    SDL_AudioSpec spec{};
-    std::atomic<bool> running{false};
-    std::atomic<bool> asks{true};
-    std::atomic<bool> lost{false};
-    std::mutex lock;
-    std::vector<std::int16_t> handed;  // everything the library has handed over
-};
+    FillAudio fill = nullptr;
+    void* context = nullptr;
+    bool lost = false;
+    std::array<std::int16_t, std::size_t{2} * BUFFER> buffer{};  // what it got last
+    double endMs = 0;                                            // when all it has will have been played
+    Clock::time_point start = Clock::now();
 
-Card& card() {
-    static Card& only = *new Card;
-    return only;
-}
-
-void runCard() {
-    Card& device = card();
-    std::vector<std::int16_t> buffer(std::size_t{device.spec.samples} * device.spec.channels);
-    const auto period = std::chrono::nanoseconds(1'000'000'000LL * device.spec.samples / device.spec.freq);
-    // When what it holds has been played.
-    Clock::time_point empty = Clock::now();
-    for (;; std::this_thread::sleep_for(1ms)) {
-        if (!device.running || !device.asks || empty - Clock::now() > period) continue;
-        const std::lock_guard held(device.lock);
-        device.spec.callback(device.spec.userdata, reinterpret_cast<Uint8*>(buffer.data()),
-                             static_cast<int>(buffer.size() * sizeof(std::int16_t)));
-        empty = std::max(empty, Clock::now()) + period;
-        device.handed.insert(device.handed.end(), buffer.begin(), buffer.end());
+    void serve() {
+        while (endMs - msSince(start) < BUFFER / RATE * 1000 * (DEPTH - 1)) {
+            fill(context, reinterpret_cast<unsigned char*>(buffer.data()), sizeof buffer);
+            endMs = std::max(endMs, msSince(start)) + BUFFER / RATE * 1000;
+        }
     }
-}
+};
+Card card;
+int setBack = 0;  // seconds by which the system's clock is wrong
 
 }  // namespace
 
-int SDL_InitSubSystem(Uint32 /*flags*/) { return 0; }
-SDL_bool SDL_SetHint(const char* /*name*/, const char* /*value*/) { return SDL_TRUE; }
-const char* SDL_GetCurrentAudioDriver() { return "card"; }
-SDL_AudioDeviceID SDL_OpenAudioDevice(const char* /*device*/, int /*capture*/, const SDL_AudioSpec* desired,
-                                      SDL_AudioSpec* /*obtained*/, int /*changes*/) {
-    card().spec = *desired;
-    std::thread(runCard).detach();
-    return 1;
+AudioDevice openAudioDevice(int /*rate*/, int /*channels*/, FillAudio fill, void* context) {
+    card.fill = fill;
+    card.context = context;
+    return {1, BUFFER, true};
 }
-void SDL_PauseAudioDevice(SDL_AudioDeviceID /*device*/, int pause_on) { card().running = pause_on == 0; }
-SDL_AudioStatus SDL_GetAudioDeviceStatus(SDL_AudioDeviceID /*device*/) {
-    return card().lost ? SDL_AUDIO_STOPPED : SDL_AUDIO_PLAYING;
+bool startAudio() { return true; }
+void runAudioDevice(const AudioDevice& /*device*/) { card.serve(); }
+bool audioDeviceLost(const AudioDevice& /*device*/) { return card.lost; }
+bool closeAudioDevice(const AudioDevice& /*device*/) { return true; }
+void stopAudio() {}
+int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    const auto result = syscall(SYS_clock_gettime, clock, time);
+    if (clock == CLOCK_REALTIME) time->tv_sec -= setBack;
+    return static_cast<int>(result);
 }
-void SDL_CloseAudioDevice(SDL_AudioDeviceID /*device*/) {
-    if (!card().asks && !card().lost) std::abort();  // would wait for ever for a card that hangs
-    card().running = false;
-}
-void SDL_QuitSubSystem(Uint32 /*flags*/) { SDL_CloseAudioDevice(1); }
 
 namespace {
 
-class Device : public testing::Test {
-protected:
-    TempDir folder;
-    std::string path = folder.write("tune.mp3", makeMp3({}, 44100 * 20));
-    FMOD_CHANNEL* channel = nullptr;
+TEST(Device, PositionKeepsTheTimeWhateverBecomesOfItAndTheSoundIsWhereThePositionIs) {
+    const TempDir folder;
+    Mp3Stream tune;
+    ASSERT_EQ(openMp3(noiseMp3(folder, "tune.mp3", 20, 44100, 2).c_str(), tune), Mp3Open::Ok);
+    std::vector<std::int16_t> samples(static_cast<std::size_t>(tune.frames) * 2);
+    for (std::size_t at = 0; at < samples.size();)
+        at += static_cast<std::size_t>(readMp3(tune, std::span(samples).subspan(at))) * 2;
 
-    void start() { channel = play("card", path); }
+    Playback& playback = *makePlayback(true);
+    play(playback, tune, false);
+    const auto idle = [&] { return playPosition(playback) / RATE * 1000; };
+    const auto served = [&] {
+        card.serve();
+        return idle();
+    };
+    // Where in the tune the buffer handed over last is, in ms.
+    const auto heard = [&] {
+        const auto same = [](std::int16_t a, std::int16_t b) { return std::abs(a - b) <= 1; };
+        const auto found = std::search(samples.begin(), samples.end(), card.buffer.begin(), card.buffer.end(), same);
+        return static_cast<double>(found - samples.begin()) / 2 / RATE * 1000;
+    };
+    for (int i = 0; i < 3000; ++i, usleep(1000)) served();
+    expectSmooth(500, served);
+    EXPECT_NEAR(heard(), idle(), 60);
 
-    // Stops the card and waits until the library has noticed, which shows in the position: it goes on.
-    void stall() const {
-        card().asks = false;
-        std::this_thread::sleep_for(200ms);
-        playUntil(channel, positionOf(channel) + 50);
-    }
-};
+    setBack = 3600;
+    expectSmooth(300, served);
+    expectSmooth(1500, idle);  // it asks for nothing, longer than what is decoded lasts
+    for (int i = 0; i < 500; ++i, usleep(1000)) card.serve();
+    expectSmooth(500, served);
+    EXPECT_NEAR(heard(), idle(), 60);
 
-// The stream's frame, to the nearest, that the last frames handed over are; -1 for none.
-long lastFrameHanded(const std::vector<std::int16_t>& stream) {
-    constexpr long PIECE = 256;
-    const std::lock_guard held(card().lock);
-    const auto same = [](std::int16_t a, std::int16_t b) { return std::abs(a - b) <= 1; };
-    const auto found =
-        std::search(stream.begin(), stream.end(), card().handed.end() - PIECE, card().handed.end(), same);
-    return found == stream.end() ? -1 : (found - stream.begin() + PIECE) / 2;
-}
-
-TEST_F(Device, PositionIsWhatHasLeftTheCardsQueue) {
-    start();
-    const std::vector<std::int16_t> stream = decodeWhole(path);
-    for (const unsigned int start : {0U, 12000U, 3000U}) {
-        seek(channel, start);
-        EXPECT_EQ(positionOf(channel), start);
-        playUntil(channel, start + 300);
-        // It never passes what was handed over, and stays within the two buffers before that, and a late request.
-        const unsigned int earlier = positionOf(channel);
-        const long handed = lastFrameHanded(stream);
-        const unsigned int later = positionOf(channel);
-        EXPECT_LE(earlier, handed / 44.1 + 1);
-        EXPECT_GT(later, handed / 44.1 - 200);
-    }
-}
-
-TEST_F(Device, PositionGoesOnWhenTheCardIsLost) {
-    start();
-    playUntil(channel, 200);
-    card().lost = true;
-    card().asks = false;
-    expectSmooth(channel, 300ms);
-    expectSeek(channel, 9000);
-    setPaused(channel, true);
-    expectStandsStill(channel);
-    setPaused(channel, false);
-    expectSmooth(channel, 300ms);
-}
-
-TEST_F(Device, PositionGoesOnWhenTheCardHangsAndTheSoundCatchesUpWhenItPlaysAgain) {
-    start();
-    playUntil(channel, 200);
-    stall();
-    expectSmooth(channel, 300ms);
-    const unsigned int before = positionOf(channel);
-    card().asks = true;
-    playUntil(channel, before + 500);
-    const long handed = lastFrameHanded(decodeWhole(path));
-    EXPECT_NEAR(handed / 44.1, positionOf(channel), 300);
-}
-
-TEST_F(Device, PlaysWithoutACardThatNeverAsks) {
-    card().asks = false;
-    start();
-    EXPECT_EQ(positionOf(channel), 0U);
-    playUntil(channel, 50);
-    expectSmooth(channel, 300ms);
-}
-
-TEST_F(Device, ExitDoesNotWaitForACardThatHangs) {
-    const ChildResult result = runInChild([&] {
-        start();
-        stall();
-    });
-    EXPECT_EQ(result.status, 0) << "signal " << result.signal;
+    card.lost = true;
+    expectSmooth(300, idle);
+    seekPlayback(playback, 441000);
+    pausePlayback(playback, true);
+    EXPECT_NEAR(idle(), 10000, TOLERANCE_MS);
+    pausePlayback(playback, false);
+    expectSmooth(300, served);
 }
 
 }  // namespace
