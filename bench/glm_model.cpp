@@ -118,7 +118,7 @@ void countBytes(benchmark::State& state) {
 void readLibrary(benchmark::State& state) {
     fieldPath();
     double most = 0, arrays = 1;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         state.PauseTiming();
         std::ofstream("/proc/self/clear_refs") << 5;  // the largest size starts again from the present one
         const double before = memory("VmRSS");
@@ -137,7 +137,7 @@ void readLibrary(benchmark::State& state) {
 
 void readPlain(benchmark::State& state) {
     fieldPath();
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const auto model = readPlainly(fieldPath().c_str());
         benchmark::DoNotOptimize(model->vertices.data());
     }
@@ -148,7 +148,7 @@ void readPlain(benchmark::State& state) {
 // Times `change` on a fresh model each time.
 template <typename Change>
 void change(benchmark::State& state, Model (*make)(), Change change) {
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         state.PauseTiming();
         Model model = make();
         state.ResumeTiming();

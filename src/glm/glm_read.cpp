@@ -157,8 +157,9 @@ bool readCorner(ObjReader& reader, const CornerForm& form, Corner& corner) {
     if (!__glmHas(text, 1)) return false;
     text.keep = text.at;
     const int count = readNumbers(text, form, corner);
+    const bool whole = count == form.count && __glmAtWordEnd(text);
     const char* start = std::exchange(text.keep, nullptr);
-    if (count == form.count && __glmAtWordEnd(text)) return true;
+    if (whole) return true;
     text.at = start;
     if (count == 0 && !startsCorner(*start)) return false;
     char token[GLM_TOKEN_SIZE];
@@ -214,10 +215,10 @@ const char* scanCorner(const char* p, Corner& corner) {
 
 struct ScannedFace {
     Corner corners[SCAN_CORNERS];
-    std::uint32_t count;  // of the corners; 0 when this is no plain face
+    std::uint32_t count;  // of the corners
 };
 
-// Returns where the next statement starts.
+// Returns where the next statement starts; null when this is no plain face of that form.
 template <bool Texcoord, bool Normal>
 const char* scanCorners(const char* p, ScannedFace& face) {
     std::uint32_t count = 0;

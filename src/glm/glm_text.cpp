@@ -13,7 +13,7 @@
 namespace {
 
 // Bytes read at once: few system calls, and the window stays in the processor's second-level cache.
-constexpr std::size_t BLOCK = 256 * 1024;
+constexpr std::size_t BLOCK = std::size_t{256} * 1024;
 
 // A number may be followed by this much that looks like a part of it ("1e+", "1infinit").
 constexpr std::ptrdiff_t NUMBER_TAIL = 16;
