@@ -22,11 +22,10 @@ double inMs(double frames) { return frames / RATE * 1000; }
 // Hardware with a queue: it plays what it holds at its own speed and asks for `burst` buffers once they fit.
 struct Device {
     const char* name;
-    double speed = 1;       // its crystal against monotonic time
-    int depth = 2;          // buffers in the queue
-    int burst = 1;          // buffers asked for at once
-    double latenessMs = 0;  // a request comes up to so late, at random
-    int silence = 0;        // frames of it that are in the queue before the first request
+    double speed = 1;    // its crystal against monotonic time
+    int depth = 2;       // buffers in the queue
+    int burst = 1;       // buffers asked for at once
+    int latenessMs = 0;  // a request comes up to so late, at random
 };
 
 struct Simulation {
@@ -41,35 +40,27 @@ struct Simulation {
     int cuts = 0;  // how often the stream did not go on where it was
     std::mt19937 random{1};
 
-    Simulation(const Device& kind, bool paused) : device(kind), played(-kind.silence) {
-        clockPlay(clock, 0, LONG, paused);
-    }
+    Simulation(const Device& kind, bool paused) : device(kind) { clockPlay(clock, 0, LONG, paused); }
 
     // The stream's frame that is heard; its first while that is still on its way.
     double heard() const { return std::max(played + static_cast<double>(streamEnd - given), 0.0); }
-
-    bool asks() {
-        const double queued = static_cast<double>(given) - played;
-        if (dueNs < 0 && queued <= double{BUFFER} * (device.depth - device.burst)) {
-            const double share = static_cast<double>(random()) / static_cast<double>(std::mt19937::max());
-            dueNs = now + static_cast<std::int64_t>(device.latenessMs * share * MS);
-        }
-        return dueNs >= 0 && now >= dueNs && !gone;
-    }
 
     void request() {
         const auto [first, silent] = clockRequest(clock, now, BUFFER);
         given += BUFFER;
         if (silent == BUFFER) return;
-        if (first != streamEnd) ++cuts;
+        cuts += first == streamEnd ? 0 : 1;
         streamEnd = first + BUFFER - silent;
     }
 
     void tick() {
         now += TICK_NS;
-        played += RATE * device.speed * static_cast<double>(TICK_NS) / 1e9;
-        played = std::min(played, static_cast<double>(given));
-        while (asks()) {
+        const double step = RATE * device.speed * static_cast<double>(TICK_NS) / 1e9;
+        played = std::min(played + step, static_cast<double>(given));
+        while (!gone && static_cast<double>(given) - played <= double{BUFFER} * (device.depth - device.burst)) {
+            if (dueNs < 0)
+                dueNs = now + std::uniform_int_distribution<std::int64_t>(0, device.latenessMs * MS)(random);
+            if (now < dueNs) return;
             dueNs = -1;
             for (int i = 0; i < device.burst; ++i) request();
         }
@@ -120,14 +111,10 @@ void follow(const Device& device) {
         clockSeek(simulation.clock, simulation.now, target);
         EXPECT_EQ(clockPosition(simulation.clock, simulation.now), static_cast<double>(target));
         simulation.run(2000);
-        const double queueMs = inMs(BUFFER) * device.depth;
-        EXPECT_GE(simulation.positionMs(), inMs(static_cast<double>(target)) + 1990 - queueMs - device.latenessMs);
         EXPECT_LT(simulation.run(10), device.latenessMs + CLOSE_MS);
     }
 
-    // It is gone: the position keeps the time, and a seek goes where it should. It is back: the sound is where the
-    // position is.
-    simulation.run(5000);
+    // It is gone: the position keeps the time. It is back: the sound is where the position is.
     simulation.gone = true;
     const double before = simulation.positionMs();
     simulation.run(3000);
@@ -153,7 +140,6 @@ TEST(PlayClock, FollowsEveryDeviceThroughPausesSeeksAndItsAbsence) {
     follow({.name = "double buffer"});
     follow({.name = "late requests", .latenessMs = 15});
     follow({.name = "fast crystal", .speed = 1.0005, .latenessMs = 3});
-    follow({.name = "silence first", .latenessMs = 2, .silence = BUFFER});
     follow({.name = "deep queue", .depth = 4, .latenessMs = 5});
     follow({.name = "several buffers at once", .depth = 8, .burst = 4, .latenessMs = 5});
 }
@@ -167,15 +153,6 @@ TEST(PlayClock, WaitsForADeviceThatTakesAWhileToBegin) {
     simulation.gone = false;
     simulation.run(3000);
     EXPECT_EQ(simulation.cuts, 0);
-
-    Simulation late({.name = "later still"}, false);
-    late.run(200);
-    late.gone = true;
-    late.run(3000);
-    EXPECT_GT(late.positionMs(), 2200);
-    late.gone = false;
-    late.run(500);
-    EXPECT_LT(late.run(2000), 16);
 }
 
 }  // namespace
