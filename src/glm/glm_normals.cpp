@@ -30,12 +30,20 @@ void glmCross(const float* u, const float* v, float* n) {
     n[2] = z;
 }
 
+namespace {
+
 // The squares are summed in double precision: those of short vectors would vanish in single precision, and
 // tiny triangles have normals too.
+float lengthOf(const float* v) {
+    const double x = v[0], y = v[1], z = v[2];
+    return static_cast<float>(std::sqrt(x * x + y * y + z * z));
+}
+
+}  // namespace
+
 void glmNormalize(float* v) {
     assert(v != nullptr);
-    const double x = v[0], y = v[1], z = v[2];
-    const auto length = static_cast<float>(std::sqrt(x * x + y * y + z * z));
+    const float length = lengthOf(v);
     if (length == 0) return;
     for (int i = 0; i < 3; ++i) v[i] /= length;
 }
@@ -58,8 +66,9 @@ void glmFacetNormals(GLMmodel* model) {
         }
         float* normal = model->facetnorms + std::size_t{3} * triangle.findex;
         glmCross(u, v, normal);
-        glmNormalize(normal);
-        if (!std::all_of(normal, normal + 3, [](float f) { return std::isfinite(f); })) std::fill_n(normal, 3, 0.0f);
+        const float length = lengthOf(normal);
+        const bool proper = length > 0 && std::isfinite(length);
+        for (int axis = 0; axis < 3; ++axis) normal[axis] = proper ? normal[axis] / length : 0.0f;
     }
 }
 
