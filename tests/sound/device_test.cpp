@@ -50,9 +50,9 @@ TEST(Device, PositionKeepsTheTimeWhateverBecomesOfItAndTheSoundIsWhereThePositio
     const TempDir folder;
     const std::string path = noiseMp3(folder, 20);
     const std::vector<std::int16_t> samples = decoded(path);
-    Mp3Stream tune;
+    static Mp3Stream tune;
     ASSERT_EQ(openMp3(path.c_str(), tune), Mp3Open::Ok);
-    Playback& playback = *makePlayback(true);
+    static Playback& playback = *makePlayback(true);
     play(playback, tune, false);
     const auto idle = [&] { return playPosition(playback) / RATE * 1000; };
     const auto served = [&] {

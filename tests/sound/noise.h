@@ -28,6 +28,7 @@ inline std::vector<std::int16_t> decoded(const std::string& path) {
     std::vector<std::int16_t> samples(static_cast<std::size_t>(stream.frames * stream.channels));
     for (std::size_t at = 0; at < samples.size();)
         at += static_cast<std::size_t>(readMp3(stream, std::span(samples).subspan(at)) * stream.channels);
+    closeMp3(stream);
     return samples;
 }
 

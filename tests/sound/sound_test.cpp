@@ -16,10 +16,14 @@
 
 // The test's own definitions come before those in the libraries.
 int allocationsLeft = -1;  // below 0: any number
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    if (allocationsLeft == 0) throw std::bad_alloc();
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    if (allocationsLeft == 0) return nullptr;
     if (allocationsLeft > 0) --allocationsLeft;
     return std::malloc(size);
+}
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    if (void* memory = operator new(size, std::nothrow)) return memory;
+    throw std::bad_alloc();
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
