@@ -52,10 +52,10 @@ TEST(Shader, StagesUniformsAndIds) {
     expectLoad(vertex, fragment, 0, loaded(vertex) + loaded(fragment));
     expectLoad(vertex, nullptr, 1, loaded(vertex));
     expectLoad(nullptr, fragment, 2, loaded(fragment));
-    const std::string log = printedBy([&] { EXPECT_EQ(ryl_loadShader(nullptr, files.broken.c_str()), 3); });
-    EXPECT_TRUE(log.starts_with(loaded(files.broken) + "[/] " + files.broken + " failed.\n{\n")) << log;
+    EXPECT_EQ(
+        printedBy([&] { ryl_loadShader(nullptr, files.broken.c_str()); }).find("[/] " + files.broken + " failed"),
+        loaded(files.broken).size());
     EXPECT_EQ(ryl_loadFBO(8, 8), 0) << "render targets count on their own";
-
     const float values[] = {0.2f, 0.4f, 0.6f, 1.0f}, others[] = {1, 1, 1, 1, 1};
     for (const int id : {0, 2}) {
         ryl_enableShader(id);
@@ -74,28 +74,25 @@ TEST(Shader, StagesUniformsAndIds) {
 
 TEST(Shader, WhatEndsTheProgram) {
     const Sources files;
-    const auto expectEnd = [](const std::function<void()>& code, const std::string& output) {
+    const char* vertex = files.vertex.c_str();
+    std::string all;
+    for (int i = 0; i < 63; ++i) all += loaded(vertex);
+    const std::pair<std::function<void()>, std::string> cases[] = {
+        // Without a window: the first GL call would crash.
+        {[=] { ryl_loadShader(vertex, "none.frag"); }, loaded(vertex) + "[!] Couldn't load shaderfile none.frag\n"},
+        {[] { openTestWindow(16, 16), ryl_shader_sendUniformValue(0, "a", nullptr, 0); },
+         "[!] ryl_shader_sendUniformValue was given an invalid count-value check argument 4 and redo.. *sadface* :(\n"},
+        {[=] {
+             openTestWindow(16, 16);
+             for (int i = 0; ryl_loadShader(vertex, nullptr) == i; ++i) {
+             }
+         },
+         all + "[!] Maximum amount of shaders reached.\n"}};
+    for (const auto& [code, output] : cases) {
         const ChildResult result = runInChild(code);
         EXPECT_EQ(result.status, 255);
-        EXPECT_TRUE(result.output.ends_with(output)) << result.output;
-    };
-    // Without a window: the first GL call would crash.
-    expectEnd([&] { ryl_loadShader(files.vertex.c_str(), "none.frag"); },
-              loaded(files.vertex) + "[!] Couldn't load shaderfile none.frag\n");
-    expectEnd(
-        [] {
-            openTestWindow(16, 16);
-            ryl_shader_sendUniformValue(0, "a", nullptr, 0);
-        },
-        "[!] ryl_shader_sendUniformValue was given an invalid count-value check argument 4 and redo.. *sadface* :(\n");
-    expectEnd(
-        [&] {
-            openTestWindow(16, 16);
-            for (int i = 0; i < 63; ++i)
-                if (ryl_loadShader(files.vertex.c_str(), nullptr) != i) std::exit(1);
-            ryl_loadShader(files.vertex.c_str(), nullptr);
-        },
-        " loaded\n[!] Maximum amount of shaders reached.\n");
+        EXPECT_EQ(result.output, output);
+    }
 }
 
 TEST(SuperShader, LeavesTheGeometryStageOutWhereTheGlHasNone) {

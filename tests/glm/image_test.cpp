@@ -44,15 +44,12 @@ TEST(Image, Files) {
         std::string bytes, result;
     } cases[] = {
         {glmReadPPM, "P6 raw\n# size\n2\n# on two lines\n1\n\n255\nabcdef", "abcdef"},
-        {glmReadPPM, "P6\n2 1 255 # all\nabcdef", "abcdef"},
         {glmReadPPM, "P5\n2 1\n255\nab", ""},
         {glmReadPPM, "P6\n2 1\n# 255", notRead + "a short header\n"},
         {glmReadPPM, "P6\n2000000000 2000000000\n255\nabc", notRead + "fewer samples than its size needs\n"},
         {glmReadPPM, "P6\n2 1\n65535\nabcdefabcdef", notRead + "a maximum value outside of 1 to 255\n"},
         {glmReadPPM, "P6\n-2 1\n255\nabcdef", notRead + "no size\n"},
-        {glmReadPNG, pngOf(PNG_FORMAT_GRAY, 1, 2, "ab"), "ba"},  // bottom row first
-        {glmReadPNG, pngOf(PNG_FORMAT_GA, 1, 2, "abcd"), "cdab"},
-        {glmReadPNG, pngOf(PNG_FORMAT_RGBA, 1, 2, "abcdefgh"), "efghabcd"},
+        {glmReadPNG, pngOf(PNG_FORMAT_GA, 1, 2, "abcd"), "cdab"},  // bottom row first
         {glmReadPNG, pngOf(PNG_FORMAT_LINEAR_Y, 1, 1, "ab"), "b"},
         {glmReadPNG, pngOf(PNG_FORMAT_RGB_COLORMAP, 1, 2, std::string("\0\1", 2)), "defabc"},
         // A header that claims 1000000 x 1000000 RGBA pixels, with its right check sum.

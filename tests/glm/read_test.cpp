@@ -44,76 +44,49 @@ TEST(Read, FormsGroupsAndMaterials) {
     EXPECT_TRUE(empty->vertices != nullptr && empty->normals == nullptr && empty->materials == nullptr);
 }
 
-TEST(Read, MaterialStatements) {
-    testing::internal::CaptureStderr();
-    const Model model =
-        ModelFiles("mtllib m.mtl\n", "Kd 1 0 0 0.5 0.25\nnewmtl first one\nKs .1 .2\n.3\nKa 0 1 0\nNs 50\nd 0.5\n"
-                                     "Tr 1\nnewmtl second\nKdx 0 0 1 illum 2\nKd 0.5 x\nNs y\n")
-            .read();
-    testing::internal::GetCapturedStderr();
-    ASSERT_EQ(model->nummaterials, 3u);
-    const struct {
-        const char* name;
-        float numbers[13];  // diffuse, ambient, specular, shininess
-    } expected[] = {{"default", {1, 0, 0, 1, .2f, .2f, .2f, 1, 0, 0, 0, 1, 65}},
-                    {"first", {.8f, .8f, .8f, .5f, 0, 1, 0, 1, .1f, .2f, .3f, 1, 64}},
-                    // A colour that cannot be read whole changes nothing.
-                    {"second", {0, 0, 1, 1, .2f, .2f, .2f, 1, 0, 0, 0, 1, 65}}};
-    for (int i = 0; i < 3; ++i) {
-        const GLMmaterial& material = model->materials[i];
-        EXPECT_STREQ(material.name, expected[i].name);
-        for (int k = 0; k < 4; ++k) {
-            EXPECT_EQ(material.diffuse[k], expected[i].numbers[k]) << i;
-            EXPECT_EQ(material.ambient[k], expected[i].numbers[4 + k]) << i;
-            EXPECT_EQ(material.specular[k], expected[i].numbers[8 + k]) << i;
-        }
-        EXPECT_TRUE(material.shininess == expected[i].numbers[12] && material.map_diffuse == -1);
-    }
-}
-
 TEST(Read, Messages) {
     const std::string range = "vertex index for triangle 0 out of bounds ";
     const struct {
         std::string obj, mtl;
-        bool fatal;
+        int status;
         std::string message;
     } cases[] = {
-        {POINTS + "f 1//1 2//1 0//1", "", true, range + "(0 > 5)\n"},
-        {POINTS + "f 1 2 3 4\nf 1 2 6", "", true, "vertex index for triangle 2 out of bounds (6 > 5)\n"},
-        {POINTS + "f 1 2 4294967295", "", true, range + "(-1 > 5)\n"},
-        {POINTS + "f 9//2 2//1 3//1", "", true, "normal index for triangle 0 out of bounds (2 > 1)\n"},
-        {"vp 0.5\n", "", true, "glmFirstPass(): Unknown token \"vp\"."},
-        {"maplib x\n", "", true, "glmReadOBJ: Got \"maplib\" instead of \"mtllib\""},
-        {"use red\n", "", true, "glmReadOBJ: Got \"use\" instead of \"usemtl\""},
-        {"mtllib ../\n", "", true, "glmReadMTL() failed: can't open material file \"@../\"."},
-        {POINTS + "f 1/1 2/2 3", "", true, "glmReadOBJ: Got \"3\" instead of a corner \"v/vt\"" + AT + "7"},
-        {POINTS + "f 1 2\nf 1 2 3\n", "", true, "glmReadOBJ: \"f\" with fewer than three corners" + AT + "7"},
-        {"v 1,5 2 3\n", "", true, "glmReadOBJ: numbers that can't be read" + AT + "1"},
+        {POINTS + "f 1//1 2//1 0//1", "", 1, range + "(0 > 5)\n"},
+        {POINTS + "f 1 2 3 4\nf 1 2 6", "", 1, "vertex index for triangle 2 out of bounds (6 > 5)\n"},
+        {POINTS + "f 1 2 4294967295", "", 1, range + "(-1 > 5)\n"},
+        {POINTS + "f 9//2 2//1 3//1", "", 1, "normal index for triangle 0 out of bounds (2 > 1)\n"},
+        {"vp 0.5\n", "", 1, "glmFirstPass(): Unknown token \"vp\"."},
+        {"maplib x\n", "", 1, "glmReadOBJ: Got \"maplib\" instead of \"mtllib\""},
+        {"use red\n", "", 1, "glmReadOBJ: Got \"use\" instead of \"usemtl\""},
+        {"mtllib ../\n", "", 1, "glmReadMTL() failed: can't open material file \"@../\"."},
+        {POINTS + "f 1/1 2/2 3", "", 1, "glmReadOBJ: Got \"3\" instead of a corner \"v/vt\"" + AT + "7"},
+        {POINTS + "f 1 2\nf 1 2 3\n", "", 1, "glmReadOBJ: \"f\" with fewer than three corners" + AT + "7"},
+        {"v 1,5 2 3\n", "", 1, "glmReadOBJ: numbers that can't be read" + AT + "1"},
         // As many faces as counted, but not in the group that they were counted for.
-        {POINTS + "g a\nf 1 2 3\ng b\nf 1 2 3\nv 1 2 3 g a\nf 1 2 3\n", "", true,
+        {POINTS + "g a\nf 1 2 3\ng b\nf 1 2 3\nv 1 2 3 g a\nf 1 2 3\n", "", 1,
          "glmReadOBJ: statement after another one on its line" + AT + "12"},
-        {POINTS + "v 1 2 3 g a\n", "", true, "glmReadOBJ: \"g\" after another statement on its line" + AT + "7"},
-        {"usemtl red x\n", "", false, "glmFindMaterial():  can't find material \"red\"."},
-        {"vt 0.5\nvt 1 2\n", "", false, "glmReadOBJ: \"vt\" with one number in file \"@m.obj\", taken as v = 0"},
-        {"", "name x\n", true, "glmReadMTL: Got \"name\" instead of \"newmtl\" in file \"@m.mtl\""},
-        {"", "ill 2\n", true, "glmReadMTL: Got \"ill\" instead of \"illum\" in file \"@m.mtl\""},
-        {"", "d 1 newmtl a\n", true, "glmReadMTL: \"newmtl\" after another statement on its line in file \"@m.mtl\""},
-        {"", "Km 1\nKd 1 1 1\n", false, "glmReadMTL: Command \"Km\" ignored"},
-        {"", "Nx 1\n", false, "glmReadMTL: Command \"Nx\" ignored"},
-        {"", "Ni 1.5\n", false, "refraction index ignored"},
-        {"", "illum 1\nillum 2\n", false, "illum material ignored: illum 1"},
-        {"", "map_Ka  wood 1.png \nillum 2\n", false, "map map_Ka wood 1.png ignored"},
-        {"", "refl -type sphere x\n", false, "reflection type ignored: r -type sphere x\n"},
-        {"", "map_Kd \t\n", false, "glmReadMTL: \"map_Kd\" without a name ignored in file \"@m.mtl\""},
-        {"", "Kd spectral x\n", false, "glmReadMTL: \"Kd\" ignored, its numbers can't be read in file \"@m.mtl\""},
+        {POINTS + "v 1 2 3 g a\n", "", 1, "glmReadOBJ: \"g\" after another statement on its line" + AT + "7"},
+        {"usemtl red x\n", "", 0, "glmFindMaterial():  can't find material \"red\"."},
+        {"vt 0.5\nvt 1 2\n", "", 0, "glmReadOBJ: \"vt\" with one number in file \"@m.obj\", taken as v = 0"},
+        {"", "name x\n", 1, "glmReadMTL: Got \"name\" instead of \"newmtl\" in file \"@m.mtl\""},
+        {"", "ill 2\n", 1, "glmReadMTL: Got \"ill\" instead of \"illum\" in file \"@m.mtl\""},
+        {"", "d 1 newmtl a\n", 1, "glmReadMTL: \"newmtl\" after another statement on its line in file \"@m.mtl\""},
+        {"", "Km 1\nKd 1 1 1\n", 0, "glmReadMTL: Command \"Km\" ignored"},
+        {"", "Nx 1\n", 0, "glmReadMTL: Command \"Nx\" ignored"},
+        {"", "Ni 1.5\n", 0, "refraction index ignored"},
+        {"", "illum 1\nillum 2\n", 0, "illum material ignored: illum 1"},
+        {"", "map_Ka  wood 1.png \nillum 2\n", 0, "map map_Ka wood 1.png ignored"},
+        {"", "refl -type sphere x\n", 0, "reflection type ignored: r -type sphere x\n"},
+        {"", "map_Kd \t\n", 0, "glmReadMTL: \"map_Kd\" without a name ignored in file \"@m.mtl\""},
+        {"", "Kd spectral x\n", 0, "glmReadMTL: \"Kd\" ignored, its numbers can't be read in file \"@m.mtl\""},
     };
     for (const auto& test : cases) {
         const ModelFiles files((test.mtl.empty() ? "" : "mtllib m.mtl\n") + test.obj, test.mtl);
-        std::string expected = (test.fatal ? "GLM: Fatal Error: " : "GLM: Warning: ") + test.message + "\n";
+        std::string expected = (test.status == 1 ? "GLM: Fatal Error: " : "GLM: Warning: ") + test.message + "\n";
         if (const std::size_t at = expected.find('@'); at != std::string::npos) expected.replace(at, 1, files.at(""));
         const ChildResult result = runInChild([&] { files.read(); });
         EXPECT_EQ(result.errors, expected) << test.obj << test.mtl;
-        EXPECT_EQ(result.status, test.fatal ? 1 : 0) << test.obj << test.mtl;
+        EXPECT_EQ(result.status, test.status) << test.obj << test.mtl;
     }
     const ChildResult result = runInChild([] { glmReadOBJ("/"); });
     EXPECT_EQ(result.errors, "GLM: Fatal Error: glmReadOBJ() failed: can't open data file \"/\".\n");
@@ -143,7 +116,7 @@ TEST(Read, EqualsThePlainReader) {
         return c == '~' ? std::string(random() % 300, 'v') : std::string(1, c);
     };
     int refused = 0;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 150; ++i) {
         std::string obj = "vn 1 0 0\n";
         for (int k = 0; k < 100; ++k) obj += "v 1 2 3\n";
         for (std::size_t size = obj.size() + (i % 100 == 0 ? 500000 : 500); obj.size() < size; obj += "\n")
@@ -159,5 +132,5 @@ TEST(Read, EqualsThePlainReader) {
         ASSERT_TRUE(result.status == 1 && result.errors.find("Fatal Error: ") != std::string::npos) << obj;
         ++refused;
     }
-    EXPECT_TRUE(refused > 30 && refused < 170) << refused;
+    EXPECT_TRUE(refused > 20 && refused < 130) << refused;
 }
