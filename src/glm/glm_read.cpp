@@ -184,7 +184,7 @@ void readFace(ObjReader& reader, Triangle triangle) {
 
 // Nearly all of a large model consists of statements on one line each, of plain numbers and single blanks. These are
 // scanned in place by the functions from here to the first pass; whatever is not of that kind they leave where it
-// is, to be read by the rules. Without them reading took three times as long.
+// is, to be read by the rules. Without them reading takes twice as long.
 
 constexpr std::size_t SCAN_SPAN = 512;  // characters of the window that hold most statements
 constexpr std::size_t SCAN_CORNERS = 8;
@@ -253,8 +253,8 @@ const char* scanVector(const char* p, float* vector) {
     return p;
 }
 
-// Calls `scan` with the start of each statement in turn, and goes on to where it says that the next one starts; until it
-// says null. `scan` sees text that a NUL follows, and is not to move the window.
+// Calls `scan` with the start of each statement in turn, and goes on to where it says that the next one starts, until
+// it says null. `scan` sees text that a NUL follows, and is not to move the window.
 template <typename Scan>
 void scanStatements(GLMtext& text, Scan scan) {
     while (__glmHas(text, SCAN_SPAN)) {

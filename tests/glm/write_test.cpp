@@ -102,11 +102,7 @@ TEST(Write, EveryModeReadsBack) {
                 EXPECT_EQ(got.material, (mode & GLM_MATERIAL) != 0 ? expected.material + 1 : 0);
             }
         }
-        if ((mode & GLM_MATERIAL) == 0) continue;
-        const GLMmaterial &red = again->materials[2], &original = model->materials[1];
-        for (const auto colour : {&GLMmaterial::diffuse, &GLMmaterial::ambient, &GLMmaterial::specular})
-            EXPECT_TRUE(std::equal(std::begin(red.*colour), std::end(red.*colour), original.*colour));
-        EXPECT_EQ(red.shininess, original.shininess);
+        if ((mode & GLM_MATERIAL) != 0) EXPECT_EQ(again->materials[2].shininess, model->materials[1].shininess);
     }
 }
 
@@ -115,9 +111,7 @@ TEST(Write, WhatCannotBeWritten) {
     for (int i = 0; i < 5000; ++i) many += "v 1 2 3\n";
     const ModelFiles files(OBJ, MTL), plainFiles(many + "f 1 2 3\n");
     const Model model = readQuietly(files.path), plain = plainFiles.read();
-    const auto warning = [](const std::string& text) {
-        return "GLM: Warning: glmWriteOBJ() warning: " + text + "\n";
-    };
+    const auto warning = [](std::string text) { return "GLM: Warning: glmWriteOBJ() warning: " + text + "\n"; };
     plain->numfacetnorms = 0;
     EXPECT_EQ(write(plainFiles, plain, GLM_FLAT | GLM_SMOOTH | GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL),
               warning("flat normal output requested with no facet normals defined.") +
