@@ -1,5 +1,4 @@
-// ./video from the outside: what its files hold once they are decoded, and what it says and leaves when it fails. And
-// its frames on their way from the program to the encoder, where a shell script stands in for the program.
+// ./video from the outside, and its frames on their way to the encoder, where a shell script stands in for the program.
 #include "command.h"
 #include "temp_dir.h"
 
