@@ -100,8 +100,8 @@ TEST(Pictures, OverlayIsTheWholePaintedFrameAroundAClearMiddleAndThePosterFull) 
     EXPECT_NEAR(static_cast<double>(overlay.width) / overlay.height, 37.5 / 17.202, 0.01);
     int others = 0, covered = 0;
     for (int i = 0; i < overlay.width * overlay.height; ++i) {
-        const int x = i % overlay.width, y = i / overlay.width, up = overlay.height - 1 - y;
-        const float painted = canvas.texels.data()[up * overlay.width + x].alpha * 255;
+        const int x = i % overlay.width, y = i / overlay.width, at = (overlay.height - 1 - y) * overlay.width + x;
+        const float painted = canvas.texels[static_cast<std::size_t>(at)].alpha * 255;
         others += std::abs(overlay.alpha(x, y) - static_cast<int>(painted)) > 3 ? 1 : 0;
         const bool middle =
             std::max(std::abs(2.0 * x / overlay.width - 1), std::abs(2.0 * y / overlay.height - 1)) < 0.5;
