@@ -15,16 +15,18 @@ area() {
 
 # The areas whose headers an area may include, besides its own.
 declare -A may=(
-    [main]="scenes ryl textures fbo picture glm"
-    [scenes]="ryl lighting noise ryl_math glm"
-    [ryl]="ryl_sound system textures"
+    [main]="scenes ryl textures fbo picture layers glm frame_timer"
+    [scenes]="ryl lighting noise ryl_math frame_timer"
+    [ryl]="ryl_sound system textures endings"
     [ryl_sound]="sound"
     [fonts]="textures"
     [shader]="system"
-    [textures]="picture system"
+    [textures]="picture png_writer system"
     [models]="system"
     [noise]="ryl_math"
-    [picture]="" [fbo]="" [lighting]="" [ryl_math]="" [system]="" [glm]="" [sound]=""
+    [layers]="picture"
+    [picture]="" [png_writer]="" [fbo]="" [lighting]="" [ryl_math]="" [system]="" [endings]="" [frame_timer]=""
+    [glm]="" [sound]=""
 )
 
 wrong=0

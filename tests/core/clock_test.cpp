@@ -1,117 +1,151 @@
-// The demo clock, the scene table and the framework's query, without a window.
+// The demo clock in its three modes, the scene table, the keys, and the window's projection. The window's own timer never
+// runs here: ticks are called.
 #include "child.h"
+#include "gl_window.h"
 #include "ryl.h"
 #include "ryl_sound.h"
+#include "temp_dir.h"
 
+#include <GL/freeglut.h>
 #include <gtest/gtest.h>
 
-#include <bit>
+#include <array>
 #include <cmath>
-#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+
+namespace fs = std::filesystem;
 
 namespace {
 
-TEST(Get, AnswersEachSelectorAndNaNForTheRest) {
-    ryl_globalX = 800;
-    ryl_globalY = 600;
-    S_SCENE = 4;
-    SOUND_ON = 0;
-    SOUND_MUTE_TIMER = 1234;
-    EXPECT_EQ(ryl_Get(1), 800.0f);
-    EXPECT_EQ(ryl_Get(2), 600.0f);
-    EXPECT_EQ(std::bit_cast<std::uint32_t>(ryl_Get(3)), std::bit_cast<std::uint32_t>(1.7777778f));
-    EXPECT_EQ(ryl_Get(4), 4.0f);
-    EXPECT_EQ(ryl_Get(5), 1234.0f);
-    EXPECT_EQ(ryl_Get(6), 0.0f);
-    CAPTURE = 1;
+constexpr int WIDTH = 64, HEIGHT = 48;
+
+void press(unsigned char key) { ryl_handleKeypress(key, 0, 0); }
+void pressSpecial(int key) { ryl_handleSpecialKeys(key, 0, 0); }
+
+// The time after one press of `key` at time `from`.
+int timeAfter(int key, int from) {
+    ryl_skipTo(from);
+    pressSpecial(key);
+    return ryl_getTime();
+}
+
+void expectPaused(bool paused) {
+    EXPECT_EQ(ryl_Get(6), paused ? 1.0f : 0.0f);
+    EXPECT_EQ(glutGet(GLUT_WINDOW_CURSOR), paused ? GLUT_CURSOR_CROSSHAIR : GLUT_CURSOR_NONE);
+}
+
+TEST(Window, FitsTheViewAndKeepsTheWideProjection) {
+    openTestWindow(WIDTH, HEIGHT);
     CAPTURE_W = 1280;
     CAPTURE_H = 720;
-    EXPECT_EQ(ryl_Get(1), 1280.0f);
-    EXPECT_EQ(ryl_Get(2), 720.0f);
-    for (const int other : {0, 7, -1, 1000}) EXPECT_TRUE(std::isnan(ryl_Get(other))) << other;
-}
-
-TEST(Get, PauseFollowsTheSoundSwitchInEveryMode) {
-    SOUND_PAUSED = 1;
-    for (const int capture : {0, 1}) {
+    for (const auto& [capture, width, height] : {std::array{0, 800, 600}, {1, 1280, 720}}) {
         CAPTURE = capture;
-        SOUND_ON = 1;
-        EXPECT_EQ(ryl_Get(6), 1.0f);
-        SOUND_ON = 0;
-        EXPECT_EQ(ryl_Get(6), 0.0f);
+        ryl_handleResize(800, 600);
+        std::array<int, 4> viewport{};
+        glGetIntegerv(GL_VIEWPORT, viewport.data());
+        EXPECT_EQ(viewport, (std::array{0, 0, width, height}));
+        EXPECT_EQ(ryl_Get(1), static_cast<float>(width));
+        EXPECT_EQ(ryl_Get(2), static_cast<float>(height));
+        std::array<float, 16> projection{};
+        glGetFloatv(GL_PROJECTION_MATRIX, projection.data());
+        EXPECT_NEAR(projection[5] / projection[0], ryl_Get(3), 1e-6);
+        EXPECT_NEAR(projection[5], 2.414214, 1e-5);  // 1 / tan(22.5 degrees)
+        EXPECT_NEAR(projection[10], -201.0 / 199.0, 1e-6);
     }
+    S_SCENE = 4;
+    EXPECT_EQ(ryl_Get(4), 4.0f);
+    for (const int other : {0, 7, -1}) EXPECT_TRUE(std::isnan(ryl_Get(other))) << other;
 }
 
-TEST(SceneTable, RoundsEachLengthDownFromItsSinglePrecisionValue) {
-    testing::internal::CaptureStdout();
-    ryl_setDemoLength(20.4f);
-    EXPECT_EQ(DEMO_LENGTH, 20399);
-    ryl_setDemoLength(30.4f);
-    EXPECT_EQ(DEMO_LENGTH, 50798);
-    ryl_setDemoLength(25.0f);
-    EXPECT_EQ(DEMO_LENGTH, 75798);
-    EXPECT_EQ(SCENE_TIME[1], 30.4f);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "DEV: DEMO_LENGTH = 20399 SCENE_TIME[0] = 20.400000\n"
-                                                      "DEV: DEMO_LENGTH = 50798 SCENE_TIME[1] = 30.400000\n"
-                                                      "DEV: DEMO_LENGTH = 75798 SCENE_TIME[2] = 25.000000\n");
-}
-
-TEST(SilentClock, JumpsWithoutBoundsEvenBeforeItRuns) {
+TEST(SilentMode, PausesAndSeeksWithoutAnEnd) {
+    openTestWindow(WIDTH, HEIGHT);
     SOUND_ON = 0;
-    ryl_skipTo(5000);
-    EXPECT_EQ(ryl_getTime(), 5000);
-    ryl_skipTo(-7);
-    EXPECT_EQ(ryl_getTime(), -7);
+    ryl_update(0);
+    EXPECT_EQ(ryl_getTime(), 0) << "runs before it is started";
     ryl_startMusic();
-    ryl_startMusic();
-    EXPECT_EQ(SOUND_MUTE_START, 2);
+    ryl_update(0);
+    ryl_update(0);
+    press(' ');
+    expectPaused(true);
+    ryl_update(0);
+    EXPECT_EQ(ryl_Get(5), 50.0f);
+    pressSpecial(GLUT_KEY_RIGHT);
+    EXPECT_EQ(ryl_getTime(), 1050) << "seeks act while paused";
+    press(' ');
+    expectPaused(false);
+    DEMO_LENGTH = 1000;
+    for (const auto& [key, from, to] : {std::array{GLUT_KEY_LEFT, 500, 0},
+                                        {GLUT_KEY_LEFT, 1500, 500},
+                                        {GLUT_KEY_RIGHT, 500, 1500},
+                                        {GLUT_KEY_UP, 500, 500},
+                                        {GLUT_KEY_UP, -7, -7}})
+        EXPECT_EQ(timeAfter(key, from), to);
 }
 
-TEST(CaptureClock, CannotBeMovedAndMakesNoSound) {
-    CAPTURE = 1;
-    CAPTURE_TIMER = 75;
-    ryl_loadMusic("data/no-such-file.mp3");
-    ryl_startMusic();
-    ryl_skipTo(5000);
-    EXPECT_EQ(ryl_getTime(), 75);
-    EXPECT_EQ(system0, nullptr);
-    EXPECT_EQ(SOUND_MUTE_START, 0);
-}
-
-TEST(SoundClock, StandsAtZeroUntilThereIsASoundtrack) {
+TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
+    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    openTestWindow(WIDTH, HEIGHT);
     testing::internal::CaptureStdout();
     ryl_startMusic();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "[/] No soundfile loaded.\n");
-    ryl_skipTo(1000);
-    EXPECT_EQ(ryl_getTime(), 0);
-    EXPECT_EQ(SONGLENGTH, 0U);
-}
+    press(' ');
+    EXPECT_EQ(ryl_Get(6), 0.0f) << "nothing to pause before there is a channel";
+    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 1000), 0);
 
-TEST(SoundClock, SkipsWithinTheSongOnly) {
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
     ryl_loadMusic("data/tune.mp3");
-    ryl_skipTo(1000);  // not started: stays where it is
-    EXPECT_EQ(ryl_getTime(), 0);
     ryl_startMusic();
-    ASSERT_GE(SONGLENGTH, 190000U);
-    FMOD_Channel_SetPaused(channel0, 1);
+    press(' ');
+    expectPaused(true);
     const int length = static_cast<int>(SONGLENGTH);
-    ryl_skipTo(30000);
-    EXPECT_EQ(ryl_getTime(), 30000);
-    ryl_skipTo(-1);
-    ryl_skipTo(length + 1);
-    EXPECT_EQ(ryl_getTime(), 30000);
-    ryl_skipTo(length);
-    EXPECT_EQ(ryl_getTime(), length);
+    ASSERT_GE(length, 190000);
+    for (const auto& [key, from, to] : {std::array{GLUT_KEY_RIGHT, 8999, 9999},
+                                        {GLUT_KEY_RIGHT, 9000, 9000},
+                                        {GLUT_KEY_LEFT, 1001, 1},
+                                        {GLUT_KEY_LEFT, 300, 0},
+                                        {GLUT_KEY_UP, length, length},
+                                        {GLUT_KEY_UP, length + 1, length},
+                                        {GLUT_KEY_UP, -1, length}}) {
+        DEMO_LENGTH = 10000;
+        EXPECT_EQ(timeAfter(key, from), to) << from;
+    }
+    DEMO_LENGTH = length + 10000;
+    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, length - 1000), length - 1000);
+    press(' ');
+    expectPaused(false);
 }
 
-TEST(Soundtrack, MissingFileEndsTheProgramWithTheLibrarysWords) {
+TEST(SoundMode, AMissingSoundtrackEndsTheProgramWithTheLibrarysWords) {
     setenv("SDL_AUDIODRIVER", "dummy", 1);
     const ChildResult result = runInChild([] { ryl_loadMusic("data/no-such-file.mp3"); });
     EXPECT_EQ(result.status, 255);
-    EXPECT_TRUE(result.output.starts_with("[!] FMOD error! (")) << result.output;
+    EXPECT_TRUE(result.output.starts_with("[!] FMOD error! (") && result.output.ends_with("\n")) << result.output;
     EXPECT_NE(result.output.find("not found"), std::string::npos) << result.output;
-    EXPECT_EQ(result.output.back(), '\n');
+}
+
+TEST(CaptureMode, WritesNumberedFramesOnAClockThatNothingMoves) {
+    const TempDir folder;
+    openTestWindow(WIDTH, HEIGHT);
+    fs::current_path(folder.path());
+    CAPTURE = 1;
+    CAPTURE_W = WIDTH;
+    CAPTURE_H = HEIGHT;
+    testing::internal::CaptureStdout();
+    ryl_loadMusic("data/no-such-file.mp3");
+    ryl_startMusic();
+    ryl_update(0);
+    fs::create_directory("capture");
+    for (int tick = 2; tick <= 11; ++tick) ryl_update(0);
+    const std::string lines = testing::internal::GetCapturedStdout();
+    press(' ');
+    pressSpecial(GLUT_KEY_RIGHT);
+    EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 5000), 275);
+    EXPECT_TRUE(lines.starts_with("couldn't open capture/1.png for writing. screenshot not performed\n"
+                                  "[CAPTURE] frame 1\n[CAPTURE] frame 2\n"))
+        << lines;
+    EXPECT_TRUE(lines.ends_with("[CAPTURE] frame 10\n[CAPTURE] frame 11\n")) << lines;
+    EXPECT_FALSE(fs::exists("capture/1.png"));
+    EXPECT_TRUE(fs::exists("capture/2.png") && fs::exists("capture/11.png"));
 }
 
 }  // namespace

@@ -31,55 +31,20 @@ struct Vector {
     int count;
 };
 
-#define GL_NAME(name) \
-    { GL_##name, #name }
+// clang-format off
+#define FOR_EACH_NAME(X) \
+    X(AMBIENT) X(BLEND) X(CLAMP) X(COLOR_MATERIAL) X(COMPILE) X(DIFFUSE) X(FRONT_AND_BACK) \
+    X(GENERATE_MIPMAP_SGIS) X(LIGHT_MODEL_TWO_SIDE) X(LINEAR) X(LINEAR_MIPMAP_LINEAR) X(LUMINANCE) \
+    X(LUMINANCE_ALPHA) X(MODULATE) X(NEAREST) X(NEAREST_MIPMAP_NEAREST) X(PACK_ALIGNMENT) X(REPEAT) X(RGB) \
+    X(RGBA) X(SHININESS) X(SPECULAR) X(TEXTURE_2D) X(TEXTURE_ENV) X(TEXTURE_ENV_MODE) X(TEXTURE_MAG_FILTER) \
+    X(TEXTURE_MIN_FILTER) X(TEXTURE_RECTANGLE) X(TEXTURE_WRAP_S) X(TEXTURE_WRAP_T) X(UNPACK_ALIGNMENT) \
+    X(UNSIGNED_BYTE)
+// clang-format on
+#define GL_NAME(name) {GL_##name, #name},
 
-const std::map<GLenum, const char*> NAMES = {GL_NAME(AMBIENT),
-                                             GL_NAME(BLEND),
-                                             GL_NAME(CLAMP),
-                                             GL_NAME(COLOR_MATERIAL),
-                                             GL_NAME(COMPILE),
-                                             GL_NAME(DIFFUSE),
-                                             GL_NAME(EXP2),
-                                             GL_NAME(FILL),
-                                             GL_NAME(FOG),
-                                             GL_NAME(FOG_COLOR),
-                                             GL_NAME(FOG_DENSITY),
-                                             GL_NAME(FOG_HINT),
-                                             GL_NAME(FOG_MODE),
-                                             GL_NAME(FRONT_AND_BACK),
-                                             GL_NAME(GENERATE_MIPMAP_SGIS),
-                                             GL_NAME(LIGHT0),
-                                             GL_NAME(LIGHT_MODEL_TWO_SIDE),
-                                             GL_NAME(LIGHTING),
-                                             GL_NAME(LINEAR),
-                                             GL_NAME(LINEAR_MIPMAP_LINEAR),
-                                             GL_NAME(LUMINANCE),
-                                             GL_NAME(LUMINANCE_ALPHA),
-                                             GL_NAME(MODULATE),
-                                             GL_NAME(NEAREST),
-                                             GL_NAME(NEAREST_MIPMAP_NEAREST),
-                                             GL_NAME(NICEST),
-                                             GL_NAME(PACK_ALIGNMENT),
-                                             GL_NAME(REPEAT),
-                                             GL_NAME(RGB),
-                                             GL_NAME(RGBA),
-                                             GL_NAME(SHININESS),
-                                             GL_NAME(SPECULAR),
-                                             GL_NAME(TEXTURE_2D),
-                                             GL_NAME(TEXTURE_ENV),
-                                             GL_NAME(TEXTURE_ENV_MODE),
-                                             GL_NAME(TEXTURE_MAG_FILTER),
-                                             GL_NAME(TEXTURE_MIN_FILTER),
-                                             GL_NAME(TEXTURE_RECTANGLE),
-                                             GL_NAME(TEXTURE_WRAP_S),
-                                             GL_NAME(TEXTURE_WRAP_T),
-                                             GL_NAME(UNPACK_ALIGNMENT),
-                                             GL_NAME(UNSIGNED_BYTE)};
-const std::map<GLenum, const char*> PRIMITIVES = {GL_NAME(LINES), GL_NAME(TRIANGLES), GL_NAME(TRIANGLE_STRIP),
-                                                  GL_NAME(QUADS)};
-const std::map<GLenum, const char*> FACTORS = {GL_NAME(ZERO), GL_NAME(ONE), GL_NAME(SRC_ALPHA),
-                                               GL_NAME(ONE_MINUS_SRC_ALPHA)};
+const std::map<GLenum, const char*> NAMES = {FOR_EACH_NAME(GL_NAME)};
+const std::map<GLenum, const char*> PRIMITIVES = {{GL_TRIANGLES, "TRIANGLES"}};
+const std::map<GLenum, const char*> FACTORS = {{GL_ZERO, "ZERO"}, {GL_ONE, "ONE"}, {GL_SRC_ALPHA, "SRC_ALPHA"}};
 
 std::string nameIn(const std::map<GLenum, const char*>& names, GLenum value) {
     const auto found = names.find(value);
@@ -178,21 +143,6 @@ RECORD(glTexImage2D,
        (GLenum target, GLint level, GLint internal, GLsizei width, GLsizei height, GLint border, GLenum format,
         GLenum type, const void* /*pixels*/),
        Name{target}, level, Name{static_cast<GLenum>(internal)}, width, height, border, Name{format}, Name{type})
-
-RECORD(glVertex3f, (GLfloat x, GLfloat y, GLfloat z), x, y, z)
-RECORD(glColor4f, (GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha), red, green, blue, alpha)
-RECORD(glPushMatrix, ())
-RECORD(glPopMatrix, ())
-RECORD(glTranslatef, (GLfloat x, GLfloat y, GLfloat z), x, y, z)
-RECORD(glRotatef, (GLfloat angle, GLfloat x, GLfloat y, GLfloat z), angle, x, y, z)
-RECORD(glScalef, (GLfloat x, GLfloat y, GLfloat z), x, y, z)
-RECORD(glFogf, (GLenum name, GLfloat value), Name{name}, value)
-RECORD(glFogfv, (GLenum name, const GLfloat* v), Name{name}, Vector{v, 4})
-RECORD(glFogi, (GLenum name, GLint value), Name{name}, Name{static_cast<GLenum>(value)})
-RECORD(glHint, (GLenum target, GLenum mode), Name{target}, Name{mode})
-RECORD(glLightfv, (GLenum light, GLenum name, const GLfloat* v), Name{light}, Name{name}, Vector{v, 4})
-RECORD(glLightModelfv, (GLenum name, const GLfloat* v), Name{name}, Vector{v, 4})
-RECORD(glPolygonMode, (GLenum face, GLenum mode), Name{face}, Name{mode})
 
 void glGenTextures(GLsizei count, GLuint* textures) {
     for (GLsizei i = 0; i < count; ++i) textures[i] = nextTexture++;
