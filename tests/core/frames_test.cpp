@@ -1,24 +1,227 @@
-// The frames as they are seen: the scenes against their plain versions, a frame finished in one pass against its layers
-// drawn one by one, and the whole demo, from the loading bar to the end and after seeks.
+// What is on the screen, by its pixels: what the toolkit draws, the scenes against their plain versions, a frame finished
+// in one pass against its layers drawn one by one, and the demo from the loading bar on.
 #include "fbo.h"
+#include "fonts.h"
+#include "gl_window.h"
 #include "layers.h"
 #include "picture.h"
 #include "plain_scenes.h"
+#include "ryl.h"
 #include "scenes/scenes.h"
-#include "screen.h"
+#include "temp_dir.h"
 #include "textures.h"
 
+#include <GL/glew.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <random>
-#include <utility>
+#include <vector>
 
 void drawScene();
 
 namespace {
 
 constexpr int WIDTH = 640, HEIGHT = 360;
+
+using Bytes = std::vector<unsigned char>;  // R, G, B, A, bottom row first
+using Colour = std::array<int, 3>;
+constexpr Colour BLACK = {0, 0, 0}, WHITE = {255, 255, 255}, RED = {255, 0, 0}, GREEN = {1, 255, 1},
+                 BLUE = {1, 1, 255};
+
+void clearTo(float grey) {
+    glClearColor(grey, grey, grey, 1);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+}
+
+// The window as the framework sets it up, white, the camera in its place.
+void openScreen() {
+    openTestWindow(WIDTH, HEIGHT);
+    ryl_initRendering();
+    ryl_handleResize(WIDTH, HEIGHT);
+    glMatrixMode(GL_MODELVIEW);
+    glTranslatef(0, 0, -50);
+    clearTo(1);
+}
+
+Bytes pixels() {
+    Bytes bytes(static_cast<std::size_t>(WIDTH) * HEIGHT * 4);
+    glReadPixels(0, 0, WIDTH, HEIGHT, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
+    return bytes;
+}
+
+// How many components differ by more than `levels`.
+int different(const Bytes& a, const Bytes& b, int levels) {
+    int count = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) count += std::abs(a[i] - b[i]) > levels ? 1 : 0;
+    return count;
+}
+
+// The pixels of one colour: their share of the picture, and the box around them in scene units.
+struct Ink {
+    double share = 0, left = 99, right = -99, bottom = 99, top = -99;
+};
+Ink ink(const Colour& colour, const Bytes& picture = pixels(), int tolerance = 1) {
+    constexpr double UNIT = 41.421 / HEIGHT;  // of a pixel, 50 units from the camera under 45 degrees
+    Ink found;
+    for (int i = 0; i < WIDTH * HEIGHT; ++i) {
+        const unsigned char* p = &picture[static_cast<std::size_t>(i) * 4];
+        if (!isColour({p[0], p[1], p[2], p[3]}, colour[0], colour[1], colour[2], tolerance)) continue;
+        const double x = (i % WIDTH + 0.5 - WIDTH / 2.0) * UNIT, y = (i / WIDTH + 0.5 - HEIGHT / 2.0) * UNIT;
+        found = {found.share + 1.0 / WIDTH / HEIGHT, std::min(found.left, x), std::max(found.right, x),
+                 std::min(found.bottom, y), std::max(found.top, y)};
+    }
+    return found;
+}
+
+void expectBox(const Ink& found, double left, double right, double bottom, double top, double tolerance = 0.2) {
+    EXPECT_NEAR(found.left, left, tolerance);
+    EXPECT_NEAR(found.right, right, tolerance);
+    EXPECT_NEAR(found.bottom, bottom, tolerance);
+    EXPECT_NEAR(found.top, top, tolerance);
+}
+
+// What drawing leaves as it found it.
+std::vector<double> glState() {
+    std::vector<double> all;
+    for (const GLenum name : {GL_MODELVIEW_MATRIX, GL_MATRIX_MODE, GL_VIEWPORT, GL_CURRENT_PROGRAM, GL_TEXTURE_2D,
+                              GL_FRAMEBUFFER_BINDING, GL_ACTIVE_TEXTURE, GL_BLEND, GL_BLEND_SRC, GL_BLEND_DST,
+                              GL_DEPTH_TEST, GL_DEPTH_WRITEMASK, GL_FOG, GL_CURRENT_COLOR, GL_COLOR_CLEAR_VALUE}) {
+        double values[16] = {};
+        glGetDoublev(name, values);
+        all.insert(all.end(), values, values + 16);
+    }
+    return all;
+}
+
+// ---- The toolkit --------------------------------------------------------------------------------------------------
+
+TEST(RenderTarget, ClearsWithTheColourSetBeforeAndSetsTheNext) {
+    openScreen();
+    const auto window = glState();
+    const int id = ryl_loadFBO(32, 16);
+    glClearColor(0, 1, 0, 1);
+    const unsigned texture = ryl_enableFBO(id, 1, 0, 0);
+    EXPECT_EQ(pixelAt(3, 3), (Pixel{0, 255, 0, 255}));
+    glRotatef(30, 1, 0, 0);
+    ryl_disableFBO(WIDTH + 0.9f, HEIGHT + 0.2f, 0, 0, 1);
+    EXPECT_TRUE(isColour(pixelAt(3, 3), 255, 0, 0));
+    EXPECT_EQ(ryl_enableFBO(id, 0, 0, 0), texture);
+    EXPECT_EQ(pixelAt(3, 3), (Pixel{0, 0, 255, 0}));
+    glRectf(-40, 0, 40, 40);  // the upper half, white
+    ryl_disableFBO(WIDTH, HEIGHT, 1, 1, 1);
+    glClearColor(1, 1, 1, 1);
+    EXPECT_EQ(glState(), window);
+    ryl_draw2DTexture(0, 0, 0, 20, 10, texture);
+    expectBox(ink(WHITE), -20, 20, 0, 10, 0.8);
+}
+
+TEST(Quad, LiesWhereItSaysInTheCallersColour) {
+    openScreen();
+    const unsigned texture = ryl_loadBlack();
+    const auto before = glState();
+    ryl_draw2DTexture(10, -5, -0.1f, 6, 4, texture);  // 10 to the left, 5 down
+    EXPECT_EQ(glState(), before);
+    expectBox(ink(BLACK), -16, -4, -9, -1);
+    glColor4f(1, 1, 1, 0.5f);
+    ryl_draw2DTexture(-15, 0, 0, 4, 4, texture);
+    expectBox(ink({128, 128, 128}), 11, 19, -4, 4);
+    glColor4f(1, 0, 0, 1);
+    glRectf(-20, -20, 0, 0);
+    expectBox(ink(BLACK), -16, -4, -9, -1);  // negative z is nearer
+}
+
+TEST(MotionBlur, WeighsThePicturesBeforeInTheValuesOfTheScreen) {
+    openScreen();
+    ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
+    EXPECT_GT(ink(WHITE, pixels(), 0).share, 0.99999) << "nothing is kept yet";
+    for (const int level : {51, 10, 2, 0}) {
+        clearTo(0);
+        ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
+        EXPECT_GT(ink({level, level, level}, pixels(), 0).share, 0.99999) << level;
+    }
+    glRectf(-7, 3, 5, 8);
+    const Bytes picture = pixels();
+    ryl_blendPicture(WIDTH, HEIGHT, 0);
+    clearTo(0);
+    glColor4f(0.1f, 0.2f, 0.3f, 0.4f);
+    glEnable(GL_FOG);
+    const auto before = glState();
+    ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
+    EXPECT_EQ(glState(), before);
+    const Ink shape = ink(WHITE, picture);
+    expectBox(ink({51, 51, 51}), shape.left, shape.right, shape.bottom, shape.top, 0.01);
+}
+
+TEST(Text, StandsAtItsPlaceAndThePauseLineOverEverything) {
+    openScreen();
+    const TempDir empty;
+    glColor4f(0, 0, 0, 1);
+    const auto before = glState();
+    ryl_drawPolygonText("HHH", -4, 3, 0);
+    EXPECT_EQ(glState(), before);
+    expectBox(ink(BLACK), -3.7, 6, 3, 5.9, 0.3);
+
+    glColor4f(0, 0, 1, 1);
+    glBegin(GL_TRIANGLES);
+    for (const auto& [x, y] : {std::pair{-99, -99}, {99, -99}, {0, 99}})
+        glVertex3i(x, y, 10);  // nearer than the line
+    glEnd();
+    glColor3f(1, 0, 0);
+    testing::internal::CaptureStdout();
+    ryl_infoText(-35, -20);
+    const Ink line = ink(RED);
+    std::filesystem::current_path(empty.path());
+    ryl_infoText(0, 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "PAUSED AT : 0ms\nPAUSED AT : 0ms\n");
+    expectBox(line, -34.5, -11.5, -20.5, -18, 1);
+    EXPECT_EQ(ink(RED).share, line.share) << "no font file, no line";
+    EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
+}
+
+TEST(Typewriter, ShowsACharacterPerTenthOfASecond) {
+    openScreen();
+    SOUND_ON = 0;
+    const auto edgeAt = [](int ms, const char* text) {
+        SOUND_MUTE_TIMER = ms;
+        clearTo(1);
+        glColor4f(0, 0, 0, 1);
+        ryl_typeWriterText(text, -30, 0, 0);
+        return ink(BLACK).right;
+    };
+    const char* const text = "HHHHHHHHHHHH";
+    const double none = edgeAt(1000, text), two = edgeAt(1250, text), all = edgeAt(9000, text);
+    EXPECT_EQ(none, Ink().right) << "the first call draws nothing";
+    EXPECT_GT(all + 30, 5 * (two + 30));
+    EXPECT_EQ(edgeAt(1099, text), none);
+    EXPECT_EQ(edgeAt(1299, text), two) << "seeks back with the clock";
+    EXPECT_EQ(edgeAt(500, text), none) << "before the text's start";
+    EXPECT_EQ(edgeAt(9000, "iiiiiiiiiiii"), all) << "a text of the same length is not noticed";
+    EXPECT_EQ(edgeAt(9000, "HHHHHHHHHHH"), none) << "another length starts over";
+    EXPECT_EQ(edgeAt(9250, "HHHHHHHHHHH"), two);
+}
+
+TEST(TextureFont, LaysOutGlyphsAndKeepsPlacesFree) {
+    openScreen();
+    const TempDir folder;
+    const std::string header("\0\0\2\0\0\0\0\0\0\0\0\0\4\0\1\0\30\0", 18);  // four texels: red, green, blue, white
+    ryl_loadTextureFont(folder.write("a.tga", header + "\1\1\xff\1\xff\1\xff\1\1\xff\xff\xff").c_str(), 4);
+    clearTo(0);
+    ryl_text("zB c3!Da", 2.5f, -9, 0, 0, 0, 0, 0);
+    expectBox(ink(GREEN), -7.5, -5.5, -1, 1);  // capitals draw as small letters
+    expectBox(ink(BLUE), -2.5, -0.5, -1, 1);   // a blank keeps its place, as does what has no glyph
+    expectBox(ink(WHITE), 5, 7, -1, 1);
+    expectBox(ink(RED), 7.5, 9.5, -1, 1);
+    clearTo(0);
+    ryl_text("ab", 2.5, 0, 0, 0, 0, 0, 180);
+    expectBox(ink(GREEN), -3.5, -1.5, -1, 1);  // turned by half a turn the line runs to the left
+}
+
+// ---- The scenes ---------------------------------------------------------------------------------------------------
 
 // What `draw` leaves in the scene target, which was white before.
 Bytes drawnBy(const std::function<void()>& draw) {
@@ -31,7 +234,7 @@ Bytes drawnBy(const std::function<void()>& draw) {
 
 TEST(Scenes, LookLikeThePlainOnes) {
     constexpr int FEW = WIDTH * HEIGHT * 4 / 10000;
-    openScreen(WIDTH, HEIGHT);
+    openScreen();
     GLMmodel* model = glmReadOBJ("data/cubeobj.obj");
     const unsigned cube = glmList(model, GLM_FLAT);
     // On a beat, just after one, and between two; the line of text crosses the picture in the first five seconds.
@@ -51,7 +254,7 @@ TEST(Scenes, LookLikeThePlainOnes) {
 }
 
 TEST(Scenes, KeepFloorPatternAndZoomBetweenFrames) {
-    openScreen(WIDTH, HEIGHT);
+    openScreen();
     int seed = 100;
     for (const auto& [t, after] : {std::pair{0.5f, 100}, {0.334f, 500}, {0.34f, 500}, {0.0f, 900}, {0.66f, 900}}) {
         drawCubeField({t, 0}, "", seed);
@@ -70,7 +273,7 @@ TEST(Scenes, KeepFloorPatternAndZoomBetweenFrames) {
 unsigned noiseTexture(int width, int height) {
     static std::mt19937 random(1);
     Bytes texels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
-    for (unsigned char& component : texels) component = static_cast<unsigned char>(random());
+    std::generate(texels.begin(), texels.end(), [&] { return static_cast<unsigned char>(random()); });
     unsigned texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
@@ -82,18 +285,17 @@ void drawLayer(const PictureLayer& layer) {
     ryl_draw2DTexture(0, 0, -layer.z, layer.halfWidth, layer.halfHeight, layer.texture);
 }
 
-// A picture of noise is kept; the window has the grey.
-void keepNoise(unsigned noise, float grey) {
-    glClearColor(0, 0, 0, 1);
-    ryl_disableFBO(WIDTH, HEIGHT, grey, grey, grey);
+// A picture of noise is kept; the window is white.
+void keepNoise(unsigned noise) {
+    clearTo(1);
     glColor4f(1, 1, 1, 1);
     drawLayer({noise, 0, 40, 22});
     ryl_blendPicture(WIDTH, HEIGHT, 0);
-    ryl_disableFBO(WIDTH, HEIGHT, 0, 0, 0);
+    ryl_disableFBO(WIDTH, HEIGHT, 1, 1, 1);
 }
 
 TEST(Layers, InOnePassLookAsOneByOneAndLeaveTheStateAlone) {
-    openScreen(WIDTH, HEIGHT);
+    openScreen();
     const unsigned black = ryl_loadBlack(), noise = noiseTexture(WIDTH, HEIGHT);
     PictureLayers layers = {
         1, 0, {noiseTexture(WIDTH, HEIGHT), 0, 48, 17.1f}, {noiseTexture(99, 77), 0.1f, 37.5f, 17}};
@@ -101,14 +303,14 @@ TEST(Layers, InOnePassLookAsOneByOneAndLeaveTheStateAlone) {
     for (const float opacity : {7.0f, 1.0f, 0.62f, 0.13f, 0.0f, -1.0f}) {
         layers.opacity = opacity;
         layers.picture.halfWidth = 68 - layers.picture.halfWidth;  // 48, with bands above and below, or 20
-        keepNoise(noise, layers.ground);
+        keepNoise(noise);
         glColor4f(1, 1, 1, opacity);
         drawLayer(layers.picture);
         drawLayer({black, -0.1f, 100, 100});
         drawLayer(layers.overlay);
         ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
         const Bytes expected = pixels();
-        keepNoise(noise, layers.ground);
+        keepNoise(noise);
         const auto before = glState();
         ASSERT_TRUE(ryl_blendLayers(WIDTH, HEIGHT, layers, 0.2f));
         EXPECT_EQ(glState(), before);
@@ -118,14 +320,6 @@ TEST(Layers, InOnePassLookAsOneByOneAndLeaveTheStateAlone) {
 
 // ---- The demo -----------------------------------------------------------------------------------------------------
 
-// Share of the picture that is within `tolerance` levels of the colour, 0 to 1.
-double share(const Bytes& picture, int red, int green, int blue, int tolerance = 20) {
-    int count = 0;
-    for (std::size_t i = 0; i < picture.size(); i += 4)
-        count += isColour({picture[i], picture[i + 1], picture[i + 2], 0}, red, green, blue, tolerance) ? 1 : 0;
-    return static_cast<double>(count) / WIDTH / HEIGHT;
-}
-
 // The picture at `ms`, drawn until the motion blur has settled.
 Bytes pictureAt(int ms) {
     SOUND_MUTE_TIMER = ms;
@@ -134,21 +328,23 @@ Bytes pictureAt(int ms) {
 }
 
 TEST(Demo, ShowsABarThenImagesThenRibbonsAndLooksTheSameAfterSeeks) {
-    openScreen(WIDTH, HEIGHT);
+    openScreen();
     SOUND_ON = 0;
-    double red = 0;
+    double bar = -99;
     for (int frame = 1; drawScene(), DEMO_LENGTH == 0; ++frame) {
-        const double before = std::exchange(red, share(pixels(), 255, 0, 0));
-        ASSERT_GT(red, before) << "the bar grows, frame " << frame;
+        const Ink red = ink(RED);
+        EXPECT_NEAR(red.left, -18.8, 0.2);  // centred when full: a 17th of the window's pixels
+        ASSERT_GT(red.right, bar) << "grows with frame " << frame;
+        bar = red.right;
     }
     const Bytes images = pictureAt(4000);
-    EXPECT_NEAR(share(images, 0, 0, 0), 0.17, 0.06) << "the bands above and below";
-    EXPECT_GT(share(images, 255, 255, 255), 0.25);
+    EXPECT_NEAR(ink(BLACK, images, 5).share, 0.17, 0.06) << "the bands above and below";
+    EXPECT_GT(ink(WHITE, images, 20).share, 0.25);
     pictureAt(5700);
     const Bytes ribbons = pictureAt(9000);
-    EXPECT_LT(share(ribbons, 255, 255, 255), 0.1);
-    EXPECT_GT(share(pictureAt(10390), 255, 255, 255), 0.6) << "fades to white";
-    EXPECT_EQ(share(pictureAt(133000), 0, 0, 0, 0), 1.0);
+    EXPECT_LT(ink(WHITE, ribbons, 20).share, 0.1);
+    EXPECT_GT(ink(WHITE, pictureAt(10390), 20).share, 0.6) << "fades to white";
+    EXPECT_GT(ink(BLACK, pictureAt(133000), 0).share, 0.99999);
     for (const int ms : {128500, 102500, 80000, 78000, 57000, 27000, 7000}) pictureAt(ms);
     EXPECT_LT(different(pictureAt(9000), ribbons, 2), WIDTH * HEIGHT / 1000) << "a scene has changed the GL's state";
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));

@@ -1,5 +1,6 @@
 // Images to textures, by what the GL holds afterwards; pictures to files; and what a bad file ends with.
 #include "child.h"
+#include "fonts.h"
 #include "gl_window.h"
 #include "picture.h"
 #include "temp_dir.h"
@@ -15,7 +16,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -47,19 +47,19 @@ std::string pngBytes(gdImage* image) {
     return text;
 }
 
-// An uncompressed true-colour image; `changes` are bytes put elsewhere into its header.
-std::string tga(int width, int height, int depth, const std::string& pixels,
-                const std::vector<std::pair<std::size_t, int>>& changes = {}) {
-    std::string bytes(18, '\0');
-    for (const auto& [at, value] : {std::pair<std::size_t, int>{2, 2},
-                                    {12, width % 256},
-                                    {13, width / 256},
-                                    {14, height % 256},
-                                    {15, height / 256},
-                                    {16, depth}})
-        bytes[at] = static_cast<char>(value);
-    for (const auto& [at, value] : changes) bytes[at] = static_cast<char>(value);
-    return bytes + pixels;
+// An uncompressed true-colour image of less than 256 pixels a side.
+std::string tga(int width, int height, int depth, const std::string& pixels) {
+    std::string header(18, '\0');
+    header[2] = 2;
+    header[12] = static_cast<char>(width);
+    header[14] = static_cast<char>(height);
+    header[16] = static_cast<char>(depth);
+    return header + pixels;
+}
+
+// With other bytes in the header, from `at` on.
+std::string changed(std::string bytes, std::size_t at, const std::string& others) {
+    return bytes.replace(at, others.size(), others);
 }
 
 TEST(Png, KeepsColoursAndRowsAndStretchesAlpha) {
@@ -99,53 +99,63 @@ TEST(Tga, SwapsRedAndBlueAndKeepsStoredRowOrder) {
     int alignment = 0;
     glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
     EXPECT_EQ(alignment, 4);
-    ryl_loadTGA(folder.write("alpha.tga", tga(1, 1, 32, "abcd", {{17, 0x20}})).c_str());
+    ryl_loadTGA(folder.write("alpha.tga", changed(tga(1, 1, 32, "abcd"), 17, " ")).c_str());
     EXPECT_EQ(texels()[0], (Texel{'c', 'b', 'a', 'd'}));
 }
 
-TEST(Images, BadFilesEndTheProgramWithTheirReason) {
+using Load = unsigned (*)(const char* path);
+
+TEST(Files, ThatAreBadEndTheProgramWithTheReason) {
     const TempDir folder;
-    const fs::path missing = folder.path() / "none";
-    const std::string unreadable = "[!] Unable to load ", corrupt = " was a corrupt image =/\n",
-                      noMemory = "[!] Unable to allocate memory for tga ";
+    const Load none = nullptr, font = [](const char*path) { return ryl_loadTextureFont(path, 0); };
+    const Load text = [](const char*) { return ryl_text("a", 1, 0, 0, 0, 0, 0, 0), 0U; };
     const struct {
-        unsigned (*load)(const char* path);
-        std::string path, before, after;
+        Load load;  // none: the same as in the row before
+        std::string bytes, before, after;
     } cases[] = {
-        {ryl_loadPNG, folder.write("text.png", "this is no image"), "[! ", "] Unable to load image"},
-        {ryl_loadPNG, missing, "[! ", "] file not found.\n"},
-        {ryl_loadPNG, folder.path(), "[! ", "] file not found.\n"},
-        {ryl_loadTGA, missing, "[! ", "] file not found \n"},
-        {ryl_loadTGA, folder.write("empty", ""), unreadable, ""},
-        {ryl_loadTGA, folder.write("header", tga(1, 1, 24, "").substr(0, 17)), unreadable, ""},
-        {ryl_loadTGA, folder.write("run-length", tga(1, 1, 24, "abc", {{2, 10}})), unreadable, ""},
-        {ryl_loadTGA, folder.write("with-id", tga(1, 1, 24, "abc", {{0, 1}})), unreadable, ""},
-        {ryl_loadTGA, folder.write("width", tga(0, 1, 24, "abc")), "[!] ", corrupt},
-        {ryl_loadTGA, folder.write("height", tga(1, 0, 24, "abc")), "[!] ", corrupt},
-        {ryl_loadTGA, folder.write("depth", tga(1, 1, 16, "abc")), "[!] ", corrupt},
-        {ryl_loadTGA, folder.write("short", tga(2, 2, 24, "too short")), noMemory, "...\n"},
-        {ryl_loadTGA, folder.write("huge", tga(65535, 65535, 32, "far too short")), noMemory, "...\n"},
+        {ryl_loadPNG, "this is no image", "[! ", "] Unable to load image"},
+        {ryl_loadTGA, "", "[!] Unable to load ", ""},
+        {none, tga(1, 1, 24, "").substr(0, 17), "[!] Unable to load ", ""},
+        {none, changed(tga(1, 1, 24, "abc"), 2, "\n"), "[!] Unable to load ", ""},  // run lengths
+        {none, changed(tga(1, 1, 24, "abc"), 0, "x"), "[!] Unable to load ", ""},   // a text before the pixels
+        {none, tga(0, 1, 24, "abc"), "[!] ", " was a corrupt image =/\n"},
+        {none, tga(1, 0, 24, "abc"), "[!] ", " was a corrupt image =/\n"},
+        {none, tga(1, 1, 16, "abc"), "[!] ", " was a corrupt image =/\n"},
+        {none, tga(2, 2, 24, "too short"), "[!] Unable to allocate memory for tga ", "...\n"},
+        {none, changed(tga(1, 1, 32, "abcd"), 12, "\xff\xff\xff\xff"), "[!] Unable to allocate memory for tga ",
+         "...\n"},
+    };
+    Load load = none;
+    const auto expectEnd = [&](const std::string& path, const std::string& output) {
+        const ChildResult result = runInChild([&] { load(path.c_str()); });
+        EXPECT_EQ(result.output, output);
+        EXPECT_EQ(result.status, 255);
     };
     for (const auto& bad : cases) {
-        const ChildResult result = runInChild([&] { bad.load(bad.path.c_str()); });
-        EXPECT_EQ(result.output, bad.before + bad.path + bad.after);
-        EXPECT_EQ(result.status, 255);
+        load = bad.load != none ? bad.load : load;
+        const std::string path = folder.write("bad", bad.bytes);
+        expectEnd(path, bad.before + path + bad.after);
     }
+    expectEnd("none.tga", "[! none.tga] file not found \n");
+    load = ryl_loadPNG;
+    for (const char* path : {"none.png", "."}) expectEnd(path, std::string("[! ") + path + "] file not found.\n");
+    load = font;
+    expectEnd("a.tga", "[!] No fontindex was given (argument 2 of function ryl_loadTextureFont()\n");
+    load = text;
+    expectEnd("", "[!] ryl_text() no font loaded.\n");
 }
 
 // ---- Screenshots --------------------------------------------------------------------------------------------------
 
-// A picture whose pixel at column x, row y (from the bottom) is (2x, 6y, 77).
+// The colour at column x, row y (from the bottom) of the picture, as gd has it.
+int colourAt(int x, int y) { return x < WIDTH && y < HEIGHT ? gdTrueColor(2 * x, 6 * y, 77) : 0; }
+
 void drawPicture() {
     openTestWindow(WIDTH, HEIGHT);
-    glEnable(GL_SCISSOR_TEST);
-    for (int x = 0; x < WIDTH; ++x)
-        for (int y = 0; y < HEIGHT; ++y) {
-            glScissor(x, y, 1, 1);
-            glClearColor(static_cast<float>(2 * x) / 255, static_cast<float>(6 * y) / 255, 77.0f / 255, 1);
-            glClear(GL_COLOR_BUFFER_BIT);
-        }
-    glDisable(GL_SCISSOR_TEST);
+    std::vector<int> rows;
+    for (int i = 0; i < WIDTH * HEIGHT; ++i) rows.push_back(colourAt(i % WIDTH, i / WIDTH));
+    glWindowPos2i(0, 0);
+    glDrawPixels(WIDTH, HEIGHT, GL_BGRA, GL_UNSIGNED_BYTE, rows.data());
 }
 
 // Row 0 of the file is the bottom row of the screen; what lies outside the window is black.
@@ -159,9 +169,7 @@ void expectPicture(const std::string& path, int width, int height) {
     EXPECT_EQ(gdImageSY(image), height);
     int wrong = 0;
     for (int x = 0; x < width; ++x)
-        for (int y = 0; y < height; ++y)
-            wrong +=
-                gdImageGetPixel(image, x, y) != (x < WIDTH && y < HEIGHT ? gdTrueColor(2 * x, 6 * y, 77) : 0) ? 1 : 0;
+        for (int y = 0; y < height; ++y) wrong += gdImageGetPixel(image, x, y) != colourAt(x, y) ? 1 : 0;
     EXPECT_EQ(wrong, 0);
     gdImageDestroy(image);
 }
