@@ -215,9 +215,10 @@ std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name) {
     for (std::uint32_t i = 0; i < model->numtextures; ++i)
         if (std::strcmp(model->textures[i].name, name) == 0) return i;
 
-    GLMtexture texture{.name = __glmCopy(name), .id = 0, .width = 1.0f, .height = 1.0f};
+    GLMtexture texture{.name = nullptr, .id = 0, .width = 1.0f, .height = 1.0f};
     const GLMstring path = __glmBeside(model->pathname, name);
     texture.id = glmLoadTexture(path.get(), true, true, true, true, &texture.width, &texture.height);
+    texture.name = __glmCopy(name);
 
     model->textures = __glmResize(model->textures, model->numtextures + std::size_t{1});
     model->textures[model->numtextures] = texture;

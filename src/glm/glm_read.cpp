@@ -536,6 +536,10 @@ void validateFacets(const GLMmodel& model) {
         requireIndex("facet", i, model.triangles[i].findex, model.numfacetnorms);
 }
 
+struct DeleteModel {
+    void operator()(GLMmodel* model) const { glmDelete(model); }
+};
+
 void readModel(GLMmodel* model) {
     ObjReader reader{};
     reader.model = model;
@@ -551,15 +555,15 @@ void readModel(GLMmodel* model) {
 
 GLMmodel* glmReadOBJ(const char* path) {
     assert(path != nullptr);
-    auto* model = __glmArray<GLMmodel>(1);
+    std::unique_ptr<GLMmodel, DeleteModel> model(__glmArray<GLMmodel>(1));
     model->pathname = __glmCopy(path);
     try {
-        readModel(model);
+        readModel(model.get());
     } catch (const std::bad_alloc&) {
         __glmFatalError("out of memory while reading \"%s\"", path);
     }
     validateCorners(*model);
-    glmFacetNormals(model);
+    glmFacetNormals(model.get());
     validateFacets(*model);
-    return model;
+    return model.release();
 }
