@@ -17,9 +17,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <random>
+#include <string>
 #include <vector>
 
 void drawScene();
@@ -137,29 +137,15 @@ TEST(Quad, LiesWhereItSaysInTheCallersColour) {
 
 TEST(MotionBlur, WeighsThePicturesBeforeInTheValuesOfTheScreen) {
     openScreen();
-    ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
-    EXPECT_GT(ink(WHITE, pixels(), 0).share, 0.99999) << "nothing is kept yet";
-    for (const int level : {51, 10, 2, 0}) {
-        clearTo(0);
+    for (const int level : {255, 51, 10, 2, 0}) {  // the first picture only is kept
         ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
         EXPECT_GT(ink({level, level, level}, pixels(), 0).share, 0.99999) << level;
+        clearTo(0);
     }
-    glRectf(-7, 3, 5, 8);
-    const Bytes picture = pixels();
-    ryl_blendPicture(WIDTH, HEIGHT, 0);
-    clearTo(0);
-    glColor4f(0.1f, 0.2f, 0.3f, 0.4f);
-    glEnable(GL_FOG);
-    const auto before = glState();
-    ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
-    EXPECT_EQ(glState(), before);
-    const Ink shape = ink(WHITE, picture);
-    expectBox(ink({51, 51, 51}), shape.left, shape.right, shape.bottom, shape.top, 0.01);
 }
 
 TEST(Text, StandsAtItsPlaceAndThePauseLineOverEverything) {
     openScreen();
-    const TempDir empty;
     glColor4f(0, 0, 0, 1);
     const auto before = glState();
     ryl_drawPolygonText("HHH", -4, 3, 0);
@@ -174,35 +160,30 @@ TEST(Text, StandsAtItsPlaceAndThePauseLineOverEverything) {
     glColor3f(1, 0, 0);
     testing::internal::CaptureStdout();
     ryl_infoText(-35, -20);
-    const Ink line = ink(RED);
-    std::filesystem::current_path(empty.path());
-    ryl_infoText(0, 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "PAUSED AT : 0ms\nPAUSED AT : 0ms\n");
-    expectBox(line, -34.5, -11.5, -20.5, -18, 1);
-    EXPECT_EQ(ink(RED).share, line.share) << "no font file, no line";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "PAUSED AT : 0ms\n");
+    expectBox(ink(RED), -34.5, -11.5, -20.5, -18, 1);
     EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
 }
 
 TEST(Typewriter, ShowsACharacterPerTenthOfASecond) {
     openScreen();
     SOUND_ON = 0;
-    const auto edgeAt = [](int ms, const char* text) {
+    const std::string text(12, 'H');
+    const auto edgeAt = [](int ms, const std::string& line) {
         SOUND_MUTE_TIMER = ms;
         clearTo(1);
         glColor4f(0, 0, 0, 1);
-        ryl_typeWriterText(text, -30, 0, 0);
+        ryl_typeWriterText(line.c_str(), -30, 0, 0);
         return ink(BLACK).right;
     };
-    const char* const text = "HHHHHHHHHHHH";
     const double none = edgeAt(1000, text), two = edgeAt(1250, text), all = edgeAt(9000, text);
     EXPECT_EQ(none, Ink().right) << "the first call draws nothing";
-    EXPECT_GT(all + 30, 5 * (two + 30));
     EXPECT_EQ(edgeAt(1099, text), none);
-    EXPECT_EQ(edgeAt(1299, text), two) << "seeks back with the clock";
+    EXPECT_GT(all + 30, 5 * (two + 30));
     EXPECT_EQ(edgeAt(500, text), none) << "before the text's start";
-    EXPECT_EQ(edgeAt(9000, "iiiiiiiiiiii"), all) << "a text of the same length is not noticed";
-    EXPECT_EQ(edgeAt(9000, "HHHHHHHHHHH"), none) << "another length starts over";
-    EXPECT_EQ(edgeAt(9250, "HHHHHHHHHHH"), two);
+    EXPECT_EQ(edgeAt(9000, std::string(12, 'i')), all) << "a text of the same length is not noticed";
+    EXPECT_EQ(edgeAt(9000, std::string(11, 'H')), none) << "another length starts over";
+    EXPECT_EQ(edgeAt(9250, std::string(11, 'H')), two);
 }
 
 TEST(TextureFont, LaysOutGlyphsAndKeepsPlacesFree) {
@@ -308,10 +289,12 @@ TEST(Layers, InOnePassLookAsOneByOneAndLeaveTheStateAlone) {
         drawLayer(layers.picture);
         drawLayer({black, -0.1f, 100, 100});
         drawLayer(layers.overlay);
+        auto before = glState();
         ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
+        EXPECT_EQ(glState(), before);
         const Bytes expected = pixels();
         keepNoise(noise);
-        const auto before = glState();
+        before = glState();
         ASSERT_TRUE(ryl_blendLayers(WIDTH, HEIGHT, layers, 0.2f));
         EXPECT_EQ(glState(), before);
         EXPECT_EQ(different(pixels(), expected, 2), 0) << "opacity " << opacity;

@@ -1,8 +1,6 @@
 // The program as its users meet it: options, lines, keys, files, exit status.
 #include "program.h"
 
-#include "x_server.h"
-
 #include <gd.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -49,6 +47,7 @@ std::string capture(const RunDirectory& directory, int frames, const std::string
 }
 
 TEST(Ends, HaveAStatusAndAReason) {
+    const std::string PICTURE = "data/images/summer.png", NO_PICTURE = "[! data/images/summer.png] file not found.\n";
     const struct {
         std::string missing, options;  // missing from the run directory
         int status;
@@ -56,8 +55,11 @@ TEST(Ends, HaveAStatusAndAReason) {
     } cases[] = {
         {"", "-nf -c", FAILED, "[*] systemcheck.\n[*] system seems fine\n[!] -c <compressionlevel 0-9>\n"},
         {"", "-w 99999 -h 9", FAILED, "[!] 99999 x 9 is too large, a picture has at most 16384 x 16384 pixels\n"},
-        {"data/images/summer.png", "-nf", FAILED,
-         "nothing else was given\n[! data/images/summer.png] file not found.\n"},
+        {PICTURE, "-nf -w 9", FAILED, "[*] Resolution set to default becouse nothing else was given\n" + NO_PICTURE},
+        {PICTURE, "-x -nf -w 0 -w 32 -w 7 -h 20 -s", FAILED, "[*] Resolution set to 32x20:32@75\n" + NO_PICTURE},
+        {PICTURE, "-nf -w -5 -h 1", FAILED, "[/] -5 x 1 is no size for a picture, taking 640 x 480\n" + NO_PICTURE},
+        {PICTURE, "-w 9 -h 9", FAILED,
+         "[/] no game mode 9x9:32@75 on this screen, taking a full-screen window\n" + NO_PICTURE},
         {"data/cubeobj.obj", "-nf", 1,
          "GLM: Fatal Error: glmReadOBJ() failed: can't open data file \"data/cubeobj.obj\".\n"},
         {"data/tune.mp3", "-nf -w 160 -h 90", FAILED, "[!] FMOD error! ("},
@@ -70,25 +72,6 @@ TEST(Ends, HaveAStatusAndAReason) {
         const Outcome outcome = runProgram(directory, words(options));
         EXPECT_EQ(outcome.status, status) << message;
         EXPECT_NE(outcome.output.find(message), std::string::npos) << outcome.output;
-    }
-}
-
-TEST(Options, ChooseTheWindow) {
-    const struct {
-        std::string options, line, size;
-    } cases[] = {
-        {"-nf -m -w 800", "[*] Resolution set to default becouse nothing else was given\n", "640x480"},
-        {"-x -nf -m -w 0 -w 320 -w 700 -h 200 -s", "[*] Resolution set to 320x200:32@75\n", "320x200"},
-        {"-nf -m -w -5 -h 1", "[/] -5 x 1 is no size for a picture, taking 640 x 480\n", "640x480"},
-        {"-m -w 320 -h 9", "[/] no game mode 320x9:32@75 on this screen, taking a full-screen window\n", "400x300"},
-    };
-    startPrivateDisplay(400, 300);
-    const RunDirectory directory;
-    for (const auto& [options, line, size] : cases) {
-        Program program(directory, words(options));
-        EXPECT_TRUE(program.waitForLine(line) && program.waitForLine("DEV: DEMO_LENGTH")) << program.output();
-        const std::string window = shell("xdotool search --onlyvisible --name '^ryl-framework$' getwindowgeometry");
-        EXPECT_NE(window.find("Geometry: " + size), std::string::npos) << window;
     }
 }
 
