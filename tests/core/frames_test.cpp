@@ -232,6 +232,7 @@ TEST(Scenes, LookLikeThePlainOnes) {
             const Bytes plain = drawnBy([&] { plain::drawCubeWall(t, model, bobbing); });
             EXPECT_LE(different(picture, plain, 1), FEW) << "wall at " << t << (bobbing ? ", bobbing" : "");
         }
+    glmDelete(model);
 }
 
 TEST(Scenes, KeepFloorPatternAndZoomBetweenFrames) {
@@ -310,7 +311,7 @@ Bytes pictureAt(int ms) {
     return pixels();
 }
 
-TEST(Demo, ShowsABarThenImagesThenRibbonsAndLooksTheSameAfterSeeks) {
+TEST(Demo, ShowsBarImagesRibbonsAndTheSameAfterSeeks) {
     openScreen();
     SOUND_ON = 0;
     double bar = -99;
