@@ -71,7 +71,8 @@ Ink ink(const Colour& colour, const Bytes& picture = pixels(), int tolerance = 1
     for (int i = 0; i < WIDTH * HEIGHT; ++i) {
         const unsigned char* p = &picture[static_cast<std::size_t>(i) * 4];
         if (!isColour({p[0], p[1], p[2], p[3]}, colour[0], colour[1], colour[2], tolerance)) continue;
-        const double x = (i % WIDTH + 0.5 - WIDTH / 2.0) * UNIT, y = (i / WIDTH + 0.5 - HEIGHT / 2.0) * UNIT;
+        const int column = i % WIDTH, row = i / WIDTH;
+        const double x = (column + 0.5 - WIDTH / 2.0) * UNIT, y = (row + 0.5 - HEIGHT / 2.0) * UNIT;
         found = {found.share + 1.0 / WIDTH / HEIGHT, std::min(found.left, x), std::max(found.right, x),
                  std::min(found.bottom, y), std::max(found.top, y)};
     }

@@ -14,7 +14,6 @@
 #include <set>
 #include <sstream>
 #include <string>
-#include <tuple>
 
 void drawScene();
 
@@ -155,12 +154,17 @@ TEST(Timeline, HandsOverWithinTheFrameAndBackInTheNext) {
 }
 
 TEST(Timeline, StartScenesJumpByWholeSecondsWhereTheClockCanBeMoved) {
-    for (const auto& [scene, seconds, line] :
-         {std::tuple{2, 30, "wall 0 0"}, {5, 105, "field 0 l 101"}, {99, 186, ""}}) {
-        const ChildResult jump =
-            runInChild([&] { load(scene), std::cout << frameAt(static_cast<float>(1000 * seconds)); });
-        EXPECT_EQ(jump.output, "## got queue " + std::to_string(scene) +
-                                   "\nsong start pos = " + std::to_string(seconds) + "000\n" + line);
+    const struct {
+        int scene, second;
+        std::string drawn;
+    } cases[] = {{2, 30, "wall 0 0"}, {5, 105, "field 0 l 101"}, {99, 186, ""}};
+    for (const auto& start : cases) {
+        const ChildResult result = runInChild([&] {
+            load(start.scene);
+            std::cout << frameAt(1000.0f * static_cast<float>(start.second));
+        });
+        EXPECT_EQ(result.output, "## got queue " + std::to_string(start.scene) +
+                                     "\nsong start pos = " + std::to_string(start.second) + "000\n" + start.drawn);
     }
     isCapturing = true;
     answers[5] = 800;
