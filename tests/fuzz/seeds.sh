@@ -6,8 +6,8 @@ mkdir -p "$1"/{mp3,obj,operations,png,ppm,probe,tga}
 cd "$1"
 
 images=(-frames:v 1 ppm/image.ppm -frames:v 1 -pix_fmt rgb24 -flags ildct png/interlaced.png)
-for format in pal8 gray ya8 rgb24 rgba monob gray16be; do images+=(-frames:v 1 -pix_fmt $format png/$format.png); done
-for format in bgr24 bgra; do images+=(-frames:v 1 -rle 0 -pix_fmt $format tga/$format.tga); done
+for format in pal8 gray ya8 rgb24 rgba monob gray16be; do images+=(-frames:v 1 -pix_fmt "$format" "png/$format.png"); done
+for format in bgr24 bgra; do images+=(-frames:v 1 -rle 0 -pix_fmt "$format" "tga/$format.tga"); done
 ffmpeg -v error -y -f lavfi -i testsrc=size=9x5 "${images[@]}"
 ffmpeg -v error -y -f lavfi -i anoisesrc -t 0.1 -ar 44100 -b:a 32k mp3/44100.mp3 -t 0.1 -ar 22050 mp3/22050.mp3 \
     -t 0.1 -ar 8000 -ac 2 -write_xing 0 -id3v2_version 0 mp3/bare.mp3
@@ -17,8 +17,8 @@ printf 'x mtllib file.mtl\nnewmtl a\n' >probe/itself.obj
 printf '.mtl mtllib\n' >probe/early.obj
 for i in 1 2 3 4; do seq "$i" 999 | gzip -n | tail -c +20 | head -c 200 >operations/$i; done
 
-points='v 0 0 0\nv 1.5 0 -1\nv 0 1e3 0.25\nv 1 1 1 1\nvn 0 0 1\nvt 0 1\nvt .5\n'
-printf "%b" "${points}g a b\nusemtl red\nf 1 2 3\nf 1//1 2//-1 3//1 4//1\ns 1\nf 1/1 2/2 3/1#\n" >obj/forms.obj
+points='v 0 0 0\nv 1.5 0 -1\nv 0 +1000 0.25\nv 1 1 1 1\nvn 0 0 1\nvt 0 1\nvt .5\n'
+printf "%b" "${points}g o b\nf 1 2 3\ng b\nf 1//1 2//-1 3//1 4//1\ns 1\nf 1/1 2/2 3/1#\n" >obj/forms.obj
 printf "%b" "${points}f 1/1/1 2/2/1\n3/1/1 f 1 2 3\r\ng\r\no x\nf 4 3\n2 1 +1\n" >obj/lines.obj
 printf "%b" "mtllib m.mtl\nv 1 2 3\nusemtl b\nf 1 1 1\n\035Kd 1 0 0\nnewmtl a\nKa 1 1 1\nKs 1 1 1\nNs 50 d .5\n" \
     "illum 1\nrefl x\nNi 1\nnewmtl b\nmap_Kd m.mtl\nmap_Ka y\nTr 1\n" >obj/materials.obj
