@@ -212,8 +212,8 @@ void glmSpheremapTexture(GLMmodel* model);
 // Writes the model (not null) as OBJ text to `path`, with the normals (facet or vertex), texture coordinates and
 // materials that the mode asks for; what the model lacks is dropped with a warning. GLM_MATERIAL also writes the
 // material library into the directory of `path`. Triangles that take their material from a "usemtl" of their own
-// have it in every mode. Six decimals. Group names read back with one more blank in front. Fatal when a file cannot
-// be opened or written.
+// have it in every mode. Six decimals. Group names read back with one more blank in front; names are cut after 126
+// characters, which is what the reader takes. Fatal when a file cannot be opened or written.
 void glmWriteOBJ(const GLMmodel* model, const char* path, int mode);
 
 // Writes the model's materials as the MTL file `name` into the directory of `path`: colours and shininess, but not

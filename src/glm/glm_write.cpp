@@ -9,7 +9,8 @@
 
 namespace {
 
-constexpr int DECIMALS = 6;  // as "%f" writes
+constexpr int DECIMALS = 6;     // as "%f" writes
+constexpr int NAME_SIZE = 126;  // longest name that the reader takes whole: its lines hold a blank in front of it
 constexpr double MTL_SHININESS = 100.0;
 constexpr double GL_SHININESS_MAX = 128.0;
 
@@ -96,7 +97,7 @@ void printCorner(std::FILE* file, const GLMtriangle& triangle, int corner, int m
 void printTriangle(std::FILE* file, const GLMmodel& model, const GLMtriangle& triangle, int mode,
                    std::uint32_t& last) {
     if (triangle.material != 0 && triangle.material != last) {
-        std::fprintf(file, "usemtl %s\n", materialName(model, triangle.material));
+        std::fprintf(file, "usemtl %.*s\n", NAME_SIZE, materialName(model, triangle.material));
         last = triangle.material;
     }
     std::fputc('f', file);
@@ -107,9 +108,9 @@ void printTriangle(std::FILE* file, const GLMmodel& model, const GLMtriangle& tr
 void printGroups(std::FILE* file, const GLMmodel& model, int mode) {
     std::uint32_t last = GLM_NO_INDEX;
     for (const GLMgroup* group = model.groups; group != nullptr; group = group->next) {
-        std::fprintf(file, "g %s\n", group->name);
+        std::fprintf(file, "g %.*s\n", NAME_SIZE, group->name);
         if ((mode & GLM_MATERIAL) != 0) {
-            std::fprintf(file, "usemtl %s\n", materialName(model, group->material));
+            std::fprintf(file, "usemtl %.*s\n", NAME_SIZE, materialName(model, group->material));
             last = group->material;
         }
         for (std::uint32_t i = 0; i < group->numtriangles; ++i)
@@ -159,7 +160,7 @@ void glmWriteMTL(const GLMmodel* model, const char* path, const char* name) {
     std::fputc('\n', file);
     for (std::uint32_t i = 0; i < model->nummaterials; ++i) {
         const GLMmaterial& material = model->materials[i];
-        std::fprintf(file, "newmtl %s\n", material.name);
+        std::fprintf(file, "newmtl %.*s\n", NAME_SIZE, material.name);
         printVector(file, "Ka", material.ambient, 3);
         printVector(file, "Kd", material.diffuse, 3);
         printVector(file, "Ks", material.specular, 3);

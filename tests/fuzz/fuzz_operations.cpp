@@ -32,7 +32,7 @@ std::string modelText(Bytes& bytes) {
     const int normals = add("vn", bytes.below(4), 3), texcoords = add("vt", bytes.below(4), 2);
     for (int triangles = bytes.below(24); triangles > 0; --triangles, text += "\n") {
         const int kind = bytes.below(16);
-        if (kind % 4 == 1) text += "g " + std::to_string(kind) + "\n";
+        if (kind % 4 == 1) text += "g " + std::string(kind % 8 == 1 ? 126 : kind, 'f') + "\n";
         if (kind % 4 == 2) text += kind == 2 ? "usemtl glass\n" : "usemtl default\n";
         const bool texcoord = texcoords > 0 && (kind & 4) != 0, normal = normals > 0 && (kind & 8) != 0;
         text += "f";
@@ -45,7 +45,7 @@ std::string modelText(Bytes& bytes) {
     return text;
 }
 
-// Six decimals of each coordinate, and each group's triangles; group names get a blank in front.
+// Six decimals of each coordinate, and each group's triangles; group names, up to 127 characters, get a blank in front.
 void requireReadsBack(const GLMmodel& model, int mode) {
     glmWriteOBJ(&model, "back.obj", mode);
     const Model back(glmReadOBJ("back.obj"));
@@ -54,7 +54,7 @@ void requireReadsBack(const GLMmodel& model, int mode) {
         assert(!(std::fabs(model.vertices[i] - back->vertices[i]) > 1e-6f));
     if (mode != ALL) return;
     for (const GLMgroup* group = model.groups; group != nullptr; group = group->next) {
-        const GLMgroup* again = glmFindGroup(back.get(), (" " + std::string(group->name)).c_str());
+        const GLMgroup* again = glmFindGroup(back.get(), (" " + std::string(group->name)).substr(0, 127).c_str());
         assert(again != nullptr && again->numtriangles == group->numtriangles);
         for (std::uint32_t i = 0; i < group->numtriangles; ++i) {
             const GLMtriangle &was = model.triangles[group->triangles[i]], &is = back->triangles[again->triangles[i]];
