@@ -1,5 +1,5 @@
-// fuzz.h - what the fuzz targets share. A target feeds an input to the product, in files of the working directory, and
-// asserts that the product does right; to refuse an input is right.
+// fuzz.h - what the fuzz targets share. A target feeds an input to the product, in files of the working directory,
+// and asserts that the product does right; to refuse an input is right.
 #pragma once
 
 #include "exit_hook.h"

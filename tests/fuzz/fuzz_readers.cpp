@@ -40,8 +40,8 @@ void feedLibrary(decltype(glmReadPNG)* read) {
 
 }  // namespace
 
-// In the place of libpng's: goes on after a wrong checksum, which is what nearly every change leads to. libgd takes memory
-// for all the pixels that a file claims to have.
+// In the place of libpng's: goes on after a wrong checksum, which is what nearly every change leads to. libgd takes
+// memory for all the pixels that a file claims to have.
 png_structp png_create_read_struct(png_const_charp version, png_voidp data, png_error_ptr error, png_error_ptr warn) {
     png_structp png = png_create_read_struct_2(version, data, error, warn, nullptr, nullptr, nullptr);
     png_set_crc_action(png, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE);

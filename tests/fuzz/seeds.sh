@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# Writes the inputs that fuzzing starts from: seeds.sh FOLDER makes a folder below it for each target. What has been found
-# to go wrong and is mended gets a line here.
+# Writes the inputs that fuzzing starts from: seeds.sh FOLDER makes a folder below it for each target. What has been
+# found to go wrong and is mended gets a line here.
 set -euo pipefail
 mkdir -p "$1"/{mp3,obj,operations,png,ppm,probe,tga}
 cd "$1"
 
 images=(-frames:v 1 ppm/image.ppm -frames:v 1 -pix_fmt rgb24 -flags ildct png/interlaced.png)
-for format in pal8 gray ya8 rgb24 rgba monob gray16be; do images+=(-frames:v 1 -pix_fmt "$format" "png/$format.png"); done
+for format in pal8 gray ya8 rgb24 rgba monob gray16be; do
+    images+=(-frames:v 1 -pix_fmt "$format" "png/$format.png")
+done
 for format in bgr24 bgra; do images+=(-frames:v 1 -rle 0 -pix_fmt "$format" "tga/$format.tga"); done
 ffmpeg -v error -y -f lavfi -i testsrc=size=9x5 "${images[@]}"
 ffmpeg -v error -y -f lavfi -i anoisesrc -t 0.1 -ar 44100 -b:a 32k mp3/44100.mp3 -t 0.1 -ar 22050 mp3/22050.mp3 \
