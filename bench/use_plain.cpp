@@ -22,3 +22,5 @@ void drawCubeField(const SceneFrame& frame, const char* line, int& seed) {
 void drawCubeWall(const SceneFrame& frame, bool bobbing) { plain::drawCubeWall(frame.t, cube(), bobbing); }
 
 bool ryl_blendLayers(int, int, const PictureLayers&, float) { return false; }
+
+float ryl_perlin2DNoise(float x, float y, int seed) { return plain::perlin2DNoise(x, y, seed); }

@@ -2,7 +2,8 @@
 //
 // Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer, modelview as
 //          ryl_disableFBO leaves it; blending and the depth test on, lighting and fog off.
-// Leaves   all state as it was, but for the textures bound and the filters of the layers' textures, which become linear.
+// Leaves   all state as it was, but for the textures bound, their filters, which become linear, the current texture
+//          coordinates and the blend colour.
 // Never    reads the window: where it is smaller than the picture, the kept picture is whole all the same.
 #pragma once
 

@@ -56,11 +56,12 @@ Bytes texelsFromImage(gdImage* image, int width, int height) {
     unsigned char* texel = texels.get();
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            const int pixel = gdImageGetPixel(image, x, y);
-            const int alpha = (GD_ALPHA_RANGE - gdImageAlpha(image, pixel)) * OPAQUE_ALPHA / GD_ALPHA_RANGE;
-            *texel++ = static_cast<unsigned char>(gdImageRed(image, pixel));
-            *texel++ = static_cast<unsigned char>(gdImageGreen(image, pixel));
-            *texel++ = static_cast<unsigned char>(gdImageBlue(image, pixel));
+            // A call per pixel of a true-colour image would take as long as decoding it.
+            const int pixel = gdImageTrueColor(image) ? image->tpixels[y][x] : gdImageGetTrueColorPixel(image, x, y);
+            const int alpha = (GD_ALPHA_RANGE - gdTrueColorGetAlpha(pixel)) * OPAQUE_ALPHA / GD_ALPHA_RANGE;
+            *texel++ = static_cast<unsigned char>(gdTrueColorGetRed(pixel));
+            *texel++ = static_cast<unsigned char>(gdTrueColorGetGreen(pixel));
+            *texel++ = static_cast<unsigned char>(gdTrueColorGetBlue(pixel));
             *texel++ = static_cast<unsigned char>(alpha);
         }
     }

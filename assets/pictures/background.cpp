@@ -8,12 +8,12 @@
 
 namespace {
 
-constexpr int WIDTH = 1920, HEIGHT = 1080;
+constexpr int WIDTH = 1280, HEIGHT = 720;
 constexpr int SAMPLES = 3;  // per pixel and axis
 
 constexpr float HORIZON = 0.60f;  // of the height
-constexpr float LOGO_WIDTH = 1720, LOGO_TOP = 44;
-constexpr float SPHERES_HEIGHT = 590, SPHERES_TOP = 478;
+constexpr float LOGO_WIDTH = 1147, LOGO_TOP = 29;
+constexpr float SPHERES_HEIGHT = 393, SPHERES_TOP = 319;
 
 // --- the ribbons: bands around the vanishing point that swing as they come forward -----------------------------------
 
