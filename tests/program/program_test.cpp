@@ -80,6 +80,15 @@ TEST(Timeline, EndsByItselfFiveSecondsIntoTheClosingScene) {
     EXPECT_EQ(outcome.output, expected.str());
 }
 
+// A closed standard output must not become the number of the X connection, nor a reader that goes away the end.
+TEST(Output, NeedNotBeRead) {
+    const RunDirectory directory;
+    const std::string run = "cd " + directory.path().string() + " && timeout 60 ./ryl -nf -m -s 6 -w 80 -h 60";
+    EXPECT_EQ(shell(run + " <&- >&- 2>&-; echo $?"), "0\n");
+    EXPECT_EQ(shell("(" + run + "; echo $? >status) | head -1; cat " + directory.path().string() + "/status"),
+              "[*] systemcheck.\n0\n");
+}
+
 TEST(Keys, PauseSeekScreenshotAndQuit) {
     setenv("SDL_AUDIODRIVER", "dummy", 1);
     const RunDirectory directory;
