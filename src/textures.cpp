@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -94,6 +95,21 @@ std::size_t bytesLeft(std::FILE* file) {
     return end > here ? static_cast<std::size_t>(end - here) : 0;
 }
 
+// Whether the PNG file claims more pixels than its bytes can hold: deflate packs at most 1032 bytes into one (RFC 1951),
+// of at most 8 pixels each. libgd would take memory for all of them first.
+bool claimsTooMuch(std::FILE* file) {
+    constexpr std::uint64_t MOST_PIXELS_PER_BYTE = std::uint64_t{1032} * 8;
+    const std::size_t bytes = bytesLeft(file);
+    if (bytes == 0) return false;           // not known
+    std::array<unsigned char, 24> start{};  // the first chunk holds width and height at 16 and 20
+    const bool read = std::fread(start.data(), 1, start.size(), file) == start.size();
+    std::rewind(file);
+    const auto side = [&](std::size_t at) -> std::uint64_t {
+        return start[at] * 0x1000000ull + start[at + 1] * 0x10000ull + start[at + 2] * 0x100ull + start[at + 3];
+    };
+    return read && side(16) * side(20) / MOST_PIXELS_PER_BYTE > bytes;
+}
+
 // Exactly `count` bytes, or null when the memory cannot be had or the file ends before.
 Bytes readBytes(std::FILE* file, std::size_t count) {
     if (bytesLeft(file) < count) return nullptr;
@@ -125,7 +141,7 @@ unsigned ryl_loadPNG(const char* path) {
         std::printf("[! %s] file not found.\n", path);
         std::exit(-1);
     }
-    const Image image(gdImageCreateFromPng(file.get()));
+    const Image image(claimsTooMuch(file.get()) ? nullptr : gdImageCreateFromPng(file.get()));
     if (!image) {
         std::printf("[! %s] Unable to load image", path);
         std::exit(-1);
