@@ -15,7 +15,7 @@ enum class FramePhase {
 
 // The frame's phase from here to the next call. Time spent in a phase entered twice adds up.
 #ifdef RYL_FRAME_TIMER
-void ryl_enterPhase(FramePhase phase);
+void ryl_enterPhase(FramePhase next);
 #else
 inline void ryl_enterPhase(FramePhase) {}
 #endif
