@@ -21,14 +21,15 @@ struct Tune {
     ~Tune() { closeMp3(stream); }
     Tune(const Tune&) = delete;
     Tune& operator=(const Tune&) = delete;
-
-    int read() {
-        std::array<std::int16_t, CHUNK_SAMPLES> samples{};
-        const int frames = readMp3(stream, samples);
-        benchmark::DoNotOptimize(samples);
-        return frames;
-    }
 };
+
+// Frames read.
+int readChunk(Mp3Stream& stream) {
+    std::array<std::int16_t, CHUNK_SAMPLES> samples{};
+    const int frames = readMp3(stream, samples);
+    benchmark::DoNotOptimize(samples);
+    return frames;
+}
 
 // To the given second; below 0: to random places of the whole file.
 void seek(benchmark::State& state) {
@@ -37,7 +38,7 @@ void seek(benchmark::State& state) {
     for (auto _ : state) {
         const std::int64_t place = state.range(0) < 0 ? static_cast<std::int64_t>(random()) % tune.stream.frames
                                                       : state.range(0) * tune.stream.rate;
-        if (!seekMp3(tune.stream, place) || tune.read() == 0) state.SkipWithError("nothing to read there");
+        if (!seekMp3(tune.stream, place) || readChunk(tune.stream) == 0) state.SkipWithError("nothing to read there");
     }
 }
 BENCHMARK(seek)->Arg(10)->Arg(100)->Arg(180)->Arg(-1)->Unit(benchmark::kMicrosecond);
@@ -48,7 +49,7 @@ void decodeFromStart(benchmark::State& state) {
     for (auto _ : state) {
         if (!seekMp3(tune.stream, 0)) state.SkipWithError("the start cannot be sought");
         for (std::int64_t frames = 0; frames <= place;) {
-            const int got = tune.read();
+            const int got = readChunk(tune.stream);
             if (got == 0) return state.SkipWithError("the file ends before");
             frames += got;
         }
