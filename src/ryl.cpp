@@ -186,7 +186,10 @@ FTGL::FTGLfont* polygonFont() {
     if (loaded == 0) {
         ++loaded;
         font = FTGL::ftglCreatePolygonFont(FONT_FILE);
-        if (font != nullptr) FTGL::ftglSetFontFaceSize(font, FACE_SIZE, FONT_RESOLUTION);
+        if (font != nullptr)
+            FTGL::ftglSetFontFaceSize(font, FACE_SIZE, FONT_RESOLUTION);
+        else
+            std::printf("[/] %s cannot be read, texts are not drawn\n", FONT_FILE);
     }
     return font;
 }

@@ -84,7 +84,7 @@ void ryl_infoText(float x, float y);
 void ryl_draw2DTexture(float x, float y, float z, float halfWidth, float halfHeight, unsigned texture);
 
 // Draws `text` as filled polygons at (x, y, z) in the current frame and colour, 4 units to the em, with the
-// font file tools/crounded.ttf, which the first call loads. Without the file nothing is drawn.
+// font file tools/crounded.ttf, which the first call loads. Without the file nothing is drawn but a line printed once.
 void ryl_drawPolygonText(const char* text, float x, float y, float z);
 
 // Like ryl_drawPolygonText, but shows one character more per 100 ms of demo time from the first call on. A
