@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 shaderEntry shader[MAX_SHADERS] = {};
 int CURRENT_ID = -1;
@@ -64,22 +65,20 @@ void attachVertexAndFragment(const shaderEntry& entry, const char* vertexPath, c
     if (fragmentPath != nullptr) glAttachObjectARB(entry.program, entry.fragmentObject);
 }
 
-// The GL's words on an object, whether it failed or not; `heading` is a format for `path`.
-template <typename... Path>
-void printLog(GLuint object, const char* heading, Path... path) {
+// The GL's words on an object, whether it failed or not.
+void printLog(GLuint object, const std::string& heading) {
     GLint length = 0;
     glGetObjectParameterivARB(object, GL_OBJECT_INFO_LOG_LENGTH_ARB, &length);
     if (length <= 0) return;
     const auto log = std::make_unique<char[]>(static_cast<std::size_t>(length));
     glGetInfoLogARB(object, length, nullptr, log.get());
-    std::printf(heading, path...);
-    std::printf("{\n%s}\n", log.get());
+    std::printf("%s\n{\n%s}\n", heading.c_str(), log.get());
 }
 
 void printLogs(const shaderEntry& entry, const char* vertexPath, const char* fragmentPath) {
-    if (fragmentPath != nullptr) printLog(entry.fragmentObject, "[/] %s failed.\n", fragmentPath);
-    if (vertexPath != nullptr) printLog(entry.vertexObject, "[/] %s .\n", vertexPath);
-    printLog(entry.program, "[/] Shaderprogram failed.\n");
+    if (fragmentPath != nullptr) printLog(entry.fragmentObject, "[/] " + std::string(fragmentPath) + " failed.");
+    if (vertexPath != nullptr) printLog(entry.vertexObject, "[/] " + std::string(vertexPath) + " .");
+    printLog(entry.program, "[/] Shaderprogram failed.");
 }
 
 bool hasGeometryStage() { return GLEW_EXT_geometry_shader4 && glProgramParameteriEXT != nullptr; }
@@ -158,7 +157,7 @@ int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const 
     attachVertexAndFragment(entry, vertexPath, fragmentPath);
     if (hasGeometryStage()) setGeometryParameters(entry.program, inputType, outputType);
     glLinkProgramARB(entry.program);
-    if (withGeometry) printLog(entry.geometryObject, "[/] %s failed.\n", geometryPath);
+    if (withGeometry) printLog(entry.geometryObject, "[/] " + std::string(geometryPath) + " failed.");
     printLogs(entry, vertexPath, fragmentPath);
     trace("returning CURRENT_ID");
     return id;
