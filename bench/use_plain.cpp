@@ -1,25 +1,11 @@
-// The demo as it would be drawn without any of its short cuts: linked into the program before its libraries, this takes
-// the place of the scenes, of the one-pass finish and of the noise.
+// The demo as it would be drawn without its short cuts: linked into the program before its libraries, this takes the place
+// of the cube walls, of the one-pass finish and of the noise.
 #include "layers.h"
 #include "noise.h"
 #include "plain_noise.h"
 #include "plain_scenes.h"
-#include "scenes/scenes.h"
 
-namespace {
-
-GLMmodel* cube() {
-    static GLMmodel* const model = glmReadOBJ("data/cubeobj.obj");
-    return model;
-}
-
-}  // namespace
-
-void drawCubeField(const SceneFrame& frame, const char* line, int& seed) {
-    plain::drawCubeField(frame.t, cube(), line, seed);
-}
-
-void drawCubeWall(const SceneFrame& frame, bool bobbing) { plain::drawCubeWall(frame.t, cube(), bobbing); }
+void drawCubeWall(const SceneFrame& frame, bool bobbing) { plain::drawCubeWall(frame, bobbing); }
 
 bool ryl_blendLayers(int, int, const PictureLayers&, float) { return false; }
 
