@@ -1,4 +1,4 @@
-// The demo clock in its three modes, the scene table, the keys, and the window's projection. The window's own timer never
+// The demo clock in its three modes, and the keys. The window's own timer never
 // runs here: ticks are called.
 #include "gl_window.h"
 #include "ryl.h"
@@ -8,8 +8,6 @@
 #include <GL/freeglut.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 
@@ -32,24 +30,6 @@ int timeAfter(int key, int from) {
 void expectPaused(bool paused) {
     EXPECT_EQ(ryl_Get(6), paused ? 1.0f : 0.0f);
     EXPECT_EQ(glutGet(GLUT_WINDOW_CURSOR), paused ? GLUT_CURSOR_CROSSHAIR : GLUT_CURSOR_NONE);
-}
-
-TEST(Window, FitsTheViewAndKeepsTheWideProjection) {
-    openTestWindow(WIDTH, HEIGHT);
-    CAPTURE_W = 1280;
-    CAPTURE_H = 720;
-    for (const auto& [capture, width, height] : {std::array{0, 800, 600}, {1, 1280, 720}}) {
-        CAPTURE = capture;
-        ryl_handleResize(800, 600);
-        std::array<float, 16> view{}, projection{};
-        glGetFloatv(GL_VIEWPORT, view.data());
-        glGetFloatv(GL_PROJECTION_MATRIX, projection.data());
-        EXPECT_EQ(view, (std::array<float, 16>{0, 0, ryl_Get(1), ryl_Get(2)}));
-        EXPECT_EQ(std::pair(ryl_globalX, ryl_globalY), std::pair(width, height));
-        EXPECT_NEAR(projection[0] * ryl_Get(3), 2.414214, 1e-5);  // 1 / tan(22.5 degrees)
-        EXPECT_NEAR(projection[5], 2.414214, 1e-5);
-    }
-    for (const int other : {0, 7, -1}) EXPECT_TRUE(std::isnan(ryl_Get(other))) << other;
 }
 
 TEST(SilentMode, PausesAndSeeksWithoutAnEnd) {

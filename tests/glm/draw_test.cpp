@@ -1,115 +1,88 @@
-#include "gl_recorder.h"
+// Models drawn on the real GL: each triangle has a quarter of the window, and tells by its colour how it was drawn.
+#include "gl_window.h"
 #include "model_files.h"
 
+#include <GL/gl.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <string>
 
 namespace {
 
-const std::string POINTS = "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n";
-const std::string FACE_123 = "glVertex3fv 0 0 0\nglVertex3fv 1 0 0\nglVertex3fv 0 1 0\n";
-const std::string FACE_134 = "glVertex3fv 0 0 0\nglVertex3fv 0 1 0\nglVertex3fv 0 0 1\n";
-const std::string BEGIN = "glLightModeli LIGHT_MODEL_TWO_SIDE 0\nglBegin TRIANGLES\n";
-const std::string NEXT_GROUP = "glEnd\nglBegin TRIANGLES\n";
-const std::string END = "glEnd\n";
+constexpr int SIDE = 40, CELLS = 4;
 
-std::string material(const std::string& diffuse, const std::string& shininess) {
-    return "glMaterialfv FRONT_AND_BACK AMBIENT 0.2 0.2 0.2 1\nglMaterialfv FRONT_AND_BACK DIFFUSE " + diffuse +
-           "\nglMaterialfv FRONT_AND_BACK SPECULAR 0 0 0 1\nglMaterialf FRONT_AND_BACK SHININESS " + shininess + "\n";
+// A library of red (with an image of a half green and a blue texel), glass (translucent red) and blue; twelve positions.
+Model read(const std::string& faces) {
+    std::string obj = "mtllib m.mtl\n";
+    for (const char* left : {"-1", "-.5", "0", ".5"})
+        obj += "v " + std::string(left) + " -1 0\nv 1 -1 0\nv " + left + " 9 0\n";
+    const ModelFiles files(obj + faces, "newmtl red\nKd 1 0 0\nmap_Kd a.ppm\nnewmtl glass\nKd 1 0 0\nd .5\n"
+                                        "newmtl blue\nKd 0 0 1\n");
+    files.folder.write("a.ppm", std::string("P6\n2 1\n255\n\0\x88\0\0\0\xff", 17));
+    return files.read();
 }
 
-std::string bind(const std::string& texture) {
-    return "glEnd\nglBindTexture TEXTURE_2D " + texture + "\nglBegin TRIANGLES\n";
-}
-
-std::string calls() {
-    std::string lines;
-    for (const std::string& call : recordedCalls()) lines += call + "\n";
-    return lines;
+// What `draw` prints, then the colour of each quarter, a digit for red, green and blue. Lit from the front, in green where
+// nothing else is chosen.
+template <typename Draw>
+std::string drawnBy(Draw draw) {
+    for (const GLenum left : {GL_DEPTH_TEST, GL_LIGHTING, GL_TEXTURE_2D}) glDisable(left);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glColor3f(0, 1, 0);
+    testing::internal::CaptureStderr();
+    draw();
+    std::string all = testing::internal::GetCapturedStderr();
+    for (int cell = 0; cell < CELLS; ++cell) {
+        const Pixel pixel = pixelAt(cell * SIDE / CELLS + 2, SIDE / 2);
+        for (const int channel : {pixel.red, pixel.green, pixel.blue}) all += "0123456789abcdef"[channel / 16];
+        all += cell + 1 < CELLS ? " " : "";
+    }
+    return all;
 }
 
 std::string warning(const std::string& text) { return "GLM: Warning: glmDraw() warning: " + text + "\n"; }
 
-// A model of POINTS whose library has red (with an image), glass (translucent) and blue.
-Model read(const std::string& obj) {
-    const ModelFiles files(POINTS + obj, "newmtl red\nKd 1 0 0\nNs 50\nmap_Kd a.ppm\n"
-                                         "newmtl glass\nKd 0 0 1\nd 0.5\nnewmtl blue\nKd 0 0 1\n");
-    files.folder.write("a.ppm", "P6\n1 1\n255\nabc");
-    return files.read();
-}
-
 }  // namespace
 
-TEST(Draw, PrintsAndCalls) {
+TEST(Draw, PrintsAndShows) {
+    openTestWindow(SIDE, SIDE);
     const struct {
-        std::string obj;
+        std::string faces;
         int mode;
+        bool lit;
         std::string expected;
     } cases[] = {
-        {"g a\nf 1 2 3\nf 1 3 4\ng b\nf 1 3 4", GLM_FLAT,  // the newest group comes first
-         BEGIN + "glNormal3fv 1 0 0\n" + FACE_134 + NEXT_GROUP + "glNormal3fv 0 0 1\n" + FACE_123 +
-             "glNormal3fv 1 0 0\n" + FACE_134 + NEXT_GROUP + END},
-        {"vn 0 0 -1\nvn 0 1 0\nf 1//2 2//-1 3//1\nf 1 3 4", GLM_SMOOTH | GLM_TWO_SIDED,
-         "glLightModeli LIGHT_MODEL_TWO_SIDE 1\nglBegin TRIANGLES\nglNormal3fv 0 1 0\nglVertex3fv 0 0 0\n"
-         "glVertex3fv 1 0 0\nglNormal3fv 0 0 -1\nglVertex3fv 0 1 0\n" +
-             FACE_134 + END},
-        // A texture is bound outside of glBegin and glEnd, when it changes; a group applies its material anew.
-        {"mtllib m.mtl\nvt .5 .25\ng a\nusemtl red\nf 1/1 2/-1 3/1\nf 1 3 4\nusemtl blue\nf 1/1 2/1 3/1\ng b\n"
-         "usemtl red\nf 1 3 4\n",
-         GLM_TEXTURE | GLM_MATERIAL,
-         "glDisable COLOR_MATERIAL\nglEnable TEXTURE_2D\nglTexEnvf TEXTURE_ENV TEXTURE_ENV_MODE MODULATE\n" + BEGIN +
-             bind("1") + material("1 0 0 1", "64") + FACE_134 + NEXT_GROUP + material("1 0 0 1", "64") +
-             "glTexCoord2f 4 0.25\nglVertex3fv 0 0 0\nglVertex3fv 1 0 0\nglTexCoord2f 4 0.25\nglVertex3fv 0 1 0\n" +
-             FACE_134 + bind("0") + material("0 0 1 1", "65") + FACE_123 + NEXT_GROUP + END},
-        // A triangle of material 0 is drawn with what is current, in the pass of what is current.
-        {"mtllib m.mtl\nf 1 2 3\ng a\nusemtl glass\nf 1 2 3\nusemtl default\nf 1 3 4\nusemtl blue\nf 1 3 4\n",
-         GLM_COLOR,
-         "glEnable COLOR_MATERIAL\n" + BEGIN + "glColor3fv 0 0 1\n" + FACE_134 + NEXT_GROUP +
-             "glColor3fv 0.8 0.8 0.8\n" + FACE_123 + END +
-             "glEnable BLEND\nglBlendFunc SRC_ALPHA ONE\nglDepthMask 0\nglBegin TRIANGLES\nglColor3fv 0 0 1\n" +
-             FACE_123 + FACE_134 + NEXT_GROUP + END + "glDepthMask 1\nglDisable BLEND\n"},
-        {"vt 0 0\nf 1/1 2/1 3/1", GLM_SMOOTH | GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL,
-         warning("smooth render mode requested with no normals defined.") +
-             warning("texture render mode requested with no materials defined.") +
-             warning("color render mode requested with no materials defined.") +
-             warning("material render mode requested with no materials defined.") + BEGIN + FACE_123 + END},
-        {"mtllib m.mtl\nvn 0 0 1\nusemtl red\nf 1//1 2//-1 3//-1",
-         GLM_FLAT | GLM_SMOOTH | GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL,
+        // Translucent triangles come last and add up; one of material 0 takes what is current.
+        {"usemtl red\nf 1 2 3\nusemtl glass\nf 4 5 6\nusemtl blue\nf 4 5 6\nusemtl default\nf 7 8 9", GLM_COLOR,
+         false, "f00 f0f f0f f0f"},
+        {"usemtl red\nf 1 2 3\nusemtl blue\nf 7 8 9\n", GLM_MATERIAL, true, "f00 f00 00f 00f"},
+        {"vt .25 .5\nusemtl red\nf 1/1 2/1 3/1\nusemtl blue\nf 7/1 8/1 9/1", GLM_TEXTURE, false, "080 080 0f0 0f0"},
+        {"vn 0 0 1\nvn 0 0 -1\nf 1//2 2//2 3//2\nf 7//1 8//1 9//1", GLM_SMOOTH, true, "030 030 0f0 0f0"},
+        {"vn 0 0 -1\nf 1//1 2//1 3//1\nf 9//1 8//1 7//1", GLM_FLAT | GLM_TWO_SIDED, true, "0f0 0f0 0f0 0f0"},
+        {"vn 0 0 1\nusemtl blue\nf 1//1 2//1 3//1", GLM_FLAT | GLM_SMOOTH | GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL,
+         true,
          warning("texture render mode requested with no texture coordinates defined.") +
              warning("flat render mode requested and smooth render mode requested (using smooth).") +
-             warning("color and material render mode requested using only material mode.") +
-             "glDisable COLOR_MATERIAL\n" + BEGIN + material("1 0 0 1", "64") + "glNormal3fv 0 0 1\n" + FACE_123 +
-             END},
+             warning("color and material render mode requested using only material mode.") + "00f 00f 00f 00f"},
     };
+    glEnable(GL_LIGHT0);
     for (const auto& test : cases) {
-        const Model model = read(test.obj);
-        if (model->numtextures > 0) model->textures[0].width = 8;
-        testing::internal::CaptureStderr();
-        startRecording();
-        glmDraw(model.get(), test.mode);
-        EXPECT_EQ(testing::internal::GetCapturedStderr() + calls(), test.expected);
+        const Model model = read(test.faces);
+        const auto draw = [&] {
+            glEnable(GL_COLOR_MATERIAL);
+            if (test.lit) glEnable(GL_LIGHTING);
+            glmDraw(model.get(), test.mode);
+        };
+        EXPECT_EQ(drawnBy(draw), test.expected) << test.faces;
     }
 }
 
-TEST(Draw, ListsDeletingAndAssertions) {
-    Model model = read("mtllib m.mtl\nvn 0 0 1\nvt 0 0\nusemtl red\nf 1/1/1 2/1/1 3/1/1");
-    startRecording();
-    EXPECT_EQ(glmList(model.get(), GLM_NONE), 1u);
-    EXPECT_EQ(calls(), "glGenLists 1\nglNewList 1 COMPILE\n" + BEGIN + FACE_123 + END + "glEndList\n");
-    GLMtriangle& triangle = model->triangles[0];
-    std::uint32_t* const spoilt[] = {&triangle.vindices[1], &triangle.nindices[2], &triangle.tindices[0],
-                                     &triangle.material};
-    for (std::uint32_t* index : spoilt) {
-        const ChildResult result = runInChild([&] {
-            *index = 5;
-            glmDraw(model.get(), GLM_SMOOTH | GLM_TEXTURE);
-        });
-        EXPECT_EQ(result.signal, SIGABRT);
-        EXPECT_NE(result.errors.find("Assertion `index"), std::string::npos) << result.errors;
-    }
-    startRecording();
-    model.reset();
-    EXPECT_EQ(calls(), "glDeleteTextures 1\n");
+TEST(Draw, ListsAndDeleting) {
+    openTestWindow(SIDE, SIDE);
+    const auto model = read("usemtl red\nf 1 2 3");
+    unsigned list = 0;
+    EXPECT_EQ(drawnBy([&] { list = glmList(model.get(), GLM_COLOR); }), "000 000 000 000");
+    EXPECT_EQ(drawnBy([&] { glCallList(list); }), "f00 f00 f00 f00");
+    const unsigned texture = read("usemtl red\nf 1 2 3")->textures[0].id;  // read with a context, and deleted
+    EXPECT_FALSE(glIsTexture(texture));
 }

@@ -101,22 +101,6 @@ TEST(Video, SaysWhatIsWrongAndLeavesNothing) {
     }
 }
 
-TEST(Video, AnEndFromOutsideEndsEveryProcessAndKeepsTheOldFile) {
-    const TempDir folder, temporary;
-    const std::string out = folder.write("out.mp4", "an earlier video"), work = temporary.path();
-    // The signal goes to the script's whole group, as a terminal sends it, once frames are being written. A process
-    // that is left over still has the folder in its environment.
-    const Ran ran =
-        run("export TMPDIR=" + work + "; setsid " RYL_VIDEO " --demo " RYL_DEMO_DIR " --size 64x36 " + out +
-            " 2>&1 >/dev/null & for i in $(seq 600); do sleep 0.1; ls $TMPDIR/*/capture/*.png && break; done"
-            " >/dev/null 2>&1; kill -TERM -$!; wait $!; echo $?; unset TMPDIR;"
-            " cat /proc/[0-9]*/environ 2>/dev/null | tr '\\0' '\\n' | grep -cx TMPDIR=" +
-            work);
-    EXPECT_EQ(ran.output, "[!] Stopped: " + out + " is not written.\n143\n0\n");
-    EXPECT_TRUE(fs::is_empty(temporary.path()));
-    EXPECT_EQ(fs::file_size(out), 16U);
-}
-
 // Streams what `script` does with a good frame of the size and damaged ones, into `then`.
 Ran stream(const std::string& size, int last, const std::string& script, const std::string& then) {
     const TempDir folder;
@@ -141,13 +125,6 @@ TEST(FrameStream, StopsWithOneMessageAtWhateverIsWrong) {
         EXPECT_EQ(ran.status, 1) << script;
         EXPECT_TRUE(ran.output.starts_with(message)) << script << "\n" << ran.output;
     }
-}
-
-TEST(FrameStream, ASlowReaderMakesTheProgramWait) {
-    // Raw, a frame is larger than any pipe. The program looks itself at how many of its frames are waiting.
-    const Ran ran = stream("1024x512", 60, "for n in $(seq 60); do frame $n good; ls capture | wc -l >>waiting; done",
-                           "| { sleep 2; wc -c; [ $(sort -n waiting | tail -n 1) -le 18 ] && ls capture | wc -l; }");
-    EXPECT_EQ(ran.output, "94371840\n0\n");
 }
 
 }  // namespace
