@@ -215,7 +215,12 @@ Bytes drawnBy(const std::function<void()>& draw) {
     return pixels();
 }
 
-unsigned cubeList() { return glmList(glmReadOBJ("data/cubeobj.obj"), GLM_FLAT); }
+unsigned cubeList() {
+    GLMmodel* model = glmReadOBJ("data/cubeobj.obj");
+    const unsigned list = glmList(model, GLM_FLAT);
+    glmDelete(model);
+    return list;
+}
 
 TEST(Scenes, WallsLookLikeThePlainOnes) {
     constexpr int FEW = WIDTH * HEIGHT * 4 / 10000;
