@@ -64,30 +64,52 @@ void bindToUnit(GLenum unit, GLuint texture) {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
 }
 
+// How much nearer than the plane z = 0 the layer is to the camera, and by how much smaller it is than it looks there.
+float nearness(const PictureLayer& layer) {
+    constexpr float CAMERA_DISTANCE = 50;
+    return (CAMERA_DISTANCE - layer.z) / CAMERA_DISTANCE;
+}
+
 // The layer's texture coordinates where the camera sees the point (x, y) of the plane z = 0.
 void layerCoordinates(GLenum unit, const PictureLayer& layer, float x, float y) {
-    constexpr float CAMERA_DISTANCE = 50;
-    const float nearer = (CAMERA_DISTANCE - layer.z) / CAMERA_DISTANCE;
+    const float nearer = nearness(layer);
     glMultiTexCoord2f(GL_TEXTURE0 + unit, (x * nearer / layer.halfWidth + 1) / 2,
                       (y * nearer / layer.halfHeight + 1) / 2);
 }
 
-// Onto the kept picture, which keeps `weight` of itself.
-void drawLayers(const PictureLayers& layers, float weight) {
-    constexpr float SIDE = 100;  // more than the window shows
-    constexpr float corners[4][2] = {{-SIDE, -SIDE}, {SIDE, -SIDE}, {SIDE, SIDE}, {-SIDE, SIDE}};
-    glDisable(GL_DEPTH_TEST);
-    glBlendColor(0, 0, 0, 1 - weight);
-    glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
+struct Extent {
+    float halfWidth, halfHeight;  // scene units of the plane z = 0
+};
+
+Extent extentOfBoth(const PictureLayers& layers) {
+    const float picture = nearness(layers.picture), overlay = nearness(layers.overlay);
+    return {std::max(layers.picture.halfWidth / picture, layers.overlay.halfWidth / overlay),
+            std::max(layers.picture.halfHeight / picture, layers.overlay.halfHeight / overlay)};
+}
+
+// What lies outside of both layers, where a pixel needs no program: black on the ground.
+void drawSurroundings(const Extent& inner, float grey) {
+    constexpr float FAR = 1000;  // more than the window shows
+    const float x = inner.halfWidth, y = inner.halfHeight;
+    glPushAttrib(GL_CURRENT_BIT);
+    glColor3f(grey, grey, grey);
+    glRectf(-FAR, y, FAR, FAR);
+    glRectf(-FAR, -FAR, FAR, -y);
+    glRectf(-FAR, -y, -x, y);
+    glRectf(x, -y, FAR, y);
+    glPopAttrib();
+}
+
+void drawLayers(const PictureLayers& layers, const Extent& extent) {
+    const float x = extent.halfWidth, y = extent.halfHeight;
+    const float corners[4][2] = {{-x, -y}, {x, -y}, {x, y}, {-x, y}};
     glBegin(GL_QUADS);
-    for (const auto& [x, y] : corners) {
-        layerCoordinates(PICTURE_UNIT, layers.picture, x, y);
-        layerCoordinates(OVERLAY_UNIT, layers.overlay, x, y);
-        glVertex2f(x, y);
+    for (const auto& corner : corners) {
+        layerCoordinates(PICTURE_UNIT, layers.picture, corner[0], corner[1]);
+        layerCoordinates(OVERLAY_UNIT, layers.overlay, corner[0], corner[1]);
+        glVertex2fv(corner);
     }
     glEnd();
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    glEnable(GL_DEPTH_TEST);
 }
 
 }  // namespace
@@ -95,13 +117,21 @@ void drawLayers(const PictureLayers& layers, float weight) {
 bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float weight) {
     static const LayersProgram layersProgram = makeLayersProgram();
     if (layersProgram.program == 0 || !ryl_beginPicture(width, height)) return false;
+    const float opacity = std::clamp(layers.opacity, 0.0f, 1.0f);
+    const Extent extent = extentOfBoth(layers);
+    glDisable(GL_DEPTH_TEST);
+    glBlendColor(0, 0, 0, 1 - weight);
+    glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
+    drawSurroundings(extent, layers.ground * (1 - opacity));
     glUseProgram(layersProgram.program);
     glUniform1f(layersProgram.ground, layers.ground);
-    glUniform1f(layersProgram.opacity, std::clamp(layers.opacity, 0.0f, 1.0f));
+    glUniform1f(layersProgram.opacity, opacity);
     bindToUnit(OVERLAY_UNIT, layers.overlay.texture);
     bindToUnit(PICTURE_UNIT, layers.picture.texture);
-    drawLayers(layers, weight);
+    drawLayers(layers, extent);
     glUseProgram(0);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glEnable(GL_DEPTH_TEST);
     ryl_showPicture();
     return true;
 }
