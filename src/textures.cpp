@@ -28,11 +28,12 @@ struct DestroyImage {
 using File = std::unique_ptr<std::FILE, CloseFile>;
 using Image = std::unique_ptr<gdImage, DestroyImage>;
 using Bytes = std::unique_ptr<unsigned char[]>;
+using Words = std::unique_ptr<std::uint32_t[]>;
 
 // Null when the memory cannot be had.
 Bytes allocateBytes(std::size_t count) { return Bytes(new (std::nothrow) unsigned char[count]); }
 
-GLuint uploadTexture(int width, int height, GLenum format, const unsigned char* texels) {
+GLuint uploadTexture(int width, int height, GLenum format, GLenum type, const void* texels) {
     constexpr GLint COMPONENTS = 4;
     GLuint texture = 0;
     glGenTextures(1, &texture);
@@ -41,32 +42,37 @@ GLuint uploadTexture(int width, int height, GLenum format, const unsigned char* 
     GLint alignment = 0;
     glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage2D(GL_TEXTURE_2D, 0, COMPONENTS, width, height, 0, format, GL_UNSIGNED_BYTE, texels);
+    glTexImage2D(GL_TEXTURE_2D, 0, COMPONENTS, width, height, 0, format, type, texels);
     glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     return texture;
 }
 
-// R, G, B, A bytes, row 0 first. Null when the memory cannot be had.
-Bytes texelsFromImage(gdImage* image, int width, int height) {
-    constexpr int OPAQUE_ALPHA = 255;
-    constexpr int GD_ALPHA_RANGE = 127;
-    Bytes texels = allocateBytes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
-    if (!texels) return texels;
-    unsigned char* texel = texels.get();
+// libgd's colours, row 0 first. Null when the memory cannot be had.
+Words coloursOfImage(gdImage* image) {
+    const auto width = static_cast<std::size_t>(gdImageSX(image));
+    const int height = gdImageSY(image);
+    Words colours(new (std::nothrow) std::uint32_t[width * static_cast<std::size_t>(height)]);
+    if (!colours) return colours;
+    std::uint32_t* next = colours.get();
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            // A call per pixel of a true-colour image would take as long as decoding it.
-            const int pixel = gdImageTrueColor(image) ? image->tpixels[y][x] : gdImageGetTrueColorPixel(image, x, y);
-            const int alpha = (GD_ALPHA_RANGE - gdTrueColorGetAlpha(pixel)) * OPAQUE_ALPHA / GD_ALPHA_RANGE;
-            *texel++ = static_cast<unsigned char>(gdTrueColorGetRed(pixel));
-            *texel++ = static_cast<unsigned char>(gdTrueColorGetGreen(pixel));
-            *texel++ = static_cast<unsigned char>(gdTrueColorGetBlue(pixel));
-            *texel++ = static_cast<unsigned char>(alpha);
+        // A call per pixel of a true-colour image would take as long as decoding it.
+        if (gdImageTrueColor(image)) {
+            next = std::copy_n(image->tpixels[y], width, next);
+            continue;
         }
+        for (int x = 0; x < gdImageSX(image); ++x)
+            *next++ = static_cast<std::uint32_t>(gdImageGetTrueColorPixel(image, x, y));
     }
-    return texels;
+    return colours;
+}
+
+// From libgd's alpha, 127 (clear) to 0, to 0 (clear) to 255; below it red, green and blue.
+std::uint32_t texelFromColour(std::uint32_t colour) {
+    constexpr std::uint32_t GD_ALPHA_RANGE = 127, OPAQUE_ALPHA = 255, RGB = 0xffffff;
+    const std::uint32_t alpha = (GD_ALPHA_RANGE - (colour >> 24 & GD_ALPHA_RANGE)) * OPAQUE_ALPHA / GD_ALPHA_RANGE;
+    return alpha << 24 | (colour & RGB);
 }
 
 struct TgaHeader {
@@ -146,14 +152,15 @@ unsigned ryl_loadPNG(const char* path) {
         std::printf("[! %s] Unable to load image", path);
         std::exit(-1);
     }
-    const int width = gdImageSX(image.get());
-    const int height = gdImageSY(image.get());
-    const Bytes texels = texelsFromImage(image.get(), width, height);
+    const int width = gdImageSX(image.get()), height = gdImageSY(image.get());
+    const Words texels = coloursOfImage(image.get());
     if (!texels) {
         std::printf("[! %s] not enough memory for the image\n", path);
         std::exit(-1);
     }
-    return uploadTexture(width, height, GL_RGBA, texels.get());
+    std::transform(texels.get(), texels.get() + static_cast<std::size_t>(width) * static_cast<std::size_t>(height),
+                   texels.get(), texelFromColour);
+    return uploadTexture(width, height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, texels.get());
 }
 
 unsigned ryl_loadTGA(const char* path) {
@@ -183,8 +190,8 @@ unsigned ryl_loadTGA(const char* path) {
         std::exit(-1);
     }
     for (std::size_t i = 0; i < size; i += pixelBytes) std::swap(texels[i], texels[i + 2]);
-    const GLuint texture =
-        uploadTexture(header.width, header.height, header.depth == 24 ? GL_RGB : GL_RGBA, texels.get());
+    const GLuint texture = uploadTexture(header.width, header.height, header.depth == 24 ? GL_RGB : GL_RGBA,
+                                         GL_UNSIGNED_BYTE, texels.get());
     std::printf("[*] texture %s loaded...\n", path);
     return texture;
 }
@@ -192,7 +199,7 @@ unsigned ryl_loadTGA(const char* path) {
 unsigned ryl_loadBlack(void) {
     constexpr int SIDE = 512;
     static constexpr std::array<unsigned char, static_cast<std::size_t>(SIDE) * SIDE * 3> texels{};
-    return uploadTexture(SIDE, SIDE, GL_RGB, texels.data());
+    return uploadTexture(SIDE, SIDE, GL_RGB, GL_UNSIGNED_BYTE, texels.data());
 }
 
 void ryl_screenshot(int width, int height, const char* filename, int level) {

@@ -8,12 +8,12 @@
 
 namespace {
 
-constexpr int WIDTH = 1280, HEIGHT = 720;
+constexpr int WIDTH = 640, HEIGHT = 360;
 constexpr int SAMPLES = 3;  // per pixel and axis
 
 constexpr float HORIZON = 0.60f;  // of the height
-constexpr float LOGO_WIDTH = 1147, LOGO_TOP = 29;
-constexpr float SPHERES_HEIGHT = 393, SPHERES_TOP = 319;
+constexpr float LOGO_WIDTH = 574, LOGO_TOP = 14.5f;
+constexpr float SPHERES_HEIGHT = 196.5f, SPHERES_TOP = 159.5f;
 
 // --- the ribbons: bands around the vanishing point that swing as they come forward -----------------------------------
 

@@ -1,16 +1,16 @@
 // Paints the frame that lies over the whole picture: a soft vignette with fine film grain, and the thin corners of a
-// viewfinder. The middle is clear. Shown 1955 x 897 pixels large on a screen of 1920 x 1080, so 1 % is cut off at either
-// side.
+// viewfinder. The middle is clear. Shown 1303 x 598 pixels large on a screen of 1280 x 720, 1955 x 897 on one of
+// 1920 x 1080, so 1 % is cut off at either side.
 
 #include "palette.h"
 #include "picture.h"
 
 namespace {
 
-constexpr int WIDTH = 2048, HEIGHT = 940;
-constexpr float INSET_X = 96, INSET_Y = 60;           // of the corners, pixels
-constexpr float ARM = 62, ROUND = 14, TICK = 18;      // lengths, and the radius of the corners' bend
-constexpr float LINE = 1.5f, SHADOW = 9;              // half thickness, and reach of the shadow around it
+constexpr int WIDTH = 1536, HEIGHT = 705;
+constexpr float INSET_X = 72, INSET_Y = 45;           // of the corners, pixels
+constexpr float ARM = 46, ROUND = 11, TICK = 14;      // lengths, and the radius of the corners' bend
+constexpr float LINE = 1.2f, SHADOW = 7;              // half thickness, and reach of the shadow around it
 constexpr float DARKEST = 0.37f, GRAIN = 0.16f;       // alpha in the far corners, and the part of it that varies
 constexpr float CLEAR_TO = 0.70f, DARK_FROM = 1.34f;  // of the way from the middle to a side
 
