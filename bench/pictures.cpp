@@ -14,7 +14,7 @@
 namespace {
 
 constexpr int WIDTH = 1280, HEIGHT = 720;
-constexpr char TEXTURE[] = "data/images/background.png";  // the largest of the demo's
+constexpr char TEXTURE[] = "data/images/spheres.png", OVERLAY[] = "data/images/focus_overlay2.png";
 constexpr char SCREENSHOT[] = "benchmark.png";
 
 void plainScreenshot(int width, int height, const char* filename, int level) {
@@ -57,9 +57,8 @@ unsigned plainLoadPNG(const char* path) {
     return texture;
 }
 
-// A picture with something on it: the poster over the window, kept.
-void drawPoster() {
-    ryl_loadPNG(TEXTURE);
+void drawOverWindow(const char* path) {
+    const GLuint texture = ryl_loadPNG(path);
     glEnable(GL_TEXTURE_2D);
     glBegin(GL_QUADS);
     for (const auto& [s, t] : {std::pair{0, 0}, {1, 0}, {1, 1}, {0, 1}}) {
@@ -68,7 +67,29 @@ void drawPoster() {
     }
     glEnd();
     glDisable(GL_TEXTURE_2D);
+    glDeleteTextures(1, &texture);
+}
+
+// A picture like those of the demo, kept: smooth in the middle, with the grain of its overlay around.
+void drawPicture() {
+    glClearColor(1, 1, 1, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    drawOverWindow(TEXTURE);
+    drawOverWindow(OVERLAY);
     ryl_blendPicture(WIDTH, HEIGHT, 0);
+}
+
+// What of a screenshot comes before the encoding.
+void runReadBack(benchmark::State& state) {
+    for (auto _ : state) {
+        std::vector<unsigned char> pixels(static_cast<std::size_t>(WIDTH) * HEIGHT * 4);
+        ryl_bindPicture();
+        glReadPixels(0, 0, WIDTH, HEIGHT, GL_BGRA, GL_UNSIGNED_BYTE, pixels.data());
+        glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+        benchmark::DoNotOptimize(pixels.data());
+    }
 }
 
 template <void (*screenshot)(int, int, const char*, int)>
@@ -89,12 +110,13 @@ void runLoadPNG(benchmark::State& state) {
 
 BENCHMARK(runScreenshot<plainScreenshot>)->Name("screenshot/plain")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(runScreenshot<ryl_screenshot>)->Name("screenshot/ryl")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(runReadBack)->Name("screenshot/read-back")->Unit(benchmark::kMillisecond);
 BENCHMARK(runLoadPNG<plainLoadPNG>)->Name("texture/plain")->Unit(benchmark::kMillisecond);
 BENCHMARK(runLoadPNG<ryl_loadPNG>)->Name("texture/ryl")->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     openTestWindow(WIDTH, HEIGHT);
-    drawPoster();
+    drawPicture();
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -179,18 +179,16 @@ void setSoundPosition(int ms) { FMOD_Channel_SetPosition(channel0, static_cast<u
 
 // ---- Text ---------------------------------------------------------------------------------------------------------
 
-FTGL::FTGLfont* polygonFont() {
-    constexpr unsigned FACE_SIZE = 4;
-    static int loaded = 0;
-    static FTGL::FTGLfont* font = nullptr;
-    if (loaded == 0) {
-        ++loaded;
-        font = FTGL::ftglCreatePolygonFont(FONT_FILE);
-        if (font != nullptr)
-            FTGL::ftglSetFontFaceSize(font, FACE_SIZE, FONT_RESOLUTION);
-        else
-            std::printf("[/] %s cannot be read, texts are not drawn\n", FONT_FILE);
-    }
+// Null without the font file. A font costs more to load than a line of it to draw, so each is kept.
+FTGL::FTGLfont* loadFont(FTGL::FTGLfont* (*create)(const char*), unsigned size) {
+    FTGL::FTGLfont* font = create(FONT_FILE);
+    if (font != nullptr) FTGL::ftglSetFontFaceSize(font, size, FONT_RESOLUTION);
+    return font;
+}
+
+FTGL::FTGLfont* loadPolygonFont() {
+    FTGL::FTGLfont* font = loadFont(FTGL::ftglCreatePolygonFont, 4);
+    if (font == nullptr) std::printf("[/] %s cannot be read, texts are not drawn\n", FONT_FILE);
     return font;
 }
 
@@ -387,17 +385,14 @@ void ryl_update(int) {
 }
 
 void ryl_infoText(float x, float y) {
-    constexpr unsigned FACE_SIZE = 20;
-    FTGL::FTGLfont* font = FTGL::ftglCreatePixmapFont(FONT_FILE);
+    static FTGL::FTGLfont* const font = loadFont(FTGL::ftglCreatePixmapFont, 20);
     if (font != nullptr) {
         const std::string text = "PAUSED | Time: " + std::to_string(ryl_getTime()) + "ms";
-        FTGL::ftglSetFontFaceSize(font, FACE_SIZE, FONT_RESOLUTION);
         // The raster position takes the current colour, and the line lies over whatever the frame holds there.
         glRasterPos2f(x, y);
         glDisable(GL_DEPTH_TEST);
         FTGL::ftglRenderFont(font, text.c_str(), FTGL::RENDER_ALL);
         glEnable(GL_DEPTH_TEST);
-        FTGL::ftglDestroyFont(font);
     }
     std::printf("PAUSED AT : %dms\n", ryl_getTime());
 }
@@ -425,7 +420,7 @@ void ryl_draw2DTexture(float x, float y, float z, float halfWidth, float halfHei
 }
 
 void ryl_drawPolygonText(const char* text, float x, float y, float z) {
-    FTGL::FTGLfont* font = polygonFont();
+    static FTGL::FTGLfont* const font = loadPolygonFont();
     glPushMatrix();
     glTranslatef(x, y, z);
     if (font != nullptr) FTGL::ftglRenderFont(font, text, FTGL::RENDER_ALL);
