@@ -1,0 +1,8 @@
+# Read by CPack once for each kind of package that it makes.
+if(CPACK_GENERATOR STREQUAL "DEB")
+    set(CPACK_COMPONENTS_ALL system)
+    set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+else()
+    set(CPACK_COMPONENTS_ALL archive)
+    set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
+endif()

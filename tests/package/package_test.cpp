@@ -1,0 +1,64 @@
+// The packages as their users meet them: unpacked somewhere, started from somewhere else.
+#include "program.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int REFUSED = 1, TERMINATED = 128 + SIGTERM;
+
+std::string inQuotes(const fs::path& path) { return '\'' + path.string() + '\''; }
+
+// `generator` is CPack's name of the kind of package; `unpack` runs in a directory that holds nothing else.
+void playFrom(const std::string& generator, const std::string& unpack, const std::string& launcherName) {
+    const TempDir made;
+    const fs::path place = made.path() / "a place";
+    fs::create_directory(place);
+    shell("cd " + inQuotes(place) + " && '" RYL_CPACK "' --config '" RYL_CPACK_CONFIG "' -B ../made -G " + generator +
+          " >../log 2>&1 && " + unpack);
+    const std::string launcher = shell("ls -d " + inQuotes(place) + "/" + launcherName + " | tr -d '\\n'");
+    ASSERT_FALSE(launcher.empty()) << shell("cat " + inQuotes(made.path() / "log"));
+    // Nothing that the program loads is where it is started.
+    const RunDirectory start;
+    for (const char* name : {"ryl", "libs", "data", "tools", "capture"}) fs::remove_all(start.path() / name);
+    fs::create_symlink(launcher, start.path() / "ryl");
+
+    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    Program shown(start, {"-nf", "-s", "5", "-w", "200", "-h", "120"});
+    ASSERT_TRUE(shown.waitForLine("song start pos = ")) << shown.output();
+    pressKey("s");
+    pressKey("Escape");
+    EXPECT_EQ(shown.finish(), 0) << shown.output();
+    EXPECT_GT(fs::file_size(start.path() / "screenshot.png"), 0u);
+    EXPECT_FALSE(fs::exists(start.path() / "capture"));
+
+    const std::vector<std::string> capture = {"-nf", "-c", "1", "-w", "160", "-h", "90"};
+    Program captured(start, capture);
+    ASSERT_TRUE(captured.waitForLine("[CAPTURE] frame 2\n")) << captured.output();
+    const Outcome second = runProgram(start, capture);
+    EXPECT_EQ(second.status, REFUSED);
+    EXPECT_TRUE(second.output.starts_with("[!] another run is capturing to ")) << second.output;
+    kill(captured.id(), SIGTERM);
+    EXPECT_EQ(captured.finish(), TERMINATED);
+    EXPECT_GT(fs::file_size(start.path() / "capture/2.png"), 0u);
+
+    const int columns = std::atoi(shell(inQuotes(launcher) + " --help | LC_ALL=C.UTF-8 wc -L").c_str());
+    EXPECT_TRUE(columns > 60 && columns <= 80) << columns;
+    EXPECT_NE(shell("find " + inQuotes(place) + " -path '*/tools/OFL.txt'"), "");
+}
+
+TEST(Archive, PlaysWhereverItIsUnpackedAndSavesWhereItIsStarted) {
+    playFrom("TGZ", "tar -xzf ../made/*.tar.gz", "*/run");
+}
+
+TEST(DebianPackage, PlaysWhereverItIsUnpackedAndSavesWhereItIsStarted) {
+    playFrom("DEB", "dpkg-deb -x ../made/*.deb .", "usr/games/ryl");
+}
+
+}  // namespace
