@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <string_view>
 
 namespace {
 
@@ -85,10 +86,21 @@ const char* convertRareFloat(const char* first, float& value) {
     return end != first ? end : nullptr;
 }
 
+// Whether the number from `first` to `end` breaks off inside of its exponent, like "1e" or "0x1p+". ISO C's fscanf
+// refuses such numbers.
+bool breaksOff(const char* first, const char* end) {
+    const bool hexadecimal = std::find(first, end, 'x') != end || std::find(first, end, 'X') != end;
+    const std::string_view marks = hexadecimal ? "pP" : "eE", number(first, static_cast<std::size_t>(end - first));
+    const bool infinite = number.find_first_of("nN") != number.npos;
+    return !infinite && marks.find(*end) != marks.npos && number.find_first_of(marks) == number.npos;
+}
+
 const char* convertFloat(const GLMtext& text, float& value) {
-    const auto [end, error] = std::from_chars(text.at, text.end, value);
+    const auto [fast, error] = std::from_chars(text.at, text.end, value);
     // "0x..." stops the fast conversion after the 0.
-    return error != std::errc() || *end == 'x' || *end == 'X' ? convertRareFloat(text.at, value) : end;
+    const bool rare = error != std::errc() || *fast == 'x' || *fast == 'X';
+    const char* end = rare ? convertRareFloat(text.at, value) : fast;
+    return end != nullptr && breaksOff(text.at, end) ? nullptr : end;
 }
 
 const char* convertInteger(const GLMtext& text, std::int64_t& value) {

@@ -25,7 +25,7 @@ void feed(const std::string& input) {
     const std::string mtl = input.substr(std::min(obj.size() + 1, input.size()));
     writeFile(PATH, obj);
     writeFile("m.mtl", mtl);
-    // The plain reader does without materials and, as fscanf does, refuses numbers like "1e": no e, i, x, a, p.
+    // The plain reader does without materials, and fscanf is not of one mind about numbers like "1e": no e, i, x, a, p.
     const bool known = obj.find_first_not_of("\t\n\v\f\r #+-./0123456789bcdfghklnorstuvwz") == std::string::npos;
     const auto expected = known ? readPlainly(PATH) : std::nullopt;
     const auto read = [&]() -> std::string {

@@ -58,6 +58,7 @@ TEST(Read, Messages) {
         {POINTS + "f 1/1 2/2 3", "", 1, "glmReadOBJ: Got \"3\" instead of a corner \"v/vt\"" + AT + "7"},
         {POINTS + "f 1 2\nf 1 2 3\n", "", 1, "glmReadOBJ: \"f\" with fewer than three corners" + AT + "7"},
         {"v 1,5 2 3\n", "", 1, "glmReadOBJ: numbers that can't be read" + AT + "1"},
+        {"v 1 2 3e+\n", "", 1, "glmReadOBJ: numbers that can't be read" + AT + "1"},
         // As many faces as counted, but not in the group that they were counted for.
         {POINTS + "g a\nf 1 2 3\ng b\nf 1 2 3\nv 1 2 3 g a\nf 1 2 3\n", "", 1,
          "glmReadOBJ: statement after another one on its line" + AT + "12"},
