@@ -1,10 +1,21 @@
-// Without a context the GL does nothing. The library is to go on all the same, so that GLU resamples its images.
+// Without a context the GL does nothing. The library is to go on all the same, so that GLU resamples its images, for which
+// it asks for the alignment of rows.
 #include <GL/glu.h>
 
+namespace {
+GLint packAlignment = 4, unpackAlignment = 4;
+}
+
+void glPixelStorei(GLenum name, GLint value) {
+    (name == GL_PACK_ALIGNMENT ? packAlignment : unpackAlignment) = value;
+}
+
 void glGetIntegerv(GLenum name, GLint* value) {
-    constexpr int LARGEST = 4096, ALIGNMENT = 4;
-    const bool aligns = name == GL_PACK_ALIGNMENT || name == GL_UNPACK_ALIGNMENT;
-    *value = name == GL_MAX_TEXTURE_SIZE ? LARGEST : aligns ? ALIGNMENT : 0;
+    constexpr int LARGEST = 4096;
+    const GLint alignment = name == GL_PACK_ALIGNMENT     ? packAlignment
+                            : name == GL_UNPACK_ALIGNMENT ? unpackAlignment
+                                                          : 0;
+    *value = name == GL_MAX_TEXTURE_SIZE ? LARGEST : alignment;
 }
 
 GLint gluBuild2DMipmaps(GLenum, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*) { return 0; }
