@@ -92,10 +92,11 @@ void walkRing(Ring& ring, std::int64_t frame, std::int64_t frames, Copy copy) {
 }
 
 void putIntoRing(Ring& ring, const std::int16_t* samples, std::int64_t frames) {
-    walkRing(ring, ring.first + ring.filled, frames, [&](std::int16_t* place, std::int64_t count) {
-        std::copy_n(samples, count, place);
-        samples += count;
-    });
+    walkRing(ring, ring.first + ring.filled, frames,
+             [next = samples](std::int16_t* place, std::int64_t count) mutable {
+                 std::copy_n(next, count, place);
+                 next += count;
+             });
     ring.filled += frames;
 }
 

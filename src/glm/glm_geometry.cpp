@@ -11,7 +11,7 @@
 
 namespace {
 
-float* entry(float* vectors, std::uint32_t index) { return vectors + std::size_t{3} * index; }
+float* entry(float* vectors, std::uint32_t index) { return vectors + GLM_VECTOR_SIZE * index; }
 
 // Smallest and largest coordinates; the model has a position.
 struct Bounds {
@@ -135,7 +135,7 @@ void glmLinearTexture(GLMmodel* model) {
     const float scale = widest > 0 ? 2.0f / widest : 0.0f;
     for (std::uint32_t i = 1; i <= model->numvertices; ++i) {
         const float* position = entry(model->vertices, i);
-        float* texcoord = model->texcoords + std::size_t{2} * i;
+        float* texcoord = model->texcoords + GLM_TEXCOORD_SIZE * i;
         texcoord[0] = (position[0] * scale + 1.0f) / 2.0f;
         texcoord[1] = (position[2] * scale + 1.0f) / 2.0f;
     }
@@ -148,7 +148,7 @@ void glmSpheremapTexture(GLMmodel* model) {
     replaceTexcoords(*model, model->numnormals);
     for (std::uint32_t i = 1; i <= model->numnormals; ++i) {
         const SphereAngles angles = anglesOf(entry(model->normals, i));
-        float* texcoord = model->texcoords + std::size_t{2} * i;
+        float* texcoord = model->texcoords + GLM_TEXCOORD_SIZE * i;
         texcoord[0] = static_cast<float>(angles.theta / MAP_PI);
         texcoord[1] = static_cast<float>(angles.phi / MAP_PI);
     }

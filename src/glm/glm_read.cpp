@@ -11,7 +11,6 @@
 #include <cstring>
 #include <new>
 #include <string_view>
-#include <type_traits>
 #include <unordered_map>
 #include <utility>
 
@@ -247,9 +246,9 @@ const char* scanFace(const char* p, ScannedFace& face) {
     return *skipDigits(separator + 1) == '/' ? scanCorners<true, true>(p, face) : scanCorners<true, false>(p, face);
 }
 
-template <int Size>
+template <std::size_t Size>
 const char* scanVector(const char* p, float* vector) {
-    for (int i = 0; i < Size && p != nullptr; ++i) p = __glmScanFloat(skipBlanks(p), vector[i]);
+    for (std::size_t i = 0; i < Size && p != nullptr; ++i) p = __glmScanFloat(skipBlanks(p), vector[i]);
     return p;
 }
 
@@ -440,6 +439,15 @@ void fillFace(ObjReader& reader, Filled& filled) {
     });
 }
 
+// Scans the next entry of an array, unless it is full.
+template <std::size_t Size>
+const char* fillEntry(const char* p, float* array, std::uint32_t& filled, std::uint32_t count) {
+    if (filled == count) return nullptr;
+    const char* end = scanVector<Size>(p, array + Size * (filled + std::size_t{1}));
+    if (end != nullptr) ++filled;
+    return end;
+}
+
 // Fills in plain statements up to the next other one, or to one that was not counted.
 void fillPlain(ObjReader& reader, Filled& filled) {
     const GLMmodel& model = *reader.model;
@@ -453,19 +461,12 @@ void fillPlain(ObjReader& reader, Filled& filled) {
                 addTriangle(reader, filled, face.corners[0], face.corners[i - 1], face.corners[i]);
             return p;
         }
-        const auto fill = [&]<int Size>(std::integral_constant<int, Size>, float* array, std::uint32_t& entries,
-                                        std::uint32_t count) -> const char* {
-            if (entries == count) return nullptr;
-            const char* end = scanVector<Size>(p, array + Size * (entries + std::size_t{1}));
-            if (end != nullptr) ++entries;
-            return end;
-        };
-        constexpr std::integral_constant<int, 3> POINT;
-        constexpr std::integral_constant<int, 2> PAIR;
         if (*p++ != 'v') return nullptr;
-        if (*p == ' ') return fill(POINT, model.vertices, filled.vertices, model.numvertices);
-        if (p[0] == 'n' && *++p == ' ') return fill(POINT, model.normals, filled.normals, model.numnormals);
-        if (p[0] == 't' && *++p == ' ') return fill(PAIR, model.texcoords, filled.texcoords, model.numtexcoords);
+        if (*p == ' ') return fillEntry<GLM_VECTOR_SIZE>(p, model.vertices, filled.vertices, model.numvertices);
+        if (p[0] == 'n' && *++p == ' ')
+            return fillEntry<GLM_VECTOR_SIZE>(p, model.normals, filled.normals, model.numnormals);
+        if (p[0] == 't' && *++p == ' ')
+            return fillEntry<GLM_TEXCOORD_SIZE>(p, model.texcoords, filled.texcoords, model.numtexcoords);
         return nullptr;
     });
 }

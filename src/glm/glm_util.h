@@ -27,6 +27,9 @@ char* __glmStrdup(const char* string);    // null when memory is short
 char* __glmStrStrip(const char* string);  // without surrounding blanks and line ends; null when nothing remains
 char* __glmDirName(const char* path);     // up to and including the last "/", or empty
 
+// Floats in an entry of the arrays of positions and normals, and of texture coordinates.
+constexpr std::size_t GLM_VECTOR_SIZE = 3, GLM_TEXCOORD_SIZE = 2;
+
 // Deleter of what malloc gave, for owners inside a function.
 struct __glmFree {
     void operator()(void* memory) const { std::free(memory); }

@@ -16,7 +16,7 @@ constexpr double LARGEST_EPSILON = 1e39;
 
 using Indices = std::unique_ptr<std::uint32_t[], __glmFree>;
 
-const float* entry(const float* vectors, std::uint32_t index) { return vectors + std::size_t{3} * index; }
+const float* entry(const float* vectors, std::uint32_t index) { return vectors + GLM_VECTOR_SIZE * index; }
 
 bool isFinite(const float* v) { return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]); }
 
@@ -108,7 +108,7 @@ Welded weld(const float* vectors, std::uint32_t count, float epsilon) {
         std::uint32_t index = comparable ? findEqual(table, v) : 0;
         if (index == 0) {
             index = ++welded.count;
-            std::copy_n(v, 3, welded.kept + std::size_t{3} * index);
+            std::copy_n(v, 3, welded.kept + GLM_VECTOR_SIZE * index);
             if (comparable) addDistinct(table, index);
         }
         welded.newIndices[i] = index;
@@ -125,7 +125,7 @@ bool glmEqual(const float* u, const float* v, float epsilon) {
 float* glmWeldVectors(float* vectors, std::uint32_t* count, float epsilon) {
     const Welded welded = weld(vectors, *count, epsilon);
     for (std::uint32_t i = 1; i <= *count; ++i)
-        vectors[std::size_t{3} * i] = static_cast<float>(welded.newIndices[i]);
+        vectors[GLM_VECTOR_SIZE * i] = static_cast<float>(welded.newIndices[i]);
     *count = welded.count;
     return welded.kept;
 }

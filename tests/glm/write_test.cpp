@@ -111,7 +111,9 @@ TEST(Write, WhatCannotBeWritten) {
     for (int i = 0; i < 5000; ++i) many += "v 1 2 3\n";
     const ModelFiles files(OBJ, MTL), plainFiles(many + "f 1 2 3\n");
     const Model model = readQuietly(files.path), plain = plainFiles.read();
-    const auto warning = [](std::string text) { return "GLM: Warning: glmWriteOBJ() warning: " + text + "\n"; };
+    const auto warning = [](const std::string& text) {
+        return "GLM: Warning: glmWriteOBJ() warning: " + text + "\n";
+    };
     plain->numfacetnorms = 0;
     EXPECT_EQ(write(plainFiles, plain, GLM_FLAT | GLM_SMOOTH | GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL),
               warning("flat normal output requested with no facet normals defined.") +

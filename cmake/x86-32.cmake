@@ -1,0 +1,22 @@
+# Builds for 32-bit x86 with the machine's own compiler against the libraries of a 32-bit Debian root, RYL_X86_32_ROOT, which
+# scripts/check-x86-32 makes. Programs run in an emulator that finds their libraries there.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR i686)
+
+set(RYL_X86_32_ROOT ${CMAKE_CURRENT_LIST_DIR}/../build/x86-32/root CACHE PATH "a 32-bit Debian root with the -dev packages")
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES RYL_X86_32_ROOT)
+file(REAL_PATH ${RYL_X86_32_ROOT} CMAKE_SYSROOT)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${CMAKE_SYSROOT})
+set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/i386-linux-gnu/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig)
+
+# The arithmetic of x86-64: every operation is rounded to the type of its operands.
+set(CMAKE_CXX_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
+set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
+
+# A processor without AVX: the software renderer's AVX code is emulated wrongly and draws dotted pictures.
+find_program(EMULATOR_X86_32 qemu-i386 REQUIRED)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${EMULATOR_X86_32} -cpu Nehalem -L ${CMAKE_SYSROOT})
