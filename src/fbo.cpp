@@ -8,7 +8,6 @@
 namespace {
 
 constexpr int MAX_TARGETS = 64;
-constexpr float CAMERA_Z = -50.0f;
 
 struct fboEntry {
     GLuint texture;
@@ -24,7 +23,7 @@ void clearAndPlaceCamera(float red, float green, float blue) {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glClearColor(red, green, blue, 0);
     glLoadIdentity();
-    glTranslatef(0, 0, CAMERA_Z);
+    glTranslatef(0, 0, -RYL_CAMERA_Z);
 }
 
 }  // namespace

@@ -5,12 +5,15 @@
 //   ryl_disableFBO(1280, 800, 0, 0, 0);               // ... and back to the window
 //
 // Needs    a current GL context after glewInit; the GL thread; the modelview matrix current.
-// Leaves   framebuffer and viewport switched, current matrix = translation by (0, 0, -50).
+// Leaves   framebuffer and viewport switched, current matrix = translation by (0, 0, -RYL_CAMERA_Z).
 // Clear    both clear with the colour set BEFORE the call; (red, green, blue), with alpha 0, is what the
 //          NEXT clear uses, on whichever target.
 // Fails    the 65th ryl_loadFBO prints "Maximum numbers of fbo's reached.. exiting" and ends the process
 //          with -1. Ids are not checked; completeness is not queried. Targets are never deleted.
 #pragma once
+
+// Where the camera stands on the z axis, looking along -z; scene units.
+constexpr float RYL_CAMERA_Z = 50;
 
 // Makes a target of width x height pixels: an RGBA texture of 8 bits per channel and a 24-bit depth buffer.
 // Returns its id, from 0 in order of creation. The texture and the renderbuffer stay bound.

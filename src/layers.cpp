@@ -1,5 +1,6 @@
 #include "layers.h"
 
+#include "fbo.h"
 #include "picture.h"
 
 #include <GL/glew.h>
@@ -65,10 +66,7 @@ void bindToUnit(GLenum unit, GLuint texture) {
 }
 
 // How much nearer than the plane z = 0 the layer is to the camera, and by how much smaller it is than it looks there.
-float nearness(const PictureLayer& layer) {
-    constexpr float CAMERA_DISTANCE = 50;
-    return (CAMERA_DISTANCE - layer.z) / CAMERA_DISTANCE;
-}
+float nearness(const PictureLayer& layer) { return (RYL_CAMERA_Z - layer.z) / RYL_CAMERA_Z; }
 
 // The layer's texture coordinates where the camera sees the point (x, y) of the plane z = 0.
 void layerCoordinates(GLenum unit, const PictureLayer& layer, float x, float y) {

@@ -10,7 +10,7 @@
 // A texture on an upright rectangle that faces the camera, centred before it; row 0 of the texture is its lower edge.
 struct PictureLayer {
     unsigned texture;
-    float z;                      // towards the camera, scene units; the camera is at 50
+    float z;                      // towards the camera, scene units; the camera is at RYL_CAMERA_Z
     float halfWidth, halfHeight;  // scene units
 };
 

@@ -192,7 +192,7 @@ void beginFrame(Demo& demo) {
     glClearColor(demo.gColor, demo.gColor, demo.gColor, demo.gColor);
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
-    glTranslatef(0, 0, -50);
+    glTranslatef(0, 0, -RYL_CAMERA_Z);
 }
 
 // Binds the scene target. Returns its texture.
@@ -204,7 +204,7 @@ unsigned beginScene(Demo& demo, float level) {
 
 // Clears the window and lays out what comes on it: the scene's picture, fading out over its last second; in the white
 // scenes between black bands and under the overlay, in the black ones alone.
-void composite(Demo& demo, const Scene& scene, float t, unsigned picture) {
+void layOut(Demo& demo, const Scene& scene, float t, unsigned picture) {
     constexpr float BLACK_FADE_S = 13;
     const bool full = scene.level == WHITE;
     const float grey = 0.1f * demo.gColor;
@@ -221,7 +221,7 @@ void drawLayer(const PictureLayer& layer) {
     ryl_draw2DTexture(0, 0, -layer.z, layer.halfWidth, layer.halfHeight, layer.texture);
 }
 
-void drawLayers(const Demo& demo) {
+void drawLayerByLayer(const Demo& demo) {
     glColor4f(1, 1, 1, demo.layers.opacity);
     drawLayer(demo.layers.picture);
     if (!demo.isOverlaid) return;
@@ -249,7 +249,7 @@ void playScene(Demo& demo, int k) {
     ryl_enterPhase(FramePhase::rasterising);
     demo.gColor = scene.ground;
     ryl_enterPhase(FramePhase::composite);
-    composite(demo, scene, t, picture);
+    layOut(demo, scene, t, picture);
     if (k == CLOSING_SCENE && t > CLOSING_S) std::exit(0);
     handOver(demo, k, t);
 }
@@ -266,7 +266,7 @@ void endFrame(const Demo& demo) {
     const bool paused = ryl_Get(6) != 0;
     ryl_enterPhase(FramePhase::composite);
     if (paused || !demo.isOverlaid || !ryl_blendLayers(width, height, demo.layers, demo.mblur)) {
-        if (demo.layers.picture.texture != 0) drawLayers(demo);
+        if (demo.layers.picture.texture != 0) drawLayerByLayer(demo);
         if (paused) drawPauseLine();
         ryl_enterPhase(FramePhase::blur);
         ryl_blendPicture(width, height, demo.mblur);

@@ -67,7 +67,7 @@ void onAllProcessors(const std::function<void()>& work) {
     for (std::thread& helper : helpers) helper.join();
 }
 
-// Plays the tracks for which `chosen` holds and gives each, in order, to `receive`.
+// Plays the tracks that duck, or those that do not, and gives each, in order, to `receive`.
 void playTracks(const Score& score, size_t samples, bool ducks,
                 const std::function<void(const Stereo&, const Track&)>& receive) {
     Turns turns;

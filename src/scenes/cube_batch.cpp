@@ -1,12 +1,13 @@
 #include "scenes/cube_batch.h"
 
+#include "fbo.h"
 #include "frame_timer.h"
 
 #include <GL/gl.h>
 
 namespace {
 
-constexpr float EYE_Z = 50, NEAR_Z = 49;
+constexpr float NEAR_Z = RYL_CAMERA_Z - 1;
 
 struct Face {
     float normal[3];
@@ -24,7 +25,7 @@ constexpr Face FACES[] = {
 // Whether the eye lies on the outer side of the face's plane.
 bool isFacingEye(const Face& face, const Cube& cube) {
     const float* n = face.normal;
-    return n[0] * -cube.x + n[1] * -cube.y + n[2] * (EYE_Z - cube.z) > cube.side / 2;
+    return n[0] * -cube.x + n[1] * -cube.y + n[2] * (RYL_CAMERA_Z - cube.z) > cube.side / 2;
 }
 
 }  // namespace
