@@ -16,6 +16,7 @@ set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/i386-linux-gnu/pkgconfig:${C
 set(CMAKE_CXX_FLAGS_INIT -m32)
 set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
 
-# A processor without AVX: the software renderer's AVX code is emulated wrongly and draws dotted pictures.
+# A processor without AVX, for the software renderer's AVX code is emulated wrongly and draws dotted pictures; without
+# what only a 64-bit system has, of which the emulator warns.
 find_program(EMULATOR_X86_32 qemu-i386 REQUIRED)
-set(CMAKE_CROSSCOMPILING_EMULATOR ${EMULATOR_X86_32} -cpu Nehalem -L ${CMAKE_SYSROOT})
+set(CMAKE_CROSSCOMPILING_EMULATOR ${EMULATOR_X86_32} -cpu Nehalem,-lm,-syscall -L ${CMAKE_SYSROOT})

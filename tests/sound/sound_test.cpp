@@ -245,8 +245,9 @@ TEST(Sound, ExitEndsAPlayingSoundThoughTheDeviceHangsAndAMissingDeviceIsOneLine)
 }
 
 TEST(SharedObject, ExportsTheInterfaceAloneUnderItsRelativeName) {
-    EXPECT_EQ(run("nm -D --defined-only libs/libfmodex.so | cut -c18-24 | sort | uniq -c").output,
-              "     11 T FMOD_\n");
+    EXPECT_EQ(
+        run("nm -D --defined-only libs/libfmodex.so | awk '{ print $2, substr($3, 1, 5) }' | sort | uniq -c").output,
+        "     11 T FMOD_\n");
     EXPECT_EQ(run("readelf -d libs/libfmodex.so | grep -c 'soname: .libs/libfmodex.so.'").output, "1\n");
 }
 
