@@ -91,8 +91,9 @@ const char* convertRareFloat(const char* first, float& value) {
 bool breaksOff(const char* first, const char* end) {
     const bool hexadecimal = std::find(first, end, 'x') != end || std::find(first, end, 'X') != end;
     const std::string_view marks = hexadecimal ? "pP" : "eE", number(first, static_cast<std::size_t>(end - first));
-    const bool infinite = number.find_first_of("nN") != number.npos;
-    return !infinite && marks.find(*end) != marks.npos && number.find_first_of(marks) == number.npos;
+    const bool infinite = number.find_first_of("nN") != std::string_view::npos;
+    return !infinite && marks.find(*end) != std::string_view::npos &&
+           number.find_first_of(marks) == std::string_view::npos;
 }
 
 const char* convertFloat(const GLMtext& text, float& value) {
