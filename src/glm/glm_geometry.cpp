@@ -11,8 +11,6 @@
 
 namespace {
 
-float* entry(float* vectors, std::uint32_t index) { return vectors + GLM_VECTOR_SIZE * index; }
-
 // Smallest and largest coordinates; the model has a position.
 struct Bounds {
     float low[3], high[3];
@@ -20,11 +18,11 @@ struct Bounds {
 
 Bounds boundsOf(const GLMmodel& model) {
     Bounds bounds{};
-    std::copy_n(entry(model.vertices, 1), 3, bounds.low);
-    std::copy_n(entry(model.vertices, 1), 3, bounds.high);
+    std::copy_n(__glmVector(model.vertices, 1), 3, bounds.low);
+    std::copy_n(__glmVector(model.vertices, 1), 3, bounds.high);
     for (std::uint32_t i = 2; i <= model.numvertices; ++i)
         for (int axis = 0; axis < 3; ++axis) {
-            const float coordinate = entry(model.vertices, i)[axis];
+            const float coordinate = __glmVector(model.vertices, i)[axis];
             if (bounds.high[axis] < coordinate) bounds.high[axis] = coordinate;
             if (bounds.low[axis] > coordinate) bounds.low[axis] = coordinate;
         }
@@ -47,7 +45,7 @@ float glmUnitize(GLMmodel* model) {
     const float scale = 2.0f / largest(dimensions);
     for (std::uint32_t i = 1; i <= model->numvertices; ++i)
         for (int axis = 0; axis < 3; ++axis) {
-            float& coordinate = entry(model->vertices, i)[axis];
+            float& coordinate = __glmVector(model->vertices, i)[axis];
             coordinate -= (bounds.high[axis] + bounds.low[axis]) / 2.0f;
             coordinate *= scale;
         }
@@ -66,7 +64,7 @@ void glmDimensions(const GLMmodel* model, float* dimensions) {
 
 void glmScale(GLMmodel* model, float factor) {
     for (std::uint32_t i = 1; i <= model->numvertices; ++i)
-        for (int axis = 0; axis < 3; ++axis) entry(model->vertices, i)[axis] *= factor;
+        for (int axis = 0; axis < 3; ++axis) __glmVector(model->vertices, i)[axis] *= factor;
 }
 
 void glmReverseWinding(GLMmodel* model) {
@@ -79,7 +77,7 @@ void glmReverseWinding(GLMmodel* model) {
     }
     const auto negate = [](float* normals, std::uint32_t count) {
         for (std::uint32_t i = 1; i <= count; ++i)
-            for (int axis = 0; axis < 3; ++axis) entry(normals, i)[axis] = -entry(normals, i)[axis];
+            for (int axis = 0; axis < 3; ++axis) __glmVector(normals, i)[axis] = -__glmVector(normals, i)[axis];
     };
     negate(model->facetnorms, model->numfacetnorms);
     negate(model->normals, model->numnormals);
@@ -134,7 +132,7 @@ void glmLinearTexture(GLMmodel* model) {
     const float widest = glmAbs(largest(dimensions));
     const float scale = widest > 0 ? 2.0f / widest : 0.0f;
     for (std::uint32_t i = 1; i <= model->numvertices; ++i) {
-        const float* position = entry(model->vertices, i);
+        const float* position = __glmVector(model->vertices, i);
         float* texcoord = model->texcoords + GLM_TEXCOORD_SIZE * i;
         texcoord[0] = (position[0] * scale + 1.0f) / 2.0f;
         texcoord[1] = (position[2] * scale + 1.0f) / 2.0f;
@@ -147,7 +145,7 @@ void glmSpheremapTexture(GLMmodel* model) {
     assert(model->normals != nullptr);
     replaceTexcoords(*model, model->numnormals);
     for (std::uint32_t i = 1; i <= model->numnormals; ++i) {
-        const SphereAngles angles = anglesOf(entry(model->normals, i));
+        const SphereAngles angles = anglesOf(__glmVector(model->normals, i));
         float* texcoord = model->texcoords + GLM_TEXCOORD_SIZE * i;
         texcoord[0] = static_cast<float>(angles.theta / MAP_PI);
         texcoord[1] = static_cast<float>(angles.phi / MAP_PI);

@@ -58,13 +58,13 @@ void glmFacetNormals(GLMmodel* model) {
         GLMtriangle& triangle = model->triangles[i];
         triangle.findex = i + 1;
         const float* corner[3];
-        for (int k = 0; k < 3; ++k) corner[k] = model->vertices + GLM_VECTOR_SIZE * triangle.vindices[k];
+        for (int k = 0; k < 3; ++k) corner[k] = __glmVector(model->vertices, triangle.vindices[k]);
         float u[3], v[3];
         for (int axis = 0; axis < 3; ++axis) {
             u[axis] = corner[1][axis] - corner[0][axis];
             v[axis] = corner[2][axis] - corner[0][axis];
         }
-        float* normal = model->facetnorms + GLM_VECTOR_SIZE * triangle.findex;
+        float* normal = __glmVector(model->facetnorms, triangle.findex);
         glmCross(u, v, normal);
         const float length = lengthOf(normal);
         const bool proper = length > 0 && std::isfinite(length);
@@ -97,7 +97,7 @@ struct Members {
 
 Members membersOf(const GLMmodel& model) {
     Members members{.nodes = nullptr, .heads = nullptr};
-    members.nodes.reset(__glmArray<GLMnode>(GLM_VECTOR_SIZE * model.numtriangles));
+    members.nodes.reset(__glmArray<GLMnode>(std::size_t{3} * model.numtriangles));
     members.heads.reset(__glmArray<GLMnode*>(model.numvertices + std::size_t{1}));
     GLMnode* node = members.nodes.get();
     for (std::uint32_t i = 0; i < model.numtriangles; ++i)
@@ -116,11 +116,9 @@ struct NormalMaker {
     std::uint32_t next;  // next free entry
 };
 
-float* normalEntry(const GLMmodel& model, std::uint32_t index) { return model.normals + GLM_VECTOR_SIZE * index; }
-
 const float* facetNormal(const GLMmodel& model, const GLMtriangle& triangle) {
     assert(triangle.findex <= model.numfacetnorms);
-    return model.facetnorms + GLM_VECTOR_SIZE * triangle.findex;
+    return __glmVector(model.facetnorms, triangle.findex);
 }
 
 void growBy(NormalMaker& maker, std::uint32_t entries) {
@@ -161,7 +159,7 @@ bool assignNormal(const NormalMaker& maker, GLMtriangle& triangle, std::uint32_t
 
 void storeNormal(const NormalMaker& maker, const float* normal) {
     assert(maker.next <= maker.model.numnormals);
-    std::copy_n(normal, 3, normalEntry(maker.model, maker.next));
+    std::copy_n(normal, 3, __glmVector(maker.model.normals, maker.next));
 }
 
 // The normal of a triangle that did not join: its own facet normal. An entry that no corner took is used again.

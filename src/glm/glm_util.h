@@ -30,6 +30,12 @@ char* __glmDirName(const char* path);     // up to and including the last "/", o
 // Floats in an entry of the arrays of positions and normals, and of texture coordinates.
 constexpr std::size_t GLM_VECTOR_SIZE = 3, GLM_TEXCOORD_SIZE = 2;
 
+// The position or normal that `index` names.
+template <typename Float>
+Float* __glmVector(Float* vectors, std::uint32_t index) {
+    return vectors + GLM_VECTOR_SIZE * index;
+}
+
 // Deleter of what malloc gave, for owners inside a function.
 struct __glmFree {
     void operator()(void* memory) const { std::free(memory); }

@@ -16,8 +16,6 @@ constexpr double LARGEST_EPSILON = 1e39;
 
 using Indices = std::unique_ptr<std::uint32_t[], __glmFree>;
 
-const float* entry(const float* vectors, std::uint32_t index) { return vectors + GLM_VECTOR_SIZE * index; }
-
 bool isFinite(const float* v) { return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]); }
 
 // The distinct vectors met so far, findable by place. Space is cut into cells of 2 * reach; a vector's equals lie in
@@ -76,14 +74,14 @@ std::uint32_t findEqual(const WeldTable& table, const float* v) {
             for (int k = 0; k <= z.steps; ++k) {
                 const std::size_t bucket = bucketOf(table, x.low + i, y.low + j, z.low + k);
                 for (std::uint32_t index = table.heads[bucket]; index != 0; index = table.next[index])
-                    if ((first == 0 || index < first) && glmEqual(v, entry(table.kept, index), table.epsilon))
+                    if ((first == 0 || index < first) && glmEqual(v, __glmVector(table.kept, index), table.epsilon))
                         first = index;
             }
     return first;
 }
 
 void addDistinct(WeldTable& table, std::uint32_t index) {
-    const float* v = entry(table.kept, index);
+    const float* v = __glmVector(table.kept, index);
     std::uint32_t& head = table.heads[bucketOf(table, cellOf(table, v[0]), cellOf(table, v[1]), cellOf(table, v[2]))];
     table.next[index] = head;
     head = index;
@@ -102,13 +100,13 @@ Welded weld(const float* vectors, std::uint32_t count, float epsilon) {
     std::copy_n(vectors, 3 * (count + std::size_t{1}), welded.kept);
     WeldTable table = makeTable(welded.kept, count, epsilon);
     for (std::uint32_t i = 1; i <= count; ++i) {
-        const float* v = entry(vectors, i);
+        const float* v = __glmVector(vectors, i);
         // Nothing equals a vector that is not finite, and nothing is closer than 0.
         const bool comparable = epsilon > 0 && isFinite(v);
         std::uint32_t index = comparable ? findEqual(table, v) : 0;
         if (index == 0) {
             index = ++welded.count;
-            std::copy_n(v, 3, welded.kept + GLM_VECTOR_SIZE * index);
+            std::copy_n(v, 3, __glmVector(welded.kept, index));
             if (comparable) addDistinct(table, index);
         }
         welded.newIndices[i] = index;
@@ -124,8 +122,7 @@ bool glmEqual(const float* u, const float* v, float epsilon) {
 
 float* glmWeldVectors(float* vectors, std::uint32_t* count, float epsilon) {
     const Welded welded = weld(vectors, *count, epsilon);
-    for (std::uint32_t i = 1; i <= *count; ++i)
-        vectors[GLM_VECTOR_SIZE * i] = static_cast<float>(welded.newIndices[i]);
+    for (std::uint32_t i = 1; i <= *count; ++i) *__glmVector(vectors, i) = static_cast<float>(welded.newIndices[i]);
     *count = welded.count;
     return welded.kept;
 }
