@@ -20,3 +20,4 @@ set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
 # what only a 64-bit system has, of which the emulator warns.
 find_program(EMULATOR_X86_32 qemu-i386 REQUIRED)
 set(CMAKE_CROSSCOMPILING_EMULATOR ${EMULATOR_X86_32} -cpu Nehalem,-lm,-syscall -L ${CMAKE_SYSROOT})
+set(RYL_X86_32_EMULATOR ${CMAKE_CROSSCOMPILING_EMULATOR} CACHE INTERNAL "the command before a program's, as a list")
