@@ -93,12 +93,18 @@ constexpr float SCENE_BLUR = 0.2f;
 
 // ---- Loading: one step a frame, so that the bar moves between them ------------------------------------------------
 
+constexpr char BACKGROUND_FILE[] = "data/images/background.png";  // drawn by no scene
+constexpr char OVERLAY_FILE[] = "data/images/focus_overlay2.png";
+constexpr char SPHERES_FILE[] = "data/images/spheres.png";
+constexpr char BANNER_FILE[] = "data/images/banner.png";
+constexpr char SUMMER_FILE[] = "data/images/summer.png";
+
 void loadPictures(Demo& demo) {
-    demo.textureBackground = ryl_loadPNG("data/images/background.png");  // drawn by no scene
-    demo.textureOverlay = ryl_loadPNG("data/images/focus_overlay2.png");
-    demo.images.spheres = ryl_loadPNG("data/images/spheres.png");
-    demo.images.banner = ryl_loadPNG("data/images/banner.png");
-    demo.images.summer = ryl_loadPNG("data/images/summer.png");
+    demo.textureBackground = ryl_loadPNG(BACKGROUND_FILE);
+    demo.textureOverlay = ryl_loadPNG(OVERLAY_FILE);
+    demo.images.spheres = ryl_loadPNG(SPHERES_FILE);
+    demo.images.banner = ryl_loadPNG(BANNER_FILE);
+    demo.images.summer = ryl_loadPNG(SUMMER_FILE);
     demo.textureBlack = ryl_loadBlack();
     demo.cube_model = glmReadOBJ("data/cubeobj.obj");
     demo.cubeList = glmList(demo.cube_model, GLM_FLAT);
@@ -290,6 +296,7 @@ void drawScene() {
 }
 
 int main(int argc, char** argv) {
+    ryl_decodeAhead({BACKGROUND_FILE, OVERLAY_FILE, SPHERES_FILE, BANNER_FILE, SUMMER_FILE});
     ryl_init(argc, argv, drawScene);
     return 0;
 }

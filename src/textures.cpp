@@ -14,8 +14,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <future>
+#include <map>
 #include <memory>
 #include <new>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -75,23 +79,6 @@ std::uint32_t texelFromColour(std::uint32_t colour) {
     return alpha << 24 | (colour & RGB);
 }
 
-struct TgaHeader {
-    int width, height;  // pixels
-    int depth;          // bits per pixel
-};
-
-// The first 18 bytes of the file, of which only width, height and depth may vary. False for any other file.
-bool readTgaHeader(std::FILE* file, TgaHeader& header) {
-    constexpr std::array<unsigned char, 12> UNCOMPRESSED_TRUE_COLOUR = {0, 0, 2};
-    std::array<unsigned char, 12> start{};
-    std::array<unsigned char, 6> size{};
-    if (std::fread(start.data(), 1, start.size(), file) != start.size() || start != UNCOMPRESSED_TRUE_COLOUR ||
-        std::fread(size.data(), 1, size.size(), file) != size.size())
-        return false;
-    header = {size[0] + 256 * size[1], size[2] + 256 * size[3], size[4]};
-    return true;
-}
-
 // Bytes between the file's position and its end; 0 when that cannot be told.
 std::size_t bytesLeft(std::FILE* file) {
     const long here = std::ftell(file);
@@ -114,6 +101,54 @@ bool claimsTooMuch(std::FILE* file) {
         return start[at] * 0x1000000ull + start[at + 1] * 0x10000ull + start[at + 2] * 0x100ull + start[at + 3];
     };
     return read && side(16) * side(20) / MOST_PIXELS_PER_BYTE > bytes;
+}
+
+struct Decoded {
+    const char* failure = nullptr;  // what there is to say; null where there is an image
+    int width = 0, height = 0;
+    Words texels = nullptr;
+};
+
+Decoded decodePNG(const char* path) {
+    const File file(ryl_openFile(path));
+    if (!file) return {"file not found.\n"};
+    const Image image(claimsTooMuch(file.get()) ? nullptr : gdImageCreateFromPng(file.get()));
+    if (!image) return {"Unable to load image"};
+    Decoded decoded = {nullptr, gdImageSX(image.get()), gdImageSY(image.get()), coloursOfImage(image.get())};
+    if (!decoded.texels) return {"not enough memory for the image\n"};
+    std::uint32_t* const texels = decoded.texels.get();
+    std::transform(texels,
+                   texels + static_cast<std::size_t>(decoded.width) * static_cast<std::size_t>(decoded.height),
+                   texels, texelFromColour);
+    return decoded;
+}
+
+// What ryl_decodeAhead was asked for and no ryl_loadPNG has taken yet.
+using Images = std::map<std::string, Decoded>;
+std::future<Images> decodedAhead;
+
+Decoded takeDecoded(const char* path) {
+    static Images images;
+    if (decodedAhead.valid()) images = decodedAhead.get();
+    auto found = images.extract(path);
+    return found.empty() ? decodePNG(path) : std::move(found.mapped());
+}
+
+struct TgaHeader {
+    int width, height;  // pixels
+    int depth;          // bits per pixel
+};
+
+// The first 18 bytes of the file, of which only width, height and depth may vary. False for any other file.
+bool readTgaHeader(std::FILE* file, TgaHeader& header) {
+    constexpr std::array<unsigned char, 12> UNCOMPRESSED_TRUE_COLOUR = {0, 0, 2};
+    std::array<unsigned char, 12> start{};
+    std::array<unsigned char, 6> size{};
+    if (std::fread(start.data(), 1, start.size(), file) != start.size() || start != UNCOMPRESSED_TRUE_COLOUR ||
+        std::fread(size.data(), 1, size.size(), file) != size.size())
+        return false;
+    header = {size[0] + 256 * size[1], size[2] + 256 * size[3], size[4]};
+    return true;
 }
 
 // Exactly `count` bytes, or null when the memory cannot be had or the file ends before.
@@ -141,26 +176,21 @@ Bytes readPicture(int width, int height) {
 
 }  // namespace
 
+void ryl_decodeAhead(const std::vector<std::string>& paths) {
+    decodedAhead = std::async([paths] {
+        Images images;
+        for (const std::string& path : paths) images.emplace(path, decodePNG(path.c_str()));
+        return images;
+    });
+}
+
 unsigned ryl_loadPNG(const char* path) {
-    const File file(ryl_openFile(path));
-    if (!file) {
-        std::printf("[! %s] file not found.\n", path);
+    const Decoded image = takeDecoded(path);
+    if (image.failure != nullptr) {
+        std::printf("[! %s] %s", path, image.failure);
         std::exit(-1);
     }
-    const Image image(claimsTooMuch(file.get()) ? nullptr : gdImageCreateFromPng(file.get()));
-    if (!image) {
-        std::printf("[! %s] Unable to load image", path);
-        std::exit(-1);
-    }
-    const int width = gdImageSX(image.get()), height = gdImageSY(image.get());
-    const Words texels = coloursOfImage(image.get());
-    if (!texels) {
-        std::printf("[! %s] not enough memory for the image\n", path);
-        std::exit(-1);
-    }
-    std::transform(texels.get(), texels.get() + static_cast<std::size_t>(width) * static_cast<std::size_t>(height),
-                   texels.get(), texelFromColour);
-    return uploadTexture(width, height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, texels.get());
+    return uploadTexture(image.width, image.height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, image.texels.get());
 }
 
 unsigned ryl_loadTGA(const char* path) {

@@ -71,6 +71,7 @@ TEST(Png, KeepsColoursAndRowsAndStretchesAlpha) {
     gdImageSetPixel(image, 1, 0, gdImageColorAllocateAlpha(image, 200, 100, 50, 127));
     gdImageFile(image, path.c_str());
     gdImageDestroy(image);
+    ryl_decodeAhead({"none", path});
     EXPECT_NE(ryl_loadPNG(path.c_str()), texture);
     EXPECT_EQ(texels(), (std::vector<Texel>{{1, 2, 3, 255}, {200, 100, 50, 0}}));
 }
@@ -92,6 +93,7 @@ TEST(Files, ThatAreBadEndTheProgramWithTheReason) {
     const TempDir folder;
     const std::string missing = "-", unreadable = "[!] Unable to load @", corrupt = "[!] @ was a corrupt image =/\n",
                       noMemory = "[!] Unable to allocate memory for tga @...\n";
+    const auto loadAhead = [](const char* path) { return ryl_decodeAhead({path}), ryl_loadPNG(path); };
     const auto loadFont = [](const char* path) { return ryl_loadTextureFont(path, 0); };
     const auto drawText = [](const char* text) { return ryl_text(text, 1, 0, 0, 0, 0, 0, 0), 0U; };
     const struct {
@@ -100,6 +102,7 @@ TEST(Files, ThatAreBadEndTheProgramWithTheReason) {
     } cases[] = {
         {ryl_loadPNG, missing, "[! @] file not found.\n"},
         {ryl_loadPNG, "this is no image", "[! @] Unable to load image"},
+        {loadAhead, missing, "[! @] file not found.\n"},
         {ryl_loadTGA, missing, "[! @] file not found \n"},
         {ryl_loadTGA, "", unreadable},
         {ryl_loadTGA, tga(1, 1, 24, "").substr(0, 17), unreadable},
@@ -158,6 +161,7 @@ TEST(Screenshot, HoldsThePictureLastDrawnBottomRowFirst) {
     drawPicture();
     const TempDir folder;
     const std::string file = folder.write("picture.png", "an older file");
+    expectPicture(file, 5, 1, 6);
     expectPicture(file, WIDTH, HEIGHT, 0);
     const auto stored = fs::file_size(file);
     expectPicture(file, WIDTH + 30, HEIGHT + 20, 9);

@@ -4,6 +4,7 @@
 #include "glm/glm.h"
 #include "layers.h"
 #include "scenes/scenes.h"
+#include "textures.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 void drawScene();
 
@@ -73,6 +75,7 @@ void ryl_infoText(float x, float y) { record("pauseLine", x, y); }
 void ryl_draw2DTexture(float, float, float z, float w, float h, unsigned texture) {
     record("quad", z, w, h, texture);
 }
+void ryl_decodeAhead(const std::vector<std::string>&) {}
 unsigned ryl_loadPNG(const char* path) {
     static unsigned texture = 20;
     return answer(++texture, "loadPNG", path);
