@@ -19,10 +19,8 @@ constexpr char SCREENSHOT[] = "benchmark.png";
 
 void plainScreenshot(int width, int height, const char* filename, int level) {
     std::vector<unsigned char> pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
-    ryl_bindPicture();
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, width, height, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
     gdImage* image = gdImageCreateTrueColor(width, height);
     const unsigned char* pixel = pixels.data();
     for (int y = 0; y < height; ++y)
@@ -85,9 +83,7 @@ void drawPicture() {
 void runReadBack(benchmark::State& state) {
     for (auto _ : state) {
         std::vector<unsigned char> pixels(static_cast<std::size_t>(WIDTH) * HEIGHT * 4);
-        ryl_bindPicture();
-        glReadPixels(0, 0, WIDTH, HEIGHT, GL_BGRA, GL_UNSIGNED_BYTE, pixels.data());
-        glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+        ryl_readPicture(WIDTH, HEIGHT, pixels.data());
         benchmark::DoNotOptimize(pixels.data());
     }
 }

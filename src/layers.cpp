@@ -33,7 +33,7 @@ enum TextureUnit { PICTURE_UNIT, OVERLAY_UNIT, TEXTURE_UNITS };
 
 GLuint linkLayersProgram() {
     GLint units = 0;
-    if (!GLEW_VERSION_2_0 || !(GLEW_VERSION_3_0 || GLEW_EXT_framebuffer_blit)) return 0;
+    if (!GLEW_VERSION_2_0) return 0;
     glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
     if (units < TEXTURE_UNITS) return 0;
     const GLchar* source = LAYERS_SHADER;

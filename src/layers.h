@@ -23,6 +23,5 @@ struct PictureLayers {
 
 // Draws the layers over the whole window, blends the kept picture in like ryl_blendPicture, and keeps the result.
 // Rounds once where drawing layer by layer rounds after each, so a component can differ from that by a level or two of
-// 255. Returns false and draws nothing where the GL lacks fragment shaders or copies between framebuffers, or no picture
-// of this size is kept.
+// 255. Returns false and draws nothing where the GL lacks fragment shaders, or no picture of this size is kept.
 bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float weight);

@@ -2,6 +2,8 @@
 
 #include <GL/glew.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -14,7 +16,10 @@ struct Kept {
 };
 Kept kept;
 
-// The texture starts black: where the picture is larger than the window the GL has nothing to copy.
+bool isKept(int width, int height) { return kept.texture != 0 && kept.width == width && kept.height == height; }
+
+// The texture starts black: where the picture is larger than the window the GL has nothing to copy. Its texels are words
+// as windows have them, or showing it would convert every pixel.
 void resizeKept(int width, int height) {
     if (kept.texture == 0) {
         glGenTextures(1, &kept.texture);
@@ -26,7 +31,7 @@ void resizeKept(int width, int height) {
     glBindTexture(GL_TEXTURE_2D, kept.texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, black.data());
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, black.data());
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
     glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, kept.texture, 0);
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
@@ -40,7 +45,8 @@ void drawKeptOver(float weight) {
     glDisable(GL_FOG);
     glEnable(GL_TEXTURE_2D);
     glEnable(GL_BLEND);
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glBlendColor(0, 0, 0, weight);
+    glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
     glViewport(0, 0, kept.width, kept.height);
     glMatrixMode(GL_PROJECTION);
     glPushMatrix();
@@ -49,11 +55,12 @@ void drawKeptOver(float weight) {
     glPushMatrix();
     glLoadIdentity();
 
-    glColor4f(1, 1, 1, weight);
+    glBindTexture(GL_TEXTURE_2D, kept.texture);
+    glColor3f(1, 1, 1);
     glBegin(GL_QUADS);
     constexpr float corners[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     for (const auto& [s, t] : corners) {
-        glTexCoord2f(s, t);
+        glTexCoord2f(s, 1 - t);
         glVertex2f(2 * s - 1, 2 * t - 1);
     }
     glEnd();
@@ -64,33 +71,53 @@ void drawKeptOver(float weight) {
     glPopAttrib();
 }
 
+// Copies the picture between the window and where it is kept, upside down, and binds the window.
+void copyPicture(GLuint from, GLuint to) {
+    const int width = kept.width, height = kept.height;
+    glBindFramebufferEXT(GL_READ_FRAMEBUFFER_EXT, from);
+    glBindFramebufferEXT(GL_DRAW_FRAMEBUFFER_EXT, to);
+    glBlitFramebufferEXT(0, 0, width, height, 0, height, width, 0, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+}
+
 }  // namespace
 
 void ryl_blendPicture(int width, int height, float weight) {
-    if (kept.texture == 0 || kept.width != width || kept.height != height) {
+    if (!GLEW_VERSION_3_0 && !GLEW_EXT_framebuffer_blit) return;
+    if (!isKept(width, height))
         resizeKept(width, height);
-    } else {
-        glBindTexture(GL_TEXTURE_2D, kept.texture);
-        if (weight > 0) drawKeptOver(weight);
-    }
-    glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, width, height);
+    else if (weight > 0)
+        drawKeptOver(weight);
+    copyPicture(0, kept.framebuffer);
 }
 
 bool ryl_beginPicture(int width, int height) {
-    if (kept.texture == 0 || kept.width != width || kept.height != height) return false;
+    if (!isKept(width, height)) return false;
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
+    std::array<GLfloat, 16> projection{};
+    glGetFloatv(GL_PROJECTION_MATRIX, projection.data());
+    glPushAttrib(GL_TRANSFORM_BIT);
+    glMatrixMode(GL_PROJECTION);
+    glPushMatrix();
+    glLoadIdentity();
+    glScalef(1, -1, 1);
+    glMultMatrixf(projection.data());
+    glPopAttrib();
     return true;
 }
 
 void ryl_showPicture(void) {
-    const int width = kept.width, height = kept.height;
-    glBindFramebufferEXT(GL_DRAW_FRAMEBUFFER_EXT, 0);
-    glBlitFramebufferEXT(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+    copyPicture(kept.framebuffer, 0);
+    glPushAttrib(GL_TRANSFORM_BIT);
+    glMatrixMode(GL_PROJECTION);
+    glPopMatrix();
+    glPopAttrib();
 }
 
-bool ryl_bindPicture(void) {
-    if (kept.texture == 0) return false;
+bool ryl_readPicture(int width, int height, unsigned char* pixels) {
+    const bool fromKept = kept.texture != 0;
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
-    return true;
+    glReadPixels(0, fromKept ? kept.height - height : 0, width, height, GL_BGRA, GL_UNSIGNED_BYTE, pixels);
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+    return fromKept;
 }

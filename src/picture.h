@@ -2,7 +2,8 @@
 //
 //   ryl_blendPicture(width, height, 0.2f);   // last thing before the buffer swap
 //
-// Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer.
+// Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer. A GL that cannot copy
+//          between framebuffers (before 3.0, without EXT_framebuffer_blit) keeps and blends nothing.
 // Leaves   all GL state as it was, but for the texture bound to GL_TEXTURE_2D.
 // Never    reads the window after a swap: a driver that flips its buffers instead of copying them leaves an older
 //          picture, or nothing, in the back buffer, and the front buffer lacks what other windows cover. The
@@ -15,13 +16,15 @@
 // first after the size has changed, only keeps.
 void ryl_blendPicture(int width, int height, float weight);
 
-// For who draws the next picture over the kept one himself, blending included, where the GL can copy between
-// framebuffers. ryl_beginPicture binds the kept picture in place of the window and returns true; where none of this size
-// is kept it returns false and binds nothing. ryl_showPicture copies what is now kept into the back buffer and binds the
-// window.
+// For who draws the next picture over the kept one himself, blending included. ryl_beginPicture binds the kept picture in
+// place of the window and returns true; where none of this size is kept it returns false and changes nothing. Until
+// ryl_showPicture the projection is turned upside down, because the picture is kept so: its first row is the top one, as
+// window systems have it, which makes showing it a plain copy. ryl_showPicture makes that copy to the back buffer and
+// binds the window.
 bool ryl_beginPicture(int width, int height);
 void ryl_showPicture(void);
 
-// Binds the kept picture's framebuffer for reading and returns true; returns false and binds nothing while no
-// picture is kept. Bind framebuffer 0 when done.
-bool ryl_bindPicture(void);
+// Reads the lower left width x height pixels of the kept picture, or of the window while none is kept, as four bytes
+// each: B, G, R and one that means nothing. Leaves `pixels` alone where the picture does not reach. Returns whether the
+// rows come from top to bottom.
+bool ryl_readPicture(int width, int height, unsigned char* pixels);

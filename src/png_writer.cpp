@@ -27,6 +27,7 @@ constexpr int LAST_RUN_LENGTH_LEVEL = 3;
 struct Picture {
     int width, height;            // pixels
     const unsigned char* pixels;  // B, G, R and one byte more
+    std::ptrdiff_t rowStep;       // bytes
 };
 
 // A piece of a zlib stream (RFC 1950) that ends on a byte and refers to nothing before it. The first opens the stream,
@@ -69,7 +70,6 @@ void deflateInto(std::vector<unsigned char>& output, z_stream& stream, int flush
 Band compressBand(const Picture& picture, int index, int level) {
     constexpr int DEFAULT_MEM_LEVEL = 8;
     const int firstRow = picture.height * index / BANDS, endRow = picture.height * (index + 1) / BANDS;
-    const std::size_t rowBytes = static_cast<std::size_t>(picture.width) * PIXEL_BYTES;
     std::vector<unsigned char> filtered(1 + static_cast<std::size_t>(picture.width) * SAMPLES);
     Band band = {{}, adler32(0, nullptr, 0), filtered.size() * static_cast<std::size_t>(endRow - firstRow)};
     z_stream state = {};
@@ -78,7 +78,7 @@ Band compressBand(const Picture& picture, int index, int level) {
         return band;
     const std::unique_ptr<z_stream, EndStream> stream(&state);
     for (int row = firstRow; row < endRow; ++row) {
-        filterRow(picture.pixels + static_cast<std::size_t>(row) * rowBytes, picture.width, filtered.data());
+        filterRow(picture.pixels + row * picture.rowStep, picture.width, filtered.data());
         band.checksum = adler32(band.checksum, filtered.data(), static_cast<uInt>(filtered.size()));
         stream->next_in = filtered.data();
         stream->avail_in = static_cast<uInt>(filtered.size());
@@ -127,8 +127,9 @@ void ignoreWarning(png_structp, png_const_charp) {}
 
 }  // namespace
 
-bool ryl_writePng(std::FILE* file, int width, int height, const unsigned char* pixels, int level) try {
-    const Picture picture = {width, height, pixels};
+bool ryl_writePng(std::FILE* file, int width, int height, const unsigned char* pixels, std::ptrdiff_t rowStep,
+                  int level) try {
+    const Picture picture = {width, height, pixels, rowStep};
     const std::array<Band, BANDS> bands = compress(picture, level);
     if (std::any_of(bands.begin(), bands.end(), [](const Band& band) { return band.deflated.empty(); })) return false;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, jumpBack, ignoreWarning);

@@ -159,19 +159,26 @@ Bytes readBytes(std::FILE* file, std::size_t count) {
     return bytes;
 }
 
-// The picture's pixels, B, G, R and one byte more, bottom row first: what the GL holds, so nothing is converted. What the
-// picture does not cover is black. Null when the size or the memory for it cannot be had.
-Bytes readPicture(int width, int height) {
+// Rows of the picture, four bytes a pixel, as the GL holds them, so nothing is converted.
+struct Rows {
+    Bytes bytes;                  // null where the size, or the memory for it, cannot be had
+    const unsigned char* bottom;  // row
+    std::ptrdiff_t upwards;       // bytes from one row to the one above
+};
+
+// The picture; black where it does not reach.
+Rows readPicture(int width, int height) {
     constexpr std::size_t PIXEL_BYTES = 4;
-    if (width <= 0 || height <= 0) return nullptr;
-    const std::size_t size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * PIXEL_BYTES;
-    Bytes pixels = allocateBytes(size);
-    if (!pixels) return nullptr;
-    std::fill_n(pixels.get(), size, static_cast<unsigned char>(0));
-    const bool kept = ryl_bindPicture();
-    glReadPixels(0, 0, width, height, GL_BGRA, GL_UNSIGNED_BYTE, pixels.get());
-    if (kept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
-    return pixels;
+    if (width <= 0 || height <= 0) return {};
+    const std::size_t rowBytes = static_cast<std::size_t>(width) * PIXEL_BYTES;
+    const std::size_t size = rowBytes * static_cast<std::size_t>(height);
+    Bytes bytes = allocateBytes(size);
+    if (!bytes) return {};
+    unsigned char* const first = bytes.get();
+    std::fill_n(first, size, static_cast<unsigned char>(0));
+    const auto step = static_cast<std::ptrdiff_t>(rowBytes);
+    if (ryl_readPicture(width, height, first)) return {std::move(bytes), first + size - rowBytes, -step};
+    return {std::move(bytes), first, step};
 }
 
 }  // namespace
@@ -233,8 +240,8 @@ unsigned ryl_loadBlack(void) {
 }
 
 void ryl_screenshot(int width, int height, const char* filename, int level) {
-    const Bytes pixels = readPicture(width, height);
-    if (!pixels) {
+    const Rows rows = readPicture(width, height);
+    if (!rows.bytes) {
         std::printf("[/] no memory for a picture of %d x %d. screenshot not performed\n", width, height);
         return;
     }
@@ -247,7 +254,7 @@ void ryl_screenshot(int width, int height, const char* filename, int level) {
         std::puts("[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo");
         return;
     }
-    const bool written = ryl_writePng(file.get(), width, height, pixels.get(), level);
+    const bool written = ryl_writePng(file.get(), width, height, rows.bottom, rows.upwards, level);
     if (std::fclose(file.release()) != 0 || !written) {
         std::printf("[/] couldn't write %s. screenshot not performed\n", filename);
         std::remove(filename);
