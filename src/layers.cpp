@@ -2,6 +2,7 @@
 
 #include "fbo.h"
 #include "picture.h"
+#include "ryl.h"
 
 #include <GL/glew.h>
 
@@ -9,16 +10,17 @@
 
 namespace {
 
-// One pixel of the finished frame. Outside of the picture's rectangle lies black, outside of the overlay's nothing.
+// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is fitted to the window.
 constexpr char LAYERS_SHADER[] = R"(#version 110
 uniform sampler2D picture, overlay;
 uniform float ground, opacity;
+uniform vec2 pixel;  // of 1, the width and height of the window
 
 bool inside(vec2 at) { return all(greaterThanEqual(at, vec2(0.0))) && all(lessThanEqual(at, vec2(1.0))); }
 
 void main() {
     vec4 shown = inside(gl_TexCoord[0].st) ? texture2D(picture, gl_TexCoord[0].st) : vec4(0.0, 0.0, 0.0, 1.0);
-    vec4 over = inside(gl_TexCoord[1].st) ? texture2D(overlay, gl_TexCoord[1].st) : vec4(0.0);
+    vec4 over = texture2D(overlay, gl_FragCoord.xy * pixel);
     vec3 colour = mix(vec3(ground), shown.rgb, shown.a * opacity);
     gl_FragColor = vec4(mix(colour, over.rgb, over.a * opacity), 1.0);
 }
@@ -26,7 +28,7 @@ void main() {
 
 struct LayersProgram {
     GLuint program = 0;  // 0: the GL has no fragment shaders
-    GLint ground = 0, opacity = 0;
+    GLint ground = 0, opacity = 0, pixel = 0;
 };
 
 enum TextureUnit { PICTURE_UNIT, OVERLAY_UNIT, TEXTURE_UNITS };
@@ -55,25 +57,54 @@ LayersProgram makeLayersProgram() {
     glUniform1i(glGetUniformLocation(program, "picture"), PICTURE_UNIT);
     glUniform1i(glGetUniformLocation(program, "overlay"), OVERLAY_UNIT);
     glUseProgram(0);
-    return {program, glGetUniformLocation(program, "ground"), glGetUniformLocation(program, "opacity")};
+    return {program, glGetUniformLocation(program, "ground"), glGetUniformLocation(program, "opacity"),
+            glGetUniformLocation(program, "pixel")};
 }
 
-void bindToUnit(GLenum unit, GLuint texture) {
+void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
     glActiveTexture(GL_TEXTURE0 + unit);
     glBindTexture(GL_TEXTURE_2D, texture);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
+}
+
+// The overlay as the window shows it, pixel for pixel: filtered once, not in every frame.
+struct FittedOverlay {
+    GLuint texture = 0, framebuffer = 0;
+    PictureLayer overlay = {};  // that it was made from,
+    int width = 0, height = 0;  // and for
+};
+FittedOverlay fitted;
+
+void resizeFitted(int width, int height) {
+    if (fitted.texture == 0) {
+        glGenTextures(1, &fitted.texture);
+        glGenFramebuffersEXT(1, &fitted.framebuffer);
+    }
+    glBindTexture(GL_TEXTURE_2D, fitted.texture);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, fitted.framebuffer);
+    glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, fitted.texture, 0);
+}
+
+void fitOverlay(const PictureLayer& overlay, int width, int height) {
+    if (fitted.overlay == overlay && fitted.width == width && fitted.height == height) return;
+    GLint target = 0;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING_EXT, &target);
+    resizeFitted(width, height);
+    fitted = {fitted.texture, fitted.framebuffer, overlay, width, height};
+    glPushAttrib(GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT);
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glDisable(GL_BLEND);
+    glColor4f(1, 1, 1, 1);
+    ryl_draw2DTexture(0, 0, -overlay.z, overlay.halfWidth, overlay.halfHeight, overlay.texture);
+    glPopAttrib();
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, static_cast<GLuint>(target));
 }
 
 // How much nearer than the plane z = 0 the layer is to the camera, and by how much smaller it is than it looks there.
 float nearness(const PictureLayer& layer) { return (RYL_CAMERA_Z - layer.z) / RYL_CAMERA_Z; }
-
-// The layer's texture coordinates where the camera sees the point (x, y) of the plane z = 0.
-void layerCoordinates(GLenum unit, const PictureLayer& layer, float x, float y) {
-    const float nearer = nearness(layer);
-    glMultiTexCoord2f(GL_TEXTURE0 + unit, (x * nearer / layer.halfWidth + 1) / 2,
-                      (y * nearer / layer.halfHeight + 1) / 2);
-}
 
 struct Extent {
     float halfWidth, halfHeight;  // scene units of the plane z = 0
@@ -98,13 +129,15 @@ void drawSurroundings(const Extent& inner, float grey) {
     glPopAttrib();
 }
 
-void drawLayers(const PictureLayers& layers, const Extent& extent) {
+void drawLayers(const PictureLayer& picture, const Extent& extent) {
     const float x = extent.halfWidth, y = extent.halfHeight;
     const float corners[4][2] = {{-x, -y}, {x, -y}, {x, y}, {-x, y}};
+    const float nearer = nearness(picture);
     glBegin(GL_QUADS);
     for (const auto& corner : corners) {
-        layerCoordinates(PICTURE_UNIT, layers.picture, corner[0], corner[1]);
-        layerCoordinates(OVERLAY_UNIT, layers.overlay, corner[0], corner[1]);
+        // Where the camera sees the corner on the picture, which fills 0 to 1.
+        glTexCoord2f((corner[0] * nearer / picture.halfWidth + 1) / 2,
+                     (corner[1] * nearer / picture.halfHeight + 1) / 2);
         glVertex2fv(corner);
     }
     glEnd();
@@ -118,15 +151,17 @@ bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float w
     const float opacity = std::clamp(layers.opacity, 0.0f, 1.0f);
     const Extent extent = extentOfBoth(layers);
     glDisable(GL_DEPTH_TEST);
+    fitOverlay(layers.overlay, width, height);
     glBlendColor(0, 0, 0, 1 - weight);
     glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
     drawSurroundings(extent, layers.ground * (1 - opacity));
     glUseProgram(layersProgram.program);
     glUniform1f(layersProgram.ground, layers.ground);
     glUniform1f(layersProgram.opacity, opacity);
-    bindToUnit(OVERLAY_UNIT, layers.overlay.texture);
-    bindToUnit(PICTURE_UNIT, layers.picture.texture);
-    drawLayers(layers, extent);
+    glUniform2f(layersProgram.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
+    bindToUnit(OVERLAY_UNIT, fitted.texture, GL_NEAREST);
+    bindToUnit(PICTURE_UNIT, layers.picture.texture, GL_LINEAR);
+    drawLayers(layers.picture, extent);
     glUseProgram(0);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glEnable(GL_DEPTH_TEST);

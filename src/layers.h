@@ -12,6 +12,8 @@ struct PictureLayer {
     unsigned texture;
     float z;                      // towards the camera, scene units; the camera is at RYL_CAMERA_Z
     float halfWidth, halfHeight;  // scene units
+
+    bool operator==(const PictureLayer&) const = default;
 };
 
 struct PictureLayers {
@@ -21,7 +23,8 @@ struct PictureLayers {
     PictureLayer overlay;
 };
 
-// Draws the layers over the whole window, blends the kept picture in like ryl_blendPicture, and keeps the result.
-// Rounds once where drawing layer by layer rounds after each, so a component can differ from that by a level or two of
-// 255. Returns false and draws nothing where the GL lacks fragment shaders, or no picture of this size is kept.
+// Draws the layers over the whole window, blends the kept picture in like ryl_blendPicture, and keeps the result. The
+// overlay's texels must not change: it is fitted to the window only when its texture, its place or the window's size is
+// another. Rounds twice where drawing layer by layer rounds after each, so a component can differ from that by a level or
+// two of 255. Returns false and draws nothing where the GL lacks fragment shaders, or no picture of this size is kept.
 bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float weight);

@@ -300,6 +300,7 @@ TEST(Layers, InOnePassLookAsOneByOneAndLeaveTheStateAlone) {
     for (const float opacity : {7.0f, 1.0f, 0.62f, 0.13f, 0.0f, -1.0f}) {
         layers.opacity = opacity;
         layers.picture.halfWidth = 68 - layers.picture.halfWidth;  // 48, with bands above and below, or 20
+        layers.overlay.halfWidth = 57 - layers.overlay.halfWidth;
         keepNoise(noise);
         glColor4f(1, 1, 1, opacity);
         drawLayer(layers.picture);
