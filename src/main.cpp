@@ -18,6 +18,17 @@
 
 namespace {
 
+// What a frame follows from, besides what is loaded.
+struct Moment {
+    float time;           // of the demo, ms
+    float width, height;  // pixels
+    int queue;
+    float loadingTime, gColor, scale;
+    int seed[3];
+
+    bool operator==(const Moment&) const = default;
+};
+
 // ---- What outlives a frame; one record, static in drawScene. Nothing is ever released. ----------------------------
 
 struct Demo {
@@ -47,6 +58,9 @@ struct Demo {
     // The scenes' own memory: the opening's zoom, and the floor pattern of each greetings scene.
     float scale = 0;
     int seed[3] = {100, 100, 100};
+
+    Moment drawn = {};    // by the frame before
+    int stillFrames = 0;  // that followed from the same moment as the one before each
 };
 
 // ---- The timeline -------------------------------------------------------------------------------------------------
@@ -282,12 +296,34 @@ void endFrame(const Demo& demo) {
     ryl_enterPhase(FramePhase::end);
 }
 
+// Paused, every frame follows from the same moment, unless the scene changes its own memory. Once the motion blur has
+// come to rest as well, the next frame is the one that is kept.
+bool isStandingStill(Demo& demo) {
+    constexpr int BLUR_FRAMES = 10;  // twice what it takes from white to black
+    const Moment now = {ryl_Get(5),       ryl_Get(1),  ryl_Get(2), demo.queue,
+                        demo.loadingTime, demo.gColor, demo.scale, {demo.seed[0], demo.seed[1], demo.seed[2]}};
+    demo.stillFrames = ryl_Get(6) != 0 && now == demo.drawn ? demo.stillFrames + 1 : 0;
+    demo.drawn = now;
+    return demo.stillFrames > BLUR_FRAMES;
+}
+
+// Returns false and does nothing where no picture is kept.
+bool showAgain() {
+    constexpr float OUT_OF_SIGHT = 1000;
+    if (!ryl_beginPicture(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)))) return false;
+    ryl_showPicture();
+    ryl_infoText(OUT_OF_SIGHT, OUT_OF_SIGHT);  // for the console; the picture has its line
+    glutSwapBuffers();
+    return true;
+}
+
 }  // namespace
 
 // The display callback. A scene that hands over lets the next one draw in the same frame; one that hands back
 // waits for the next frame.
 void drawScene() {
     static Demo demo;
+    if (isStandingStill(demo) && showAgain()) return;
     beginFrame(demo);
     if (demo.loaded == 0) load(demo);
     for (int k = 0; k < SCENES; ++k)

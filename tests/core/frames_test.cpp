@@ -346,6 +346,11 @@ TEST(Demo, ShowsBarImagesRibbonsAndTheSameAfterSeeks) {
     EXPECT_GT(ink(BLACK, pictureAt(133000), 0).share, 0.99999);
     for (const int ms : {128500, 102500, 80000, 78000, 57000, 27000, 7000}) pictureAt(ms);
     EXPECT_LT(different(pictureAt(9000), ribbons, 2), WIDTH * HEIGHT / 1000) << "a scene has changed the GL's state";
+    SOUND_MUTE_PAUSE = 1;
+    pictureAt(9000);
+    const Bytes paused = pictureAt(9000);
+    clearTo(0);
+    EXPECT_EQ(different(pictureAt(9000), paused, 0), 0) << "what stands still is shown as it was";
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 }
 

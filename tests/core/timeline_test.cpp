@@ -91,6 +91,8 @@ bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float w
     return answer(true, "layers", width, height, layers.ground, layers.opacity, layers.picture.texture,
                   layers.overlay.texture, weight);
 }
+bool ryl_beginPicture(int width, int height) { return answer(true, "beginPicture", width, height); }
+void ryl_showPicture() { record("showPicture"); }
 void ryl_blendPicture(int width, int height, float weight) { record("blend", width, height, weight); }
 void drawRibbons(const SceneFrame& frame, const OpeningImages& images, float&) {
     record("ribbons", milliseconds(frame), images.spheres, images.banner, images.summer);
@@ -136,7 +138,12 @@ TEST(Frame, IsFinishedInOnePassOrLayerByLayer) {
     hasShaders = true;
     answers[6] = 1;
     EXPECT_EQ(frameAt(10000, {}), scene + layers + "pauseLine -35 -20, blend 640 360 0.2, swap");
-    answers[6] = 0;
+    for (int i = 0; i < 10; ++i) frameAt(10000);
+    const std::string again = "beginPicture 640 360, showPicture, pauseLine 1000 1000, swap";
+    EXPECT_EQ(frameAt(10000, {}), again) << "the motion blur rests";
+    answers[1] = 639;
+    EXPECT_NE(frameAt(10000, {}), again);
+    answers = {{1, 640.0f}, {2, 360.0f}, {4, 0.0f}, {5, 0.0f}, {6, 0.0f}};
     frameAt(133000);
     EXPECT_EQ(frameAt(133000, {"colour", "quad", "target", "window", "layers", "blend"}),
               "target 5 0, window 0, colour 1 12, quad -0 48 17.1 13, blend 640 360 0.2");
