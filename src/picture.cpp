@@ -3,9 +3,6 @@
 #include <GL/glew.h>
 
 #include <array>
-#include <cstddef>
-#include <cstdint>
-#include <vector>
 
 namespace {
 
@@ -27,13 +24,16 @@ void resizeKept(int width, int height) {
     }
     kept.width = width;
     kept.height = height;
-    const std::vector<std::uint32_t> black(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), 0);
     glBindTexture(GL_TEXTURE_2D, kept.texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, black.data());
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
     glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, kept.texture, 0);
+    glPushAttrib(GL_COLOR_BUFFER_BIT);
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glPopAttrib();
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
 }
 

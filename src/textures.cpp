@@ -38,7 +38,6 @@ using Words = std::unique_ptr<std::uint32_t[]>;
 Bytes allocateBytes(std::size_t count) { return Bytes(new (std::nothrow) unsigned char[count]); }
 
 GLuint uploadTexture(int width, int height, GLenum format, GLenum type, const void* texels) {
-    constexpr GLint COMPONENTS = 4;
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
@@ -46,7 +45,7 @@ GLuint uploadTexture(int width, int height, GLenum format, GLenum type, const vo
     GLint alignment = 0;
     glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage2D(GL_TEXTURE_2D, 0, COMPONENTS, width, height, 0, format, type, texels);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, format, type, texels);
     glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
