@@ -18,13 +18,21 @@
 
 namespace {
 
+// What the scenes remember: the opening's zoom, and the floor pattern of each greetings scene.
+struct SceneMemory {
+    float scale = 0;
+    int seed[3] = {100, 100, 100};
+
+    bool operator==(const SceneMemory&) const = default;
+};
+
 // What a frame follows from, besides what is loaded.
 struct Moment {
     float time;           // of the demo, ms
     float width, height;  // pixels
     int queue;
-    float loadingTime, gColor, scale;
-    int seed[3];
+    float loadingTime, gColor;
+    SceneMemory memory;
 
     bool operator==(const Moment&) const = default;
 };
@@ -55,10 +63,7 @@ struct Demo {
     GLMmodel* cube_model = nullptr;
     unsigned cubeList = 0;  // the model as drawn, flat
 
-    // The scenes' own memory: the opening's zoom, and the floor pattern of each greetings scene.
-    float scale = 0;
-    int seed[3] = {100, 100, 100};
-
+    SceneMemory memory = {};
     Moment drawn = {};    // by the frame before
     int stillFrames = 0;  // that followed from the same moment as the one before each
 };
@@ -84,11 +89,11 @@ void drawNothing(const SceneFrame&, Demo&) {}
 
 template <int index>
 void drawGreetings(const SceneFrame& frame, Demo& demo) {
-    drawCubeField(frame, GREETINGS[index], demo.seed[index]);
+    drawCubeField(frame, GREETINGS[index], demo.memory.seed[index]);
 }
 
 constexpr Scene TIMELINE[] = {
-    {10.4f, WHITE, WHITE, [](const SceneFrame& f, Demo& d) { drawRibbons(f, d.images, d.scale); }},
+    {10.4f, WHITE, WHITE, [](const SceneFrame& f, Demo& d) { drawRibbons(f, d.images, d.memory.scale); }},
     {20.4f, WHITE, BLACK, drawGreetings<0>},
     {30.4f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, false); }},
     {20.4f, WHITE, BLACK, drawGreetings<1>},
@@ -300,9 +305,8 @@ void endFrame(const Demo& demo) {
 // come to rest as well, the next frame is the one that is kept.
 bool isStandingStill(Demo& demo) {
     constexpr int BLUR_FRAMES = 10;  // twice what it takes from white to black
-    const Moment now = {ryl_Get(5),       ryl_Get(1),  ryl_Get(2), demo.queue,
-                        demo.loadingTime, demo.gColor, demo.scale, {demo.seed[0], demo.seed[1], demo.seed[2]}};
-    demo.stillFrames = ryl_Get(6) != 0 && now == demo.drawn ? demo.stillFrames + 1 : 0;
+    const Moment now = {ryl_Get(5), ryl_Get(1), ryl_Get(2), demo.queue, demo.loadingTime, demo.gColor, demo.memory};
+    demo.stillFrames = demo.loaded != 0 && ryl_Get(6) != 0 && now == demo.drawn ? demo.stillFrames + 1 : 0;
     demo.drawn = now;
     return demo.stillFrames > BLUR_FRAMES;
 }

@@ -124,7 +124,8 @@ TEST(Loading, TakesOneStepAFrameUntilTheBarIsFull) {
          {images, {}, {}, std::string("loadMusic data/tune.mp3"), std::string("loadFBO 640 360")})
         EXPECT_EQ(frameAt(0, {"loadPNG", "loadBlack", "readOBJ", "list", "loadMusic", "loadFBO"}), step);
     EXPECT_EQ(frameAt(0, {}), "clear, clearColour 0, camera -50, colour 1 1, bar, blend 640 360 0, swap");
-    EXPECT_EQ(load(), 26);
+    answers[6] = 1;
+    EXPECT_EQ(load(), 26) << "paused or not";
 }
 
 TEST(Frame, IsFinishedInOnePassOrLayerByLayer) {
