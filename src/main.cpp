@@ -1,5 +1,6 @@
 // main.cpp - the demo: its loading chain, its timeline, and the road of one frame
 
+#include "endings.h"
 #include "fbo.h"
 #include "frame_timer.h"
 #include "glm/glm.h"
@@ -336,6 +337,7 @@ void drawScene() {
 }
 
 int main(int argc, char** argv) {
+    ryl_watchEndings();  // before a file can take the number of a closed standard stream
     ryl_decodeAhead({BACKGROUND_FILE, OVERLAY_FILE, SPHERES_FILE, BANNER_FILE, SUMMER_FILE});
     ryl_init(argc, argv, drawScene);
     return 0;

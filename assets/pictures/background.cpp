@@ -2,8 +2,8 @@
 // fog, the spheres and the name.
 
 #include "logo.h"
+#include "painting.h"
 #include "palette.h"
-#include "picture.h"
 #include "studio.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Paints the demo's name. Shown 884 x 211 pixels large on a screen of 1920 x 1080.
 
 #include "logo.h"
-#include "picture.h"
+#include "painting.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 // viewfinder. The middle is clear. Shown 1303 x 598 pixels large on a screen of 1280 x 720, 1955 x 897 on one of
 // 1920 x 1080, so 1 % is cut off at either side.
 
+#include "painting.h"
 #include "palette.h"
-#include "picture.h"
 
 namespace {
 

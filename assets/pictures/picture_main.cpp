@@ -1,6 +1,6 @@
 // The program that paints one picture, the one whose source it is built with, and writes it.
 
-#include "picture.h"
+#include "painting.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 // Paints the glossy spheres. Shown 952 x 571 pixels large on a screen of 1920 x 1080; the logo stands above them, the
 // sun to their upper right.
 
-#include "picture.h"
+#include "painting.h"
 #include "studio.h"
 
 namespace {

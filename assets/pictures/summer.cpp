@@ -2,8 +2,8 @@
 // large on a screen of 1920 x 1080, to the upper right of the spheres and under the logo's end.
 
 #include "distance.h"
+#include "painting.h"
 #include "palette.h"
-#include "picture.h"
 
 #include <array>
 

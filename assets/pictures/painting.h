@@ -1,4 +1,4 @@
-// picture.h - what each picture's source defines: one call that paints it
+// painting.h - what each picture's source defines: one call that paints it
 //
 // The program around it is picture_main.cpp: "make_NAME FILE.png FONT.ttf".
 #pragma once
