@@ -6,7 +6,7 @@
 // From here on SIGINT, SIGTERM and SIGHUP are noted for ryl_endIfAsked; the second one of a kind ends the process at once.
 // Output that nobody reads any more, or that was closed from the start, is lost without an end. Running out of memory prints
 // "[!] There is not enough memory." as a line and exits with -1. ryl_init calls it; a program that opens files or starts
-// threads before that calls it first. A second call changes nothing.
+// threads before that calls it first; calling it again does no harm.
 void ryl_watchEndings(void);
 
 // Where a signal has been noted: prints "[*] Ended by signal %d." as a line and exits with 128 plus the signal's number.

@@ -10,11 +10,11 @@
 
 namespace {
 
-// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is fitted to the window.
+// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is the fitted one.
 constexpr char LAYERS_SHADER[] = R"(#version 110
 uniform sampler2D picture, overlay;
 uniform float ground, opacity;
-uniform vec2 pixel;  // of 1, the width and height of the window
+uniform vec2 pixel;  // as a share of the whole, across and up
 
 bool inside(vec2 at) { return all(greaterThanEqual(at, vec2(0.0))) && all(lessThanEqual(at, vec2(1.0))); }
 
@@ -68,11 +68,11 @@ void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
 }
 
-// The overlay as the window shows it, pixel for pixel: filtered once, not in every frame.
+// The overlay as it lies on the frame, pixel for pixel: filtered once, not in every frame.
 struct FittedOverlay {
     GLuint texture = 0, framebuffer = 0;
-    PictureLayer overlay = {};  // that it was made from,
-    int width = 0, height = 0;  // and for
+    PictureLayer overlay = {};  // what it was made from
+    int width = 0, height = 0;  // pixels
 };
 FittedOverlay fitted;
 
@@ -87,6 +87,8 @@ void resizeFitted(int width, int height) {
     glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, fitted.texture, 0);
 }
 
+// To be called where the frame is drawn to, camera and projection in place: so it is turned as the frame is. The depth
+// test is off.
 void fitOverlay(const PictureLayer& overlay, int width, int height) {
     if (fitted.overlay == overlay && fitted.width == width && fitted.height == height) return;
     GLint target = 0;
@@ -98,7 +100,8 @@ void fitOverlay(const PictureLayer& overlay, int width, int height) {
     glClear(GL_COLOR_BUFFER_BIT);
     glDisable(GL_BLEND);
     glColor4f(1, 1, 1, 1);
-    ryl_draw2DTexture(0, 0, -overlay.z, overlay.halfWidth, overlay.halfHeight, overlay.texture);
+    if (overlay.texture != 0)
+        ryl_draw2DTexture(0, 0, -overlay.z, overlay.halfWidth, overlay.halfHeight, overlay.texture);
     glPopAttrib();
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, static_cast<GLuint>(target));
 }

@@ -20,7 +20,7 @@ struct PictureLayers {
     float ground;          // grey of the window before anything is drawn, 0 to 1
     float opacity;         // of all that follows; taken as 0 below 0, as 1 above 1
     PictureLayer picture;  // between black bands: black covers the ground where the picture does not
-    PictureLayer overlay;
+    PictureLayer overlay;  // none where its texture is 0
 };
 
 // Draws the layers over the whole window, blends the kept picture in like ryl_blendPicture, and keeps the result. The

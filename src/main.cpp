@@ -29,7 +29,7 @@ struct SceneMemory {
 
 // What a frame follows from, besides what is loaded.
 struct Moment {
-    float time;           // of the demo, ms
+    float time, paused;   // of the demo: ms, and not 0 in a pause
     float width, height;  // pixels
     int queue;
     float loadingTime, gColor;
@@ -55,8 +55,7 @@ struct Demo {
     float gColor = 0;  // grey that the next frame clears the scene target to
     float mblur = 0;   // weight of the pictures before in the motion blur
 
-    PictureLayers layers = {};  // what the frame's scene has laid out for the window
-    bool isOverlaid = false;
+    PictureLayers layers = {};  // what the frame's scene has laid out for the window; no picture without a scene
 
     int FBO = 0;  // the scene target
     unsigned textureBackground = 0, textureOverlay = 0, textureBlack = 0;
@@ -65,8 +64,8 @@ struct Demo {
     unsigned cubeList = 0;  // the model as drawn, flat
 
     SceneMemory memory = {};
-    Moment drawn = {};    // by the frame before
-    int stillFrames = 0;  // that followed from the same moment as the one before each
+    Moment moment = {};   // of the frame before
+    int stillFrames = 0;  // in a row that had the moment of the one before
 };
 
 // ---- The timeline -------------------------------------------------------------------------------------------------
@@ -213,7 +212,6 @@ void load(Demo& demo) {
 
 void beginFrame(Demo& demo) {
     demo.layers = {};
-    demo.isOverlaid = false;
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     glClearColor(demo.gColor, demo.gColor, demo.gColor, demo.gColor);
     glMatrixMode(GL_MODELVIEW);
@@ -236,11 +234,10 @@ void layOut(Demo& demo, const Scene& scene, float t, unsigned picture) {
     const float grey = 0.1f * demo.gColor;
     ryl_disableFBO(ryl_Get(1), ryl_Get(2), grey, grey, grey);
     glClearColor(0, 0, 0, 1);
-    demo.isOverlaid = full;
     demo.layers = {.ground = scene.level,
                    .opacity = (full ? scene.sceneTime : BLACK_FADE_S) - t,
                    .picture = {picture, 0, 48, 17.1f},
-                   .overlay = {demo.textureOverlay, 0.1f, 37.5f, 17.202f}};
+                   .overlay = {full ? demo.textureOverlay : 0, 0.1f, 37.5f, 17.202f}};
 }
 
 void drawLayer(const PictureLayer& layer) {
@@ -250,7 +247,7 @@ void drawLayer(const PictureLayer& layer) {
 void drawLayerByLayer(const Demo& demo) {
     glColor4f(1, 1, 1, demo.layers.opacity);
     drawLayer(demo.layers.picture);
-    if (!demo.isOverlaid) return;
+    if (demo.layers.overlay.texture == 0) return;
     drawLayer({demo.textureBlack, -0.1f, 100, 100});  // just behind the picture, hidden by it
     drawLayer(demo.layers.overlay);
 }
@@ -289,10 +286,10 @@ void drawPauseLine() {
 // line lies over the layers and under the motion blur, so it takes the long way.
 void endFrame(const Demo& demo) {
     const int width = static_cast<int>(ryl_Get(1)), height = static_cast<int>(ryl_Get(2));
-    const bool paused = ryl_Get(6) != 0;
+    const bool paused = ryl_Get(6) != 0, hasPicture = demo.layers.picture.texture != 0;
     ryl_enterPhase(FramePhase::composite);
-    if (paused || !demo.isOverlaid || !ryl_blendLayers(width, height, demo.layers, demo.mblur)) {
-        if (demo.layers.picture.texture != 0) drawLayerByLayer(demo);
+    if (paused || !hasPicture || !ryl_blendLayers(width, height, demo.layers, demo.mblur)) {
+        if (hasPicture) drawLayerByLayer(demo);
         if (paused) drawPauseLine();
         ryl_enterPhase(FramePhase::blur);
         ryl_blendPicture(width, height, demo.mblur);
@@ -302,21 +299,25 @@ void endFrame(const Demo& demo) {
     ryl_enterPhase(FramePhase::end);
 }
 
-// Paused, every frame follows from the same moment, unless the scene changes its own memory. Once the motion blur has
-// come to rest as well, the next frame is the one that is kept.
-bool isStandingStill(Demo& demo) {
+// ---- Standing still: paused, every frame follows from the same moment, unless a scene changes what it remembers -----
+
+void noteMoment(Demo& demo) {
+    const Moment now = {ryl_Get(5), ryl_Get(6),       ryl_Get(1),  ryl_Get(2),
+                        demo.queue, demo.loadingTime, demo.gColor, demo.memory};
+    demo.stillFrames = now == demo.moment ? demo.stillFrames + 1 : 0;
+    demo.moment = now;
+}
+
+// Whether the motion blur rests as well, so that the next frame is the one that is kept.
+bool isStandingStill(const Demo& demo) {
     constexpr int BLUR_FRAMES = 10;  // twice what it takes from white to black
-    const Moment now = {ryl_Get(5), ryl_Get(1), ryl_Get(2), demo.queue, demo.loadingTime, demo.gColor, demo.memory};
-    demo.stillFrames = demo.loaded != 0 && ryl_Get(6) != 0 && now == demo.drawn ? demo.stillFrames + 1 : 0;
-    demo.drawn = now;
-    return demo.stillFrames > BLUR_FRAMES;
+    return demo.loaded != 0 && demo.moment.paused != 0 && demo.stillFrames > BLUR_FRAMES;
 }
 
 // Returns false and does nothing where no picture is kept.
 bool showAgain() {
-    constexpr float OUT_OF_SIGHT = 1000;
-    if (!ryl_beginPicture(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)))) return false;
-    ryl_showPicture();
+    constexpr float OUT_OF_SIGHT = 1000;  // nothing is drawn from there
+    if (!ryl_showPictureAgain(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)))) return false;
     ryl_infoText(OUT_OF_SIGHT, OUT_OF_SIGHT);  // for the console; the picture has its line
     glutSwapBuffers();
     return true;
@@ -328,6 +329,7 @@ bool showAgain() {
 // waits for the next frame.
 void drawScene() {
     static Demo demo;
+    noteMoment(demo);
     if (isStandingStill(demo) && showAgain()) return;
     beginFrame(demo);
     if (demo.loaded == 0) load(demo);

@@ -3,6 +3,7 @@
 #include <GL/glew.h>
 
 #include <array>
+#include <cstdio>
 
 namespace {
 
@@ -13,10 +14,15 @@ struct Kept {
 };
 Kept kept;
 
+bool canCopyPictures() {
+    if (!GLEW_EXT_framebuffer_blit)
+        std::puts("[/] This GL cannot copy between framebuffers: there is no motion blur.");
+    return GLEW_EXT_framebuffer_blit != 0;
+}
+
 bool isKept(int width, int height) { return kept.texture != 0 && kept.width == width && kept.height == height; }
 
-// The texture starts black: where the picture is larger than the window the GL has nothing to copy. Its texels are words
-// as windows have them, or showing it would convert every pixel.
+// Texels are words as windows have them, or showing the picture would convert every pixel.
 void resizeKept(int width, int height) {
     if (kept.texture == 0) {
         glGenTextures(1, &kept.texture);
@@ -30,11 +36,15 @@ void resizeKept(int width, int height) {
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
     glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, kept.texture, 0);
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+}
+
+void clearKept() {
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
     glPushAttrib(GL_COLOR_BUFFER_BIT);
     glClearColor(0, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
     glPopAttrib();
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
 }
 
 // One quad over the whole viewport, texel on pixel.
@@ -83,11 +93,13 @@ void copyPicture(GLuint from, GLuint to) {
 }  // namespace
 
 void ryl_blendPicture(int width, int height, float weight) {
-    if (!GLEW_VERSION_3_0 && !GLEW_EXT_framebuffer_blit) return;
+    static const bool canKeep = canCopyPictures();
+    if (!canKeep) return;
     if (!isKept(width, height))
         resizeKept(width, height);
     else if (weight > 0)
         drawKeptOver(weight);
+    clearKept();  // there is nothing to copy where the window does not reach
     copyPicture(0, kept.framebuffer);
 }
 
@@ -106,6 +118,12 @@ bool ryl_beginPicture(int width, int height) {
     return true;
 }
 
+bool ryl_showPictureAgain(int width, int height) {
+    if (!isKept(width, height)) return false;
+    copyPicture(kept.framebuffer, 0);
+    return true;
+}
+
 void ryl_showPicture(void) {
     copyPicture(kept.framebuffer, 0);
     glPushAttrib(GL_TRANSFORM_BIT);
@@ -116,8 +134,8 @@ void ryl_showPicture(void) {
 
 bool ryl_readPicture(int width, int height, unsigned char* pixels) {
     const bool fromKept = kept.texture != 0;
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
+    if (fromKept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
     glReadPixels(0, fromKept ? kept.height - height : 0, width, height, GL_BGRA, GL_UNSIGNED_BYTE, pixels);
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+    if (fromKept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
     return fromKept;
 }

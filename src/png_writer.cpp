@@ -5,11 +5,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <csetjmp>
 #include <cstddef>
+#include <cstdint>
 #include <future>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -20,8 +23,8 @@ constexpr int BANDS = 4;
 constexpr std::size_t PIXEL_BYTES = 4, SAMPLES = 3;
 constexpr unsigned char FILTER_SUB = 1;  // each sample as its difference from the one of the pixel before it
 
-// Run lengths behind the filter are as small as what the low levels find with matches, in half the time: most of a frame
-// is smooth from pixel to pixel.
+// Behind the filter run lengths alone compress as well as the low levels' matches, in half the time: most of a frame is
+// smooth from pixel to pixel.
 constexpr int LAST_RUN_LENGTH_LEVEL = 3;
 
 struct Picture {
@@ -33,9 +36,10 @@ struct Picture {
 // A piece of a zlib stream (RFC 1950) that ends on a byte and refers to nothing before it. The first opens the stream,
 // and the last closes it but for the checksum of all.
 struct Band {
-    std::vector<unsigned char> deflated;  // empty where zlib had no memory
-    uLong checksum;                       // Adler-32 of what was compressed,
-    std::size_t length;                   // and its bytes
+    uLong checksum;                                       // Adler-32 of the filtered rows
+    std::size_t length;                                   // of the filtered rows, bytes
+    std::unique_ptr<unsigned char[]> deflated = nullptr;  // null where the memory could not be had
+    std::size_t deflatedLength = 0;
 };
 
 struct EndStream {
@@ -53,47 +57,43 @@ void filterRow(const unsigned char* pixel, int width, unsigned char* filtered) {
         }
 }
 
-// Compresses the stream's input, and with another flush than Z_NO_FLUSH brings out all that the stream holds.
-void deflateInto(std::vector<unsigned char>& output, z_stream& stream, int flush) {
-    constexpr uInt CHUNK = 1 << 16;
-    int result = Z_OK;
-    do {
-        const std::size_t held = output.size();
-        output.resize(held + CHUNK);
-        stream.next_out = output.data() + held;
-        stream.avail_out = CHUNK;
-        result = deflate(&stream, flush);
-        output.resize(held + CHUNK - stream.avail_out);
-    } while (result == Z_OK && stream.avail_out == 0);
-}
-
 Band compressBand(const Picture& picture, int index, int level) {
     constexpr int DEFAULT_MEM_LEVEL = 8;
-    const int firstRow = picture.height * index / BANDS, endRow = picture.height * (index + 1) / BANDS;
+    constexpr uLong FLUSH_BYTES = 16;  // beyond zlib's bound: it does not count a flush
+    const auto rowOf = [&](int band) { return static_cast<int>(std::int64_t{picture.height} * band / BANDS); };
+    const int firstRow = rowOf(index), endRow = rowOf(index + 1);
     std::vector<unsigned char> filtered(1 + static_cast<std::size_t>(picture.width) * SAMPLES);
-    Band band = {{}, adler32(0, nullptr, 0), filtered.size() * static_cast<std::size_t>(endRow - firstRow)};
+    Band band = {adler32(0, nullptr, 0), filtered.size() * static_cast<std::size_t>(endRow - firstRow)};
     z_stream state = {};
     if (deflateInit2(&state, level, Z_DEFLATED, index == 0 ? MAX_WBITS : -MAX_WBITS, DEFAULT_MEM_LEVEL,
                      level <= LAST_RUN_LENGTH_LEVEL ? Z_RLE : Z_DEFAULT_STRATEGY) != Z_OK)
         return band;
     const std::unique_ptr<z_stream, EndStream> stream(&state);
+    const uLong bound = deflateBound(stream.get(), static_cast<uLong>(band.length)) + FLUSH_BYTES;
+    std::unique_ptr<unsigned char[]> deflated(new (std::nothrow) unsigned char[bound]);
+    if (!deflated) return band;
+    stream->next_out = deflated.get();
+    stream->avail_out = static_cast<uInt>(bound);
     for (int row = firstRow; row < endRow; ++row) {
         filterRow(picture.pixels + row * picture.rowStep, picture.width, filtered.data());
         band.checksum = adler32(band.checksum, filtered.data(), static_cast<uInt>(filtered.size()));
         stream->next_in = filtered.data();
         stream->avail_in = static_cast<uInt>(filtered.size());
-        deflateInto(band.deflated, *stream, Z_NO_FLUSH);
+        deflate(stream.get(), Z_NO_FLUSH);
     }
-    deflateInto(band.deflated, *stream, index == BANDS - 1 ? Z_FINISH : Z_SYNC_FLUSH);
+    deflate(stream.get(), index == BANDS - 1 ? Z_FINISH : Z_SYNC_FLUSH);
+    assert(stream->avail_in == 0 && stream->avail_out > 0);
+    band.deflatedLength = bound - stream->avail_out;
+    band.deflated = std::move(deflated);
     return band;
 }
 
-std::array<Band, BANDS> compress(const Picture& picture, int level) {
+std::array<Band, BANDS> compressBands(const Picture& picture, int level) {
     std::array<std::future<Band>, BANDS> compressing;
     // Where no thread can be had, the band waits for get().
     for (int i = 0; i < BANDS; ++i)
         compressing[static_cast<std::size_t>(i)] = std::async([=] { return compressBand(picture, i, level); });
-    std::array<Band, BANDS> bands;
+    std::array<Band, BANDS> bands{};
     std::transform(compressing.begin(), compressing.end(), bands.begin(), [](auto& band) { return band.get(); });
     return bands;
 }
@@ -114,7 +114,7 @@ bool writeChunks(png_structp png, png_infop info, std::FILE* file, const Picture
     png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 8,
                  PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    for (const Band& band : bands) png_write_chunk(png, DATA, band.deflated.data(), band.deflated.size());
+    for (const Band& band : bands) png_write_chunk(png, DATA, band.deflated.get(), band.deflatedLength);
     const std::array<unsigned char, 4> checksum = checksumOf(bands);
     png_write_chunk(png, DATA, checksum.data(), checksum.size());
     png_write_chunk(png, END, nullptr, 0);
@@ -130,8 +130,8 @@ void ignoreWarning(png_structp, png_const_charp) {}
 bool ryl_writePng(std::FILE* file, int width, int height, const unsigned char* pixels, std::ptrdiff_t rowStep,
                   int level) try {
     const Picture picture = {width, height, pixels, rowStep};
-    const std::array<Band, BANDS> bands = compress(picture, level);
-    if (std::any_of(bands.begin(), bands.end(), [](const Band& band) { return band.deflated.empty(); })) return false;
+    const std::array<Band, BANDS> bands = compressBands(picture, level);
+    if (std::any_of(bands.begin(), bands.end(), [](const Band& band) { return !band.deflated; })) return false;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, jumpBack, ignoreWarning);
     if (png == nullptr) return false;
     png_infop info = png_create_info_struct(png);

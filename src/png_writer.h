@@ -1,6 +1,6 @@
 // png_writer.h - pictures as PNG files (ISO/IEC 15948), fast enough for a frame every few milliseconds
 //
-// Needs    nothing of the GL. Compresses on threads of its own, the file's bytes do not depend on how many there are.
+// Needs    nothing of the GL. Compresses on four threads whatever the processors, so the bytes are the same everywhere.
 #pragma once
 
 #include <cstddef>

@@ -14,7 +14,8 @@
 
 // Decodes PNG files on a thread of its own, one after the other, for the first ryl_loadPNG of each: that takes the image,
 // or waits until all are decoded. Needs no GL, so what waits for the GL's driver need not wait for files after it. Says
-// nothing about what it cannot read; ryl_loadPNG does. To be called once, before any ryl_loadPNG.
+// nothing itself about what it cannot read; ryl_loadPNG does. A second call waits for the first and drops what has not been
+// taken; so does the end of the process wait.
 void ryl_decodeAhead(const std::vector<std::string>& paths);
 
 // A PNG file of any kind that libgd reads. Alpha has 7 bits there, 0 opaque, and becomes 0 to 255, 255

@@ -146,6 +146,23 @@ TEST(MotionBlur, WeighsThePicturesBeforeInTheValuesOfTheScreen) {
     }
 }
 
+TEST(MotionBlur, IsWholeInOnePassAndElseBlackWhereTheWindowEnds) {
+    constexpr int WIDER = WIDTH + 8;
+    openScreen();
+    glViewport(0, 0, WIDER, HEIGHT);
+    const auto lastPixel = [] {
+        Bytes picture(static_cast<std::size_t>(WIDER) * HEIGHT * 4);
+        EXPECT_TRUE(ryl_readPicture(WIDER, HEIGHT, picture.data()));
+        return static_cast<int>(picture[picture.size() - 2]);
+    };
+    ryl_blendPicture(WIDER, HEIGHT, 0);
+    EXPECT_EQ(lastPixel(), 0);
+    EXPECT_TRUE(ryl_blendLayers(WIDER, HEIGHT, {1, 0, {0, 0, 48, 17}, {0, 0, 48, 17}}, 0));
+    EXPECT_EQ(lastPixel(), 255);
+    ryl_blendPicture(WIDER, HEIGHT, 0.2f);
+    EXPECT_EQ(lastPixel(), 0);
+}
+
 TEST(Text, StandsAtItsPlaceAndThePauseLineOverEverything) {
     openScreen();
     glColor4f(0, 0, 0, 1);

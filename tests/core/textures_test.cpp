@@ -71,9 +71,32 @@ TEST(Png, KeepsColoursAndRowsAndStretchesAlpha) {
     gdImageSetPixel(image, 1, 0, gdImageColorAllocateAlpha(image, 200, 100, 50, 127));
     gdImageFile(image, path.c_str());
     gdImageDestroy(image);
-    ryl_decodeAhead({"none", path});
     EXPECT_NE(ryl_loadPNG(path.c_str()), texture);
     EXPECT_EQ(texels(), (std::vector<Texel>{{1, 2, 3, 255}, {200, 100, 50, 0}}));
+}
+
+// An image of one pixel. Returns its path.
+std::string writePixel(const TempDir& folder, const char* name, int red) {
+    std::string path = folder.path() / name;
+    gdImage* image = gdImageCreateTrueColor(1, 1);
+    gdImageSetPixel(image, 0, 0, gdTrueColor(red, 0, 0));
+    gdImageFile(image, path.c_str());
+    gdImageDestroy(image);
+    return path;
+}
+
+TEST(Png, DecodedAheadIsTakenOnce) {
+    openTestWindow(16, 16);
+    const TempDir folder;
+    const std::string first = writePixel(folder, "first.png", 1), path = writePixel(folder, "second.png", 2);
+    ryl_decodeAhead({first, "none", path});
+    ryl_loadPNG(first.c_str());  // waits for all
+    EXPECT_EQ(texels(), (std::vector<Texel>{{1, 0, 0, 255}}));
+    writePixel(folder, "second.png", 3);
+    for (const unsigned char red : {2, 3}) {
+        ryl_loadPNG(path.c_str());
+        EXPECT_EQ(texels(), (std::vector<Texel>{{red, 0, 0, 255}}));
+    }
 }
 
 TEST(Tga, SwapsRedAndBlueAndKeepsStoredRowOrder) {
@@ -167,6 +190,7 @@ TEST(Screenshot, HoldsThePictureLastDrawnBottomRowFirst) {
     expectPicture(file, WIDTH + 30, HEIGHT + 20, 9);
     EXPECT_LT(fs::file_size(file), stored);
     ryl_blendPicture(WIDTH + 30, HEIGHT + 20, 0);
+    expectPicture(file, 9, 3, 1);
     glClearColor(1, 1, 1, 1);  // as after a swap that flips: something else
     glClear(GL_COLOR_BUFFER_BIT);
     expectPicture(file, WIDTH + 30, HEIGHT + 20, 1);

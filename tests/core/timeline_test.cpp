@@ -26,7 +26,7 @@ using Words = std::set<std::string>;
 std::string calls;  // since the frame's beginning, in a row
 Words watched;      // the only ones written down; all when empty
 std::map<int, float> answers = {{1, 640.0f}, {2, 360.0f}, {4, 0.0f}, {5, 0.0f}, {6, 0.0f}};  // of ryl_Get
-bool isCapturing = false, hasShaders = true, isStarted = false;
+bool isCapturing = false, hasShaders = true, isKeeping = true, isStarted = false;
 
 template <typename... Arguments>
 void record(const std::string& name, Arguments... arguments) {
@@ -92,8 +92,7 @@ bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float w
     return answer(true, "layers", width, height, layers.ground, layers.opacity, layers.picture.texture,
                   layers.overlay.texture, weight);
 }
-bool ryl_beginPicture(int width, int height) { return answer(true, "beginPicture", width, height); }
-void ryl_showPicture() { record("showPicture"); }
+bool ryl_showPictureAgain(int width, int height) { return answer(isKeeping, "again", width, height); }
 void ryl_blendPicture(int width, int height, float weight) { record("blend", width, height, weight); }
 void drawRibbons(const SceneFrame& frame, const OpeningImages& images, float&) {
     record("ribbons", milliseconds(frame), images.spheres, images.banner, images.summer);
@@ -140,15 +139,34 @@ TEST(Frame, IsFinishedInOnePassOrLayerByLayer) {
     hasShaders = true;
     answers[6] = 1;
     EXPECT_EQ(frameAt(10000, {}), scene + layers + "pauseLine -35 -20, blend 640 360 0.2, swap");
-    for (int i = 0; i < 10; ++i) frameAt(10000);
-    const std::string again = "beginPicture 640 360, showPicture, pauseLine 1000 1000, swap";
-    EXPECT_EQ(frameAt(10000, {}), again) << "the motion blur rests";
-    answers[1] = 639;
-    EXPECT_NE(frameAt(10000, {}), again);
-    answers = {{1, 640.0f}, {2, 360.0f}, {4, 0.0f}, {5, 0.0f}, {6, 0.0f}};
+    answers[6] = 0;
     frameAt(133000);
-    EXPECT_EQ(frameAt(133000, {"colour", "quad", "target", "window", "layers", "blend"}),
-              "target 5 0, window 0, colour 1 12, quad -0 48 17.1 13, blend 640 360 0.2");
+    EXPECT_EQ(frameAt(133000, {"target", "window", "layers"}), "target 5 0, window 0, layers 640 360 0 12 13 0 0.2");
+    hasShaders = false;
+    EXPECT_EQ(frameAt(133000, {"colour", "quad", "blend"}), "colour 1 12, quad -0 48 17.1 13, blend 640 360 0.2");
+}
+
+TEST(Frame, IsShownAgainWhilePausedOnceTheMotionBlurRests) {
+    const auto stillFrames =
+        [](float ms) {  // until the frame is not drawn but shown again; 20 when that does not come
+            int frames = 0;
+            while (frames < 20 && frameAt(ms, {"target"}) != "") ++frames;
+            return frames;
+        };
+    load();
+    for (int i = 0; i < 20; ++i) frameAt(10000);
+    EXPECT_EQ(stillFrames(10000), 20) << "not paused";
+    answers[6] = 1;
+    EXPECT_EQ(stillFrames(10000), 11);
+    EXPECT_EQ(frameAt(10000, {}), "again 640 360, pauseLine 1000 1000, swap");
+    answers[1] = 639;
+    EXPECT_EQ(stillFrames(10000), 11) << "another size";
+    EXPECT_EQ(stillFrames(9000), 11) << "another time";
+    isKeeping = false;
+    EXPECT_EQ(stillFrames(9000), 20);
+    isKeeping = true;
+    frameAt(15000);
+    EXPECT_EQ(stillFrames(15000), 20) << "the floor pattern goes on";
 }
 
 TEST(Timeline, HandsOverWithinTheFrameAndBackInTheNext) {
