@@ -7,19 +7,23 @@
 #include <GL/glew.h>
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
-// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is the fitted one.
+// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is the fitted one. Where a
+// pixel lies on the picture is computed here: what the GL interpolates differs in the last bit from processor to processor.
 constexpr char LAYERS_SHADER[] = R"(#version 110
 uniform sampler2D picture, overlay;
 uniform float ground, opacity;
-uniform vec2 pixel;  // as a share of the whole, across and up
+uniform vec2 pixel;          // as a share of the whole, across and up
+uniform vec2 scale, offset;  // from pixels to the picture's texture coordinates
 
 bool inside(vec2 at) { return all(greaterThanEqual(at, vec2(0.0))) && all(lessThanEqual(at, vec2(1.0))); }
 
 void main() {
-    vec4 shown = inside(gl_TexCoord[0].st) ? texture2D(picture, gl_TexCoord[0].st) : vec4(0.0, 0.0, 0.0, 1.0);
+    vec2 at = gl_FragCoord.xy * scale + offset;
+    vec4 shown = inside(at) ? texture2D(picture, at) : vec4(0.0, 0.0, 0.0, 1.0);
     vec4 over = texture2D(overlay, gl_FragCoord.xy * pixel);
     vec3 colour = mix(vec3(ground), shown.rgb, shown.a * opacity);
     gl_FragColor = vec4(mix(colour, over.rgb, over.a * opacity), 1.0);
@@ -28,7 +32,7 @@ void main() {
 
 struct LayersProgram {
     GLuint program = 0;  // 0: the GL has no fragment shaders
-    GLint ground = 0, opacity = 0, pixel = 0;
+    GLint ground = 0, opacity = 0, pixel = 0, scale = 0, offset = 0;
 };
 
 enum TextureUnit { PICTURE_UNIT, OVERLAY_UNIT, TEXTURE_UNITS };
@@ -57,8 +61,8 @@ LayersProgram makeLayersProgram() {
     glUniform1i(glGetUniformLocation(program, "picture"), PICTURE_UNIT);
     glUniform1i(glGetUniformLocation(program, "overlay"), OVERLAY_UNIT);
     glUseProgram(0);
-    return {program, glGetUniformLocation(program, "ground"), glGetUniformLocation(program, "opacity"),
-            glGetUniformLocation(program, "pixel")};
+    const auto locate = [&](const char* name) { return glGetUniformLocation(program, name); };
+    return {program, locate("ground"), locate("opacity"), locate("pixel"), locate("scale"), locate("offset")};
 }
 
 void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
@@ -132,18 +136,28 @@ void drawSurroundings(const Extent& inner, float grey) {
     glPopAttrib();
 }
 
-void drawLayers(const PictureLayer& picture, const Extent& extent) {
-    const float x = extent.halfWidth, y = extent.halfHeight;
-    const float corners[4][2] = {{-x, -y}, {x, -y}, {x, y}, {-x, y}};
-    const float nearer = nearness(picture);
-    glBegin(GL_QUADS);
-    for (const auto& corner : corners) {
-        // Where the camera sees the corner on the picture, which fills 0 to 1.
-        glTexCoord2f((corner[0] * nearer / picture.halfWidth + 1) / 2,
-                     (corner[1] * nearer / picture.halfHeight + 1) / 2);
-        glVertex2fv(corner);
-    }
-    glEnd();
+// The pixels of a row or column to texture coordinates of the layer, which are linear in them, for it faces the camera.
+struct Axis {
+    float scale, offset;
+};
+
+// `projection`: the factor from scene units to -1 to 1, one unit before the camera.
+Axis axisOf(float projection, int pixels, float nearness, float halfLength) {
+    const float lengths = RYL_CAMERA_Z * nearness / (projection * halfLength);  // of the layer, that the frame shows
+    return {lengths / static_cast<float>(pixels), (1 - lengths) / 2};
+}
+
+void setUniforms(const LayersProgram& program, int width, int height, const PictureLayers& layers, float opacity) {
+    std::array<GLfloat, 16> projection{};
+    glGetFloatv(GL_PROJECTION_MATRIX, projection.data());
+    const float nearer = nearness(layers.picture);
+    const Axis x = axisOf(projection[0], width, nearer, layers.picture.halfWidth);
+    const Axis y = axisOf(projection[5], height, nearer, layers.picture.halfHeight);
+    glUniform1f(program.ground, layers.ground);
+    glUniform1f(program.opacity, opacity);
+    glUniform2f(program.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
+    glUniform2f(program.scale, x.scale, y.scale);
+    glUniform2f(program.offset, x.offset, y.offset);
 }
 
 }  // namespace
@@ -159,12 +173,10 @@ bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float w
     glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
     drawSurroundings(extent, layers.ground * (1 - opacity));
     glUseProgram(layersProgram.program);
-    glUniform1f(layersProgram.ground, layers.ground);
-    glUniform1f(layersProgram.opacity, opacity);
-    glUniform2f(layersProgram.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
+    setUniforms(layersProgram, width, height, layers, opacity);
     bindToUnit(OVERLAY_UNIT, fitted.texture, GL_NEAREST);
     bindToUnit(PICTURE_UNIT, layers.picture.texture, GL_LINEAR);
-    drawLayers(layers.picture, extent);
+    glRectf(-extent.halfWidth, -extent.halfHeight, extent.halfWidth, extent.halfHeight);
     glUseProgram(0);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glEnable(GL_DEPTH_TEST);

@@ -1,9 +1,9 @@
 // layers.h - the finished frame: the scene's picture, overlay and motion blur in one pass over the pixels
 //
-// Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer, modelview as
-//          ryl_disableFBO leaves it; blending and the depth test on, lighting and fog off.
-// Leaves   all state as it was, but for the textures bound, their filters, which become linear, the current texture
-//          coordinates and the blend colour.
+// Needs    a current GL context after glewInit; the GL thread; the window bound as framebuffer, the viewport
+//          width x height from (0, 0), modelview as ryl_disableFBO leaves it; a projection by gluPerspective; blending and
+//          the depth test on, lighting and fog off.
+// Leaves   all state as it was, but for the textures bound, their filters and the blend colour.
 // Never    reads the window: where it is smaller than the picture, the kept picture is whole all the same.
 #pragma once
 
