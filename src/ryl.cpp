@@ -198,6 +198,7 @@ void ryl_init(int argc, char** argv, void (*display)(void)) {
     // A reader on a pipe sees each line when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     ryl_watchEndings();
+    ryl_useLargePages();
     ryl_systemCheck(0);
     Screen screen;
     for (int i = 1; i < argc; ++i) readOption(argv[i], i + 1 < argc ? argv[i + 1] : nullptr, screen);

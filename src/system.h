@@ -14,6 +14,11 @@ std::FILE* ryl_openFile(const char* path);
 // unless `quiet` is non-zero; memory that cannot be had is reported unless `quiet` is non-zero.
 void ryl_systemCheck(int quiet);
 
+// Lets the heap grow in large pages, where the kernel has them for who asks: the GL's textures and buffers are then ready
+// at a tenth of the page faults, which at the start take as long as all else. Reserves 64 MB of addresses, no memory. For
+// the beginning of a program; does nothing under another allocator than glibc's.
+void ryl_useLargePages(void);
+
 // Prints "[DEV] <message>" as a line when `enabled` is non-zero. Call sites pass 0; to follow a step while
 // developing, change the call.
 void dprint(const char* message, int enabled);

@@ -150,7 +150,7 @@ TEST(Frame, IsShownAgainWhilePausedOnceTheMotionBlurRests) {
     const auto stillFrames =
         [](float ms) {  // until the frame is not drawn but shown again; 20 when that does not come
             int frames = 0;
-            while (frames < 20 && frameAt(ms, {"target"}) != "") ++frames;
+            while (frames < 20 && !frameAt(ms, {"target"}).empty()) ++frames;
             return frames;
         };
     load();
