@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <bit>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -48,16 +47,13 @@ void ryl_systemCheck(int quiet) {
 
 void ryl_useLargePages(void) {
     constexpr int RESERVED_BYTES = 64 << 20;
-    constexpr std::size_t LARGE_PAGE = 2 << 20;
     constexpr std::size_t BLOCK_BYTES = 100'000;  // below what gets a mapping of its own
     auto* const before = static_cast<char*>(sbrk(0));
     mallopt(M_TOP_PAD, RESERVED_BYTES);
     void* volatile blocks[3];  // together more than the heap begins with, so it grows
     for (void* volatile& block : blocks) block = std::malloc(BLOCK_BYTES);
     for (void* block : blocks) std::free(block);
-    const auto grown = static_cast<std::size_t>(static_cast<char*>(sbrk(0)) - before);
-    const std::size_t toPage = LARGE_PAGE - reinterpret_cast<std::uintptr_t>(before) % LARGE_PAGE;
-    if (grown > toPage) madvise(before + toPage, grown - toPage, MADV_HUGEPAGE);
+    madvise(before, static_cast<std::size_t>(static_cast<char*>(sbrk(0)) - before), MADV_HUGEPAGE);
 }
 
 void dprint(const char* message, int enabled) {
