@@ -53,6 +53,21 @@ int ryl_loadFBO(int width, int height) {
     return CURRENT_ID++;
 }
 
+void ryl_resizeTarget(ColourTarget& target, int width, int height) {
+    if (target.texture == 0) {
+        glGenTextures(1, &target.texture);
+        glGenFramebuffersEXT(1, &target.framebuffer);
+    }
+    target.width = width;
+    target.height = height;
+    glBindTexture(GL_TEXTURE_2D, target.texture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, target.framebuffer);
+    glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, target.texture, 0);
+}
+
 unsigned ryl_enableFBO(int id, float red, float green, float blue) {
     const fboEntry& target = fbo[id];
     glViewport(0, 0, target.width, target.height);

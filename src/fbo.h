@@ -24,3 +24,13 @@ unsigned ryl_enableFBO(int id, float red, float green, float blue);
 
 // Sends drawing to the window, viewport screenWidth x screenHeight pixels (truncated), and clears it.
 void ryl_disableFBO(float screenWidth, float screenHeight, float red, float green, float blue);
+
+// A texture to draw into, without a depth buffer. All 0 before its first ryl_resizeTarget.
+struct ColourTarget {
+    unsigned texture = 0, framebuffer = 0;
+    int width = 0, height = 0;  // pixels
+};
+
+// Makes the target, or makes it anew, with width x height undefined pixels of 8 bits per channel, in the order that
+// windows have them. Leaves its texture and its framebuffer bound.
+void ryl_resizeTarget(ColourTarget& target, int width, int height);

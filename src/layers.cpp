@@ -74,31 +74,19 @@ void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
 
 // The overlay as it lies on the frame, pixel for pixel: filtered once, not in every frame.
 struct FittedOverlay {
-    GLuint texture = 0, framebuffer = 0;
+    ColourTarget target;
     PictureLayer overlay = {};  // what it was made from
-    int width = 0, height = 0;  // pixels
 };
 FittedOverlay fitted;
-
-void resizeFitted(int width, int height) {
-    if (fitted.texture == 0) {
-        glGenTextures(1, &fitted.texture);
-        glGenFramebuffersEXT(1, &fitted.framebuffer);
-    }
-    glBindTexture(GL_TEXTURE_2D, fitted.texture);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, fitted.framebuffer);
-    glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, fitted.texture, 0);
-}
 
 // To be called where the frame is drawn to, camera and projection in place: so it is turned as the frame is. The depth
 // test is off.
 void fitOverlay(const PictureLayer& overlay, int width, int height) {
-    if (fitted.overlay == overlay && fitted.width == width && fitted.height == height) return;
+    if (fitted.overlay == overlay && fitted.target.width == width && fitted.target.height == height) return;
+    fitted.overlay = overlay;
     GLint target = 0;
     glGetIntegerv(GL_FRAMEBUFFER_BINDING_EXT, &target);
-    resizeFitted(width, height);
-    fitted = {fitted.texture, fitted.framebuffer, overlay, width, height};
+    ryl_resizeTarget(fitted.target, width, height);
     glPushAttrib(GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT);
     glClearColor(0, 0, 0, 0);
     glClear(GL_COLOR_BUFFER_BIT);
@@ -174,7 +162,7 @@ bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float w
     drawSurroundings(extent, layers.ground * (1 - opacity));
     glUseProgram(layersProgram.program);
     setUniforms(layersProgram, width, height, layers, opacity);
-    bindToUnit(OVERLAY_UNIT, fitted.texture, GL_NEAREST);
+    bindToUnit(OVERLAY_UNIT, fitted.target.texture, GL_NEAREST);
     bindToUnit(PICTURE_UNIT, layers.picture.texture, GL_LINEAR);
     glRectf(-extent.halfWidth, -extent.halfHeight, extent.halfWidth, extent.halfHeight);
     glUseProgram(0);

@@ -1,5 +1,7 @@
 #include "picture.h"
 
+#include "fbo.h"
+
 #include <GL/glew.h>
 
 #include <array>
@@ -7,12 +9,8 @@
 
 namespace {
 
-struct Kept {
-    GLuint texture = 0;
-    GLuint framebuffer = 0;
-    int width = 0, height = 0;
-};
-Kept kept;
+// In the window's order of pixels: showing it would else convert every one.
+ColourTarget kept;
 
 bool canCopyPictures() {
     if (!GLEW_EXT_framebuffer_blit)
@@ -21,23 +19,6 @@ bool canCopyPictures() {
 }
 
 bool isKept(int width, int height) { return kept.texture != 0 && kept.width == width && kept.height == height; }
-
-// Texels are words as windows have them, or showing the picture would convert every pixel.
-void resizeKept(int width, int height) {
-    if (kept.texture == 0) {
-        glGenTextures(1, &kept.texture);
-        glGenFramebuffersEXT(1, &kept.framebuffer);
-    }
-    kept.width = width;
-    kept.height = height;
-    glBindTexture(GL_TEXTURE_2D, kept.texture);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
-    glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, kept.texture, 0);
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
-}
 
 void clearKept() {
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
@@ -96,7 +77,7 @@ void ryl_blendPicture(int width, int height, float weight) {
     static const bool canKeep = canCopyPictures();
     if (!canKeep) return;
     if (!isKept(width, height))
-        resizeKept(width, height);
+        ryl_resizeTarget(kept, width, height);
     else if (weight > 0)
         drawKeptOver(weight);
     clearKept();  // there is nothing to copy where the window does not reach
