@@ -17,10 +17,10 @@ std::uint32_t latticePoint(int x, int y, int seed) {
 }
 
 float hash(std::uint32_t n) {
-    constexpr double SCALE = 1.0 / (1U << 30U);
+    constexpr std::int32_t ONE = 1 << 30;
     n ^= n << 13U;
     const std::uint32_t r = ((n * n * 15731U + 789221U) * n + 1376312589U) & 0x7fffffffU;
-    return static_cast<float>(1.0 - r * SCALE);
+    return static_cast<float>(ONE - static_cast<std::int32_t>(r)) / ONE;  // rounded once: the division is exact
 }
 
 template <std::size_t size>

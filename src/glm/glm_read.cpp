@@ -198,52 +198,53 @@ const char* skipWhite(const char* p) {
     return p;
 }
 
-template <bool Texcoord, bool Normal>
-const char* scanCorner(const char* p, Corner& corner) {
-    p = __glmScanIndex(p, corner.position);
+// A face while it is scanned; the first pass only counts its corners, which takes half as long.
+struct CountedFace {
+    std::uint32_t count = 0;  // of the corners
+    static const char* scan(const char* p, std::uint32_t Corner::* /*index*/) { return __glmSkipIndex(p); }
+};
+struct ScannedFace {
+    Corner corners[SCAN_CORNERS];
+    std::uint32_t count = 0;
+    const char* scan(const char* p, std::uint32_t Corner::*index) { return __glmScanIndex(p, corners[count].*index); }
+};
+
+template <bool Texcoord, bool Normal, typename Face>
+const char* scanCorner(const char* p, Face& face) {
+    p = face.scan(p, &Corner::position);
     if constexpr (Texcoord || Normal) {
         if (p == nullptr || *p++ != '/') return nullptr;
     }
-    if constexpr (Texcoord) p = __glmScanIndex(p, corner.texcoord);
+    if constexpr (Texcoord) p = face.scan(p, &Corner::texcoord);
     if constexpr (Normal) {
         if (p == nullptr || *p++ != '/') return nullptr;
-        p = __glmScanIndex(p, corner.normal);
+        p = face.scan(p, &Corner::normal);
     }
     return p;
 }
 
-struct ScannedFace {
-    Corner corners[SCAN_CORNERS];
-    std::uint32_t count;  // of the corners
-};
-
 // Returns where the next statement starts; null when this is no plain face of that form.
-template <bool Texcoord, bool Normal>
-const char* scanCorners(const char* p, ScannedFace& face) {
-    std::uint32_t count = 0;
-    for (p = skipBlanks(p); *p != '\n'; p = skipBlanks(p), ++count) {
-        if (count == SCAN_CORNERS) return nullptr;
-        p = scanCorner<Texcoord, Normal>(p, face.corners[count]);
+template <bool Texcoord, bool Normal, typename Face>
+const char* scanCorners(const char* p, Face& face) {
+    face.count = 0;
+    for (p = skipBlanks(p); *p != '\n'; p = skipBlanks(p), ++face.count) {
+        if (face.count == SCAN_CORNERS) return nullptr;
+        p = scanCorner<Texcoord, Normal>(p, face);
         if (p == nullptr || !__glmIsWhite(*p)) return nullptr;
     }
     p = skipWhite(p);
     // Corners may go on in the next line.
-    if (count < 3 || *p == '\0' || startsCorner(*p)) return nullptr;
-    face.count = count;
-    return p;
+    return face.count < 3 || *p == '\0' || startsCorner(*p) ? nullptr : p;
 }
 
-const char* skipDigits(const char* p) {
-    while (__glmIsDigit(*p)) ++p;
-    return p;
-}
-
-// Scans a face's corners, the form of which the first one tells.
-const char* scanFace(const char* p, ScannedFace& face) {
-    const char* separator = skipDigits(skipBlanks(p));
-    if (*separator != '/') return scanCorners<false, false>(p, face);
-    if (separator[1] == '/') return scanCorners<false, true>(p, face);
-    return *skipDigits(separator + 1) == '/' ? scanCorners<true, true>(p, face) : scanCorners<true, false>(p, face);
+// A face is of the one form that all its corners have; the most frequent one is tried first. A form that does not fit
+// fills in no number that the one that fits does not fill in as well.
+template <typename Face>
+const char* scanFace(const char* p, Face& face) {
+    const char* next = scanCorners<true, true>(p, face);
+    if (next == nullptr) next = scanCorners<false, true>(p, face);
+    if (next == nullptr) next = scanCorners<true, false>(p, face);
+    return next != nullptr ? next : scanCorners<false, false>(p, face);
 }
 
 template <std::size_t Size>
@@ -311,7 +312,7 @@ void countPlain(ObjReader& reader) {
     };
     scanStatements(reader.text, [&](const char* p) -> const char* {
         if (p[0] == 'f' && p[1] == ' ') {
-            ScannedFace face;
+            CountedFace face;
             p = scanFace(p + 2, face);
             if (p == nullptr) return nullptr;
             model.numtriangles += face.count - 2;

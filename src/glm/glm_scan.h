@@ -22,6 +22,13 @@ inline const char* __glmScanIndex(const char* p, std::uint32_t& value) {
     return p;
 }
 
+// As __glmScanIndex, when its value is of no interest.
+inline const char* __glmSkipIndex(const char* p) {
+    const char* const first = p;
+    while (__glmIsDigit(*p)) ++p;
+    return p - first < 1 || p - first > 9 ? nullptr : p;
+}
+
 // A decimal fraction such as "-12.5" of up to 15 digits, in front of white space.
 //
 // Its digits are an integer below 2^53, so they and the power of ten are doubles without error, and their quotient is
