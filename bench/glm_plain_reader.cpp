@@ -116,8 +116,11 @@ void readVector(std::FILE* file, std::vector<float>& array, int size, std::size_
     require(array.size() < static_cast<std::size_t>(size) * count);
     float number = 0;
     for (int i = 0; i < size; ++i) {
+        const bool optional = size == 2 && i == 1;  // a texture coordinate may have one number
+        const long place = optional ? std::ftell(file) : 0;
         if (std::fscanf(file, "%f", &number) != 1) {
-            require(size == 2 && i == 1);  // a texture coordinate of one number
+            require(optional);
+            std::fseek(file, place, SEEK_SET);  // a sign without digits is the next statement's
             number = 0;
         }
         array.push_back(number);

@@ -11,58 +11,73 @@
 
 namespace {
 
-// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is the fitted one. Where a
-// pixel lies on the picture is computed here: what the GL interpolates differs in the last bit from processor to processor.
-constexpr char LAYERS_SHADER[] = R"(#version 110
+// The texel of a layer that faces the camera at the pixel that is drawn. Its place is computed here: what the GL interpolates
+// differs in the last bit from processor to processor.
+constexpr char TEXEL_SHADER[] = R"(#version 110
+uniform vec2 scale, offset;  // from pixels to the layer's texture coordinates
+
+vec4 texelOr(sampler2D layer, vec4 outside) {
+    vec2 at = gl_FragCoord.xy * scale + offset;
+    bool inside = all(greaterThanEqual(at, vec2(0.0))) && all(lessThanEqual(at, vec2(1.0)));
+    return inside ? texture2D(layer, at) : outside;
+}
+)";
+
+// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is the fitted one.
+constexpr char LAYERS_SHADER[] = R"(
 uniform sampler2D picture, overlay;
 uniform float ground, opacity;
-uniform vec2 pixel;          // as a share of the whole, across and up
-uniform vec2 scale, offset;  // from pixels to the picture's texture coordinates
-
-bool inside(vec2 at) { return all(greaterThanEqual(at, vec2(0.0))) && all(lessThanEqual(at, vec2(1.0))); }
+uniform vec2 pixel;  // as a share of the whole, across and up
 
 void main() {
-    vec2 at = gl_FragCoord.xy * scale + offset;
-    vec4 shown = inside(at) ? texture2D(picture, at) : vec4(0.0, 0.0, 0.0, 1.0);
+    vec4 shown = texelOr(picture, vec4(0.0, 0.0, 0.0, 1.0));
     vec4 over = texture2D(overlay, gl_FragCoord.xy * pixel);
     vec3 colour = mix(vec3(ground), shown.rgb, shown.a * opacity);
     gl_FragColor = vec4(mix(colour, over.rgb, over.a * opacity), 1.0);
 }
 )";
 
-struct LayersProgram {
-    GLuint program = 0;  // 0: the GL has no fragment shaders
-    GLint ground = 0, opacity = 0, pixel = 0, scale = 0, offset = 0;
-};
+constexpr char FITTING_SHADER[] = R"(
+uniform sampler2D overlay;
+
+void main() { gl_FragColor = texelOr(overlay, vec4(0.0)); }
+)";
 
 enum TextureUnit { PICTURE_UNIT, OVERLAY_UNIT, TEXTURE_UNITS };
 
-GLuint linkLayersProgram() {
-    GLint units = 0;
-    if (!GLEW_VERSION_2_0) return 0;
-    glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
-    if (units < TEXTURE_UNITS) return 0;
-    const GLchar* source = LAYERS_SHADER;
+// Returns 0 when the program cannot be linked.
+GLuint linkProgram(const char* mainShader) {
+    const GLchar* const sources[] = {TEXEL_SHADER, mainShader};
     const GLuint shader = glCreateShader(GL_FRAGMENT_SHADER);
-    glShaderSource(shader, 1, &source, nullptr);
+    glShaderSource(shader, 2, sources, nullptr);
     glCompileShader(shader);
     const GLuint program = glCreateProgram();
     glAttachShader(program, shader);
     glLinkProgram(program);
     GLint linked = 0;
     glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    return linked != 0 ? program : 0;
-}
-
-LayersProgram makeLayersProgram() {
-    const GLuint program = linkLayersProgram();
-    if (program == 0) return {};
+    if (linked == 0) return 0;
     glUseProgram(program);
     glUniform1i(glGetUniformLocation(program, "picture"), PICTURE_UNIT);
     glUniform1i(glGetUniformLocation(program, "overlay"), OVERLAY_UNIT);
     glUseProgram(0);
+    return program;
+}
+
+struct LayersProgram {
+    GLuint program = 0, fitting = 0;  // 0: the GL has no fragment shaders
+    GLint ground = 0, opacity = 0, pixel = 0;
+};
+
+LayersProgram makeLayersProgram() {
+    GLint units = 0;
+    if (!GLEW_VERSION_2_0) return {};
+    glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
+    if (units < TEXTURE_UNITS) return {};
+    const GLuint program = linkProgram(LAYERS_SHADER), fitting = linkProgram(FITTING_SHADER);
+    if (program == 0 || fitting == 0) return {};
     const auto locate = [&](const char* name) { return glGetUniformLocation(program, name); };
-    return {program, locate("ground"), locate("opacity"), locate("pixel"), locate("scale"), locate("offset")};
+    return {program, fitting, locate("ground"), locate("opacity"), locate("pixel")};
 }
 
 void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
@@ -70,32 +85,6 @@ void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
-}
-
-// The overlay as it lies on the frame, pixel for pixel: filtered once, not in every frame.
-struct FittedOverlay {
-    ColourTarget target;
-    PictureLayer overlay = {};  // what it was made from
-};
-FittedOverlay fitted;
-
-// To be called where the frame is drawn to, camera and projection in place: so it is turned as the frame is. The depth
-// test is off.
-void fitOverlay(const PictureLayer& overlay, int width, int height) {
-    if (fitted.overlay == overlay && fitted.target.width == width && fitted.target.height == height) return;
-    fitted.overlay = overlay;
-    GLint target = 0;
-    glGetIntegerv(GL_FRAMEBUFFER_BINDING_EXT, &target);
-    ryl_resizeTarget(fitted.target, width, height);
-    glPushAttrib(GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT);
-    glClearColor(0, 0, 0, 0);
-    glClear(GL_COLOR_BUFFER_BIT);
-    glDisable(GL_BLEND);
-    glColor4f(1, 1, 1, 1);
-    if (overlay.texture != 0)
-        ryl_draw2DTexture(0, 0, -overlay.z, overlay.halfWidth, overlay.halfHeight, overlay.texture);
-    glPopAttrib();
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, static_cast<GLuint>(target));
 }
 
 // How much nearer than the plane z = 0 the layer is to the camera, and by how much smaller it is than it looks there.
@@ -111,9 +100,10 @@ Extent extentOfBoth(const PictureLayers& layers) {
             std::max(layers.picture.halfHeight / picture, layers.overlay.halfHeight / overlay)};
 }
 
+constexpr float FAR = 1000;  // more than the window shows, scene units
+
 // What lies outside of both layers, where a pixel needs no program: black on the ground.
 void drawSurroundings(const Extent& inner, float grey) {
-    constexpr float FAR = 1000;  // more than the window shows
     const float x = inner.halfWidth, y = inner.halfHeight;
     glPushAttrib(GL_CURRENT_BIT);
     glColor3f(grey, grey, grey);
@@ -135,17 +125,45 @@ Axis axisOf(float projection, int pixels, float nearness, float halfLength) {
     return {lengths / static_cast<float>(pixels), (1 - lengths) / 2};
 }
 
-void setUniforms(const LayersProgram& program, int width, int height, const PictureLayers& layers, float opacity) {
+// Tells the program, which is in use, where on the frame its layer lies.
+void setPlace(GLuint program, const PictureLayer& layer, int width, int height) {
     std::array<GLfloat, 16> projection{};
     glGetFloatv(GL_PROJECTION_MATRIX, projection.data());
-    const float nearer = nearness(layers.picture);
-    const Axis x = axisOf(projection[0], width, nearer, layers.picture.halfWidth);
-    const Axis y = axisOf(projection[5], height, nearer, layers.picture.halfHeight);
-    glUniform1f(program.ground, layers.ground);
-    glUniform1f(program.opacity, opacity);
-    glUniform2f(program.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
-    glUniform2f(program.scale, x.scale, y.scale);
-    glUniform2f(program.offset, x.offset, y.offset);
+    const float nearer = nearness(layer);
+    const Axis x = axisOf(projection[0], width, nearer, layer.halfWidth);
+    const Axis y = axisOf(projection[5], height, nearer, layer.halfHeight);
+    glUniform2f(glGetUniformLocation(program, "scale"), x.scale, y.scale);
+    glUniform2f(glGetUniformLocation(program, "offset"), x.offset, y.offset);
+}
+
+// The overlay as it lies on the frame, pixel for pixel: filtered once, not in every frame.
+struct FittedOverlay {
+    ColourTarget target;
+    PictureLayer overlay = {};  // what it was made from
+};
+FittedOverlay fitted;
+
+// To be called where the frame is drawn to, camera and projection in place: so it is turned as the frame is. The depth
+// test is off.
+void fitOverlay(GLuint program, const PictureLayer& overlay, int width, int height) {
+    if (fitted.overlay == overlay && fitted.target.width == width && fitted.target.height == height) return;
+    fitted.overlay = overlay;
+    GLint target = 0;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING_EXT, &target);
+    ryl_resizeTarget(fitted.target, width, height);
+    glPushAttrib(GL_COLOR_BUFFER_BIT);
+    glClearColor(0, 0, 0, 0);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glDisable(GL_BLEND);
+    if (overlay.texture != 0) {
+        glUseProgram(program);
+        setPlace(program, overlay, width, height);
+        bindToUnit(OVERLAY_UNIT, overlay.texture, GL_LINEAR);
+        glRectf(-FAR, -FAR, FAR, FAR);
+        glUseProgram(0);
+    }
+    glPopAttrib();
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, static_cast<GLuint>(target));
 }
 
 }  // namespace
@@ -156,12 +174,15 @@ bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float w
     const float opacity = std::clamp(layers.opacity, 0.0f, 1.0f);
     const Extent extent = extentOfBoth(layers);
     glDisable(GL_DEPTH_TEST);
-    fitOverlay(layers.overlay, width, height);
+    fitOverlay(layersProgram.fitting, layers.overlay, width, height);
     glBlendColor(0, 0, 0, 1 - weight);
     glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
     drawSurroundings(extent, layers.ground * (1 - opacity));
     glUseProgram(layersProgram.program);
-    setUniforms(layersProgram, width, height, layers, opacity);
+    glUniform1f(layersProgram.ground, layers.ground);
+    glUniform1f(layersProgram.opacity, opacity);
+    glUniform2f(layersProgram.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
+    setPlace(layersProgram.program, layers.picture, width, height);
     bindToUnit(OVERLAY_UNIT, fitted.target.texture, GL_NEAREST);
     bindToUnit(PICTURE_UNIT, layers.picture.texture, GL_LINEAR);
     glRectf(-extent.halfWidth, -extent.halfHeight, extent.halfWidth, extent.halfHeight);

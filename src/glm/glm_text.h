@@ -67,7 +67,8 @@ void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_S
 void __glmSkipWhite(GLMtext& text);
 
 // The next number, after white space that may hold line ends. False, with the value unchanged, when the text goes on
-// with something else. Integers are decimal with an optional sign; those outside of -2^31 .. 2^32 - 1 are refused.
+// with something else, all of which stays: fscanf would take a sign without digits away. Integers are decimal with an
+// optional sign; those outside of -2^31 .. 2^32 - 1 are refused.
 bool __glmReadFloat(GLMtext& text, float& value);
 bool __glmReadInteger(GLMtext& text, std::int64_t& value);
 
