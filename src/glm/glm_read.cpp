@@ -198,7 +198,7 @@ const char* skipWhite(const char* p) {
     return p;
 }
 
-// A face while it is scanned; the first pass only counts its corners, which takes half as long.
+// A face while it is scanned; the first pass only counts its corners.
 struct CountedFace {
     std::uint32_t count = 0;  // of the corners
     static const char* scan(const char* p, std::uint32_t Corner::* /*index*/) { return __glmSkipIndex(p); }
