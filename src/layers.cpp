@@ -45,8 +45,12 @@ void main() { gl_FragColor = texelOr(overlay, vec4(0.0)); }
 
 enum TextureUnit { PICTURE_UNIT, OVERLAY_UNIT, TEXTURE_UNITS };
 
-// Returns 0 when the program cannot be linked.
-GLuint linkProgram(const char* mainShader) {
+struct PlacedProgram {
+    GLuint id = 0;  // 0: cannot be linked
+    GLint scale = 0, offset = 0;
+};
+
+PlacedProgram linkProgram(const char* mainShader) {
     const GLchar* const sources[] = {TEXEL_SHADER, mainShader};
     const GLuint shader = glCreateShader(GL_FRAGMENT_SHADER);
     glShaderSource(shader, 2, sources, nullptr);
@@ -56,28 +60,28 @@ GLuint linkProgram(const char* mainShader) {
     glLinkProgram(program);
     GLint linked = 0;
     glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    if (linked == 0) return 0;
+    if (linked == 0) return {};
     glUseProgram(program);
     glUniform1i(glGetUniformLocation(program, "picture"), PICTURE_UNIT);
     glUniform1i(glGetUniformLocation(program, "overlay"), OVERLAY_UNIT);
     glUseProgram(0);
-    return program;
+    return {program, glGetUniformLocation(program, "scale"), glGetUniformLocation(program, "offset")};
 }
 
-struct LayersProgram {
-    GLuint program = 0, fitting = 0;  // 0: the GL has no fragment shaders
+struct LayersPrograms {
+    PlacedProgram blending, fitting;  // id 0: the GL has no fragment shaders
     GLint ground = 0, opacity = 0, pixel = 0;
 };
 
-LayersProgram makeLayersProgram() {
+LayersPrograms makeLayersPrograms() {
     GLint units = 0;
     if (!GLEW_VERSION_2_0) return {};
     glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
     if (units < TEXTURE_UNITS) return {};
-    const GLuint program = linkProgram(LAYERS_SHADER), fitting = linkProgram(FITTING_SHADER);
-    if (program == 0 || fitting == 0) return {};
-    const auto locate = [&](const char* name) { return glGetUniformLocation(program, name); };
-    return {program, fitting, locate("ground"), locate("opacity"), locate("pixel")};
+    const PlacedProgram blending = linkProgram(LAYERS_SHADER), fitting = linkProgram(FITTING_SHADER);
+    if (blending.id == 0 || fitting.id == 0) return {};
+    const auto locate = [&](const char* name) { return glGetUniformLocation(blending.id, name); };
+    return {blending, fitting, locate("ground"), locate("opacity"), locate("pixel")};
 }
 
 void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
@@ -126,14 +130,14 @@ Axis axisOf(float projection, int pixels, float nearness, float halfLength) {
 }
 
 // Tells the program, which is in use, where on the frame its layer lies.
-void setPlace(GLuint program, const PictureLayer& layer, int width, int height) {
+void setPlace(const PlacedProgram& program, const PictureLayer& layer, int width, int height) {
     std::array<GLfloat, 16> projection{};
     glGetFloatv(GL_PROJECTION_MATRIX, projection.data());
     const float nearer = nearness(layer);
     const Axis x = axisOf(projection[0], width, nearer, layer.halfWidth);
     const Axis y = axisOf(projection[5], height, nearer, layer.halfHeight);
-    glUniform2f(glGetUniformLocation(program, "scale"), x.scale, y.scale);
-    glUniform2f(glGetUniformLocation(program, "offset"), x.offset, y.offset);
+    glUniform2f(program.scale, x.scale, y.scale);
+    glUniform2f(program.offset, x.offset, y.offset);
 }
 
 // The overlay as it lies on the frame, pixel for pixel: filtered once, not in every frame.
@@ -145,7 +149,7 @@ FittedOverlay fitted;
 
 // To be called where the frame is drawn to, camera and projection in place: so it is turned as the frame is. The depth
 // test is off.
-void fitOverlay(GLuint program, const PictureLayer& overlay, int width, int height) {
+void fitOverlay(const PlacedProgram& program, const PictureLayer& overlay, int width, int height) {
     if (fitted.overlay == overlay && fitted.target.width == width && fitted.target.height == height) return;
     fitted.overlay = overlay;
     GLint target = 0;
@@ -156,7 +160,7 @@ void fitOverlay(GLuint program, const PictureLayer& overlay, int width, int heig
     glClear(GL_COLOR_BUFFER_BIT);
     glDisable(GL_BLEND);
     if (overlay.texture != 0) {
-        glUseProgram(program);
+        glUseProgram(program.id);
         setPlace(program, overlay, width, height);
         bindToUnit(OVERLAY_UNIT, overlay.texture, GL_LINEAR);
         glRectf(-FAR, -FAR, FAR, FAR);
@@ -169,20 +173,20 @@ void fitOverlay(GLuint program, const PictureLayer& overlay, int width, int heig
 }  // namespace
 
 bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float weight) {
-    static const LayersProgram layersProgram = makeLayersProgram();
-    if (layersProgram.program == 0 || !ryl_beginPicture(width, height)) return false;
+    static const LayersPrograms programs = makeLayersPrograms();
+    if (programs.blending.id == 0 || !ryl_beginPicture(width, height)) return false;
     const float opacity = std::clamp(layers.opacity, 0.0f, 1.0f);
     const Extent extent = extentOfBoth(layers);
     glDisable(GL_DEPTH_TEST);
-    fitOverlay(layersProgram.fitting, layers.overlay, width, height);
+    fitOverlay(programs.fitting, layers.overlay, width, height);
     glBlendColor(0, 0, 0, 1 - weight);
     glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
     drawSurroundings(extent, layers.ground * (1 - opacity));
-    glUseProgram(layersProgram.program);
-    glUniform1f(layersProgram.ground, layers.ground);
-    glUniform1f(layersProgram.opacity, opacity);
-    glUniform2f(layersProgram.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
-    setPlace(layersProgram.program, layers.picture, width, height);
+    glUseProgram(programs.blending.id);
+    glUniform1f(programs.ground, layers.ground);
+    glUniform1f(programs.opacity, opacity);
+    glUniform2f(programs.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
+    setPlace(programs.blending, layers.picture, width, height);
     bindToUnit(OVERLAY_UNIT, fitted.target.texture, GL_NEAREST);
     bindToUnit(PICTURE_UNIT, layers.picture.texture, GL_LINEAR);
     glRectf(-extent.halfWidth, -extent.halfHeight, extent.halfWidth, extent.halfHeight);
