@@ -1,9 +1,12 @@
 #include "endings.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -14,9 +17,54 @@ namespace {
 
 constexpr int SIGNAL_STATUS = 128;  // what shells add to the number of a signal
 
-volatile sig_atomic_t noted = 0;
+// How long the program's own way out may take: less than two seconds, with what follows.
+constexpr time_t PATIENCE_S = 1;
+constexpr suseconds_t PATIENCE_US = 750'000;
+constexpr suseconds_t FILE_POLL_US = 20'000;
 
-void note(int signal) { noted = signal; }
+volatile sig_atomic_t noted = 0;
+volatile sig_atomic_t announced = 0;  // the line has been printed
+volatile sig_atomic_t writing = 0;    // a file
+
+// To be called in a signal handler too: on Linux it is a system call and nothing else.
+void callLater(time_t seconds, suseconds_t microseconds) {
+    const itimerval once = {{0, 0}, {seconds, microseconds}};
+    setitimer(ITIMER_REAL, &once, nullptr);
+}
+
+void note(int signal) {
+    if (noted != 0) return;
+    noted = signal;
+    callLater(PATIENCE_S, PATIENCE_US);
+}
+
+// The line of ryl_endIfAsked, by what a signal handler may call. A full pipe that nobody empties does not get it.
+void announceInHandler() {
+    constexpr char TEXT[] = "[*] Ended by signal ";
+    std::array<char, sizeof TEXT + 4> line{};
+    std::size_t length = 0;
+    for (; TEXT[length] != '\0'; ++length) line[length] = TEXT[length];
+    if (noted >= 10) line[length++] = static_cast<char>('0' + noted / 10);
+    line[length++] = static_cast<char>('0' + noted % 10);
+    line[length++] = '.';
+    line[length++] = '\n';
+    pollfd room = {STDOUT_FILENO, POLLOUT, 0};
+    if (poll(&room, 1, 0) != 1) return;
+    [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, line.data(), length);
+}
+
+// The time is over: the program hangs in the window system, in the sound, or on its way out.
+void endNow(int) {
+    if (writing != 0) return callLater(0, FILE_POLL_US);
+    if (announced == 0) announceInHandler();
+    _exit(SIGNAL_STATUS + noted);
+}
+
+bool isIgnored(int signal) {
+    struct sigaction now = {};
+    sigaction(signal, nullptr, &now);
+    return now.sa_handler == SIG_IGN;
+}
 
 // Nothing catches an exception on the way through the GL and the window system.
 [[noreturn]] void endUncaught() {
@@ -44,7 +92,12 @@ void ryl_watchEndings(void) {
     struct sigaction once = {};
     once.sa_handler = note;
     once.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (const int ending : {SIGINT, SIGTERM, SIGHUP}) sigaction(ending, &once, nullptr);
+    // What a shell or nohup has had ignored stays so.
+    for (const int ending : {SIGINT, SIGTERM, SIGHUP})
+        if (!isIgnored(ending)) sigaction(ending, &once, nullptr);
+    struct sigaction late = {};
+    late.sa_handler = endNow;
+    sigaction(SIGALRM, &late, nullptr);
     signal(SIGPIPE, SIG_IGN);
     std::set_terminate(endUncaught);
 }
@@ -52,5 +105,8 @@ void ryl_watchEndings(void) {
 void ryl_endIfAsked(void) {
     if (noted == 0) return;
     std::printf("[*] Ended by signal %d.\n", static_cast<int>(noted));
+    announced = 1;
     std::exit(SIGNAL_STATUS + noted);
 }
+
+void ryl_delayEnding(bool isWriting) { writing = isWriting ? 1 : 0; }

@@ -1,5 +1,6 @@
 #include "textures.h"
 
+#include "endings.h"
 #include "picture.h"
 #include "png_writer.h"
 #include "system.h"
@@ -253,9 +254,11 @@ void ryl_screenshot(int width, int height, const char* filename, int level) {
         std::puts("[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo");
         return;
     }
+    ryl_delayEnding(true);
     const bool written = ryl_writePng(file.get(), width, height, rows.bottom, rows.upwards, level);
     if (std::fclose(file.release()) != 0 || !written) {
         std::printf("[/] couldn't write %s. screenshot not performed\n", filename);
         std::remove(filename);
     }
+    ryl_delayEnding(false);
 }

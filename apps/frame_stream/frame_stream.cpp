@@ -105,9 +105,12 @@ void onSignal(int signalNumber) {
 }
 
 void startProgram(char** command) {
-    struct sigaction ending = {};
+    struct sigaction ending = {}, inherited = {};
     ending.sa_handler = onSignal;
-    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP}) sigaction(signalNumber, &ending, nullptr);
+    // What a shell or nohup has had ignored stays so.
+    for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP})
+        if (sigaction(signalNumber, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
+            sigaction(signalNumber, &ending, nullptr);
     signal(SIGPIPE, SIG_IGN);
 
     int ends[2] = {-1, -1};

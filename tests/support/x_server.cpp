@@ -67,3 +67,5 @@ void startPrivateDisplay(int width, int height) {
     setenv("DISPLAY", (":" + number).c_str(), 1);
     setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
 }
+
+void signalPrivateDisplay(int signal) { kill(server, signal); }

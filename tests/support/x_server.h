@@ -6,3 +6,6 @@
 // Makes DISPLAY name a private Xvfb screen of the given size (24 bit) and asks Mesa for its software
 // renderer. A second call does nothing. Ends the test with a message when Xvfb cannot be started within 20 seconds.
 void startPrivateDisplay(int width = 1280, int height = 1024);
+
+// Sends the private display's server a signal: SIGSTOP makes it hang, SIGCONT go on.
+void signalPrivateDisplay(int signal);
