@@ -1,9 +1,5 @@
 #include "system.h"
 
-#include <malloc.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
@@ -43,17 +39,6 @@ void ryl_systemCheck(int quiet) {
                       "fix ur goddamn system :'(");
     }
     std::puts("[*] system seems fine");
-}
-
-void ryl_useLargePages(void) {
-    constexpr int RESERVED_BYTES = 64 << 20;
-    constexpr std::size_t BLOCK_BYTES = 100'000;  // below what gets a mapping of its own
-    auto* const before = static_cast<char*>(sbrk(0));
-    mallopt(M_TOP_PAD, RESERVED_BYTES);
-    void* volatile blocks[3];  // together more than the heap begins with, so it grows
-    for (void* volatile& block : blocks) block = std::malloc(BLOCK_BYTES);
-    for (void* block : blocks) std::free(block);
-    madvise(before, static_cast<std::size_t>(static_cast<char*>(sbrk(0)) - before), MADV_HUGEPAGE);
 }
 
 void dprint(const char* message, int enabled) {

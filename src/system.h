@@ -14,11 +14,6 @@ std::FILE* ryl_openFile(const char* path);
 // unless `quiet` is non-zero; memory that cannot be had is reported unless `quiet` is non-zero.
 void ryl_systemCheck(int quiet);
 
-// Lets the next 64 MB of the heap come in large pages, where the kernel has them for who asks: the GL's textures and
-// buffers then cost a page fault per 2 MB instead of one per 4 KB. Takes addresses at once, memory as it is used. For the
-// beginning of a program; does nothing under another allocator than glibc's.
-void ryl_useLargePages(void);
-
 // Prints "[DEV] <message>" as a line when `enabled` is non-zero. Call sites pass 0; to follow a step while
 // developing, change the call.
 void dprint(const char* message, int enabled);
