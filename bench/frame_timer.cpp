@@ -1,8 +1,12 @@
 // Times the phases of the demo's frames. After the frames of interest it prints the median of each phase and ends the
-// program.
-#include "frame_timer.h"
+// program. The demo knows nothing of it: the linker puts the functions at the end of this file in the place of the calls
+// that begin a phase (--wrap).
+#include "fbo.h"
+#include "layers.h"
+#include "picture.h"
+#include "scenes/cube_batch.h"
 
-#include <GL/gl.h>
+#include <GL/freeglut.h>
 
 #include <algorithm>
 #include <array>
@@ -15,6 +19,16 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+enum class FramePhase {
+    content,      // noise, positions, colours
+    submission,   // the scene's GL calls
+    rasterising,  // until the scene target is drawn
+    composite,    // the scene's picture, bands and overlay
+    blur,
+    swap,
+    end,
+};
 
 // Every scene shows all that it has between six and ten seconds after its start.
 constexpr std::size_t FIRST_FRAME = 240, FRAMES = 160;
@@ -46,9 +60,8 @@ void report() {
     std::puts("");
 }
 
-}  // namespace
-
-void ryl_enterPhase(FramePhase next) {
+// The frame's phase from here to the next call. Time spent in a phase entered twice adds up.
+void enterPhase(FramePhase next) {
     // What the phase before has submitted is part of it; only the scene's own drawing has a phase to itself.
     if (next != FramePhase::submission && next != FramePhase::rasterising && next != FramePhase::content) glFinish();
     const auto now = Clock::now();
@@ -63,4 +76,49 @@ void ryl_enterPhase(FramePhase next) {
         report();
         std::exit(0);
     }
+}
+
+}  // namespace
+
+// RYL_WRAP(RESULT, NAME, SYMBOL, (PARAMETERS)): declares realNAME, the function of that symbol, and wrappedNAME, which is
+// called in its place.
+#define RYL_WRAP(result, name, symbol, parameters)      \
+    result real##name parameters asm("__real_" symbol); \
+    result wrapped##name parameters asm("__wrap_" symbol)
+
+RYL_WRAP(unsigned, EnableFBO, "_Z13ryl_enableFBOifff", (int, float, float, float));
+RYL_WRAP(void, DrawBatch, "_Z9drawBatchRKSt6vectorI10CubeCornerSaIS0_EE", (const CubeBatch&));
+RYL_WRAP(void, FinishFrame, "_Z15ryl_finishFrameiiRK13PictureLayersfRKSt8functionIFvvEE",
+         (int, int, const PictureLayers&, float, const DrawOver&));
+RYL_WRAP(void, BlendPicture, "_Z16ryl_blendPictureiif", (int, int, float));
+RYL_WRAP(void, SwapBuffers, "glutSwapBuffers", ());
+
+unsigned wrappedEnableFBO(int id, float red, float green, float blue) {
+    const unsigned texture = realEnableFBO(id, red, green, blue);
+    enterPhase(FramePhase::content);
+    return texture;
+}
+
+void wrappedDrawBatch(const CubeBatch& batch) {
+    enterPhase(FramePhase::submission);
+    realDrawBatch(batch);
+    enterPhase(FramePhase::content);
+}
+
+// With something to be drawn over it, though that is nothing, a frame does not take the one pass.
+void wrappedFinishFrame(int width, int height, const PictureLayers& layers, float blur, const DrawOver& over) {
+    enterPhase(FramePhase::rasterising);
+    enterPhase(FramePhase::composite);
+    realFinishFrame(width, height, layers, blur, RYL_ONE_PASS || over ? over : DrawOver([] {}));
+}
+
+void wrappedBlendPicture(int width, int height, float weight) {
+    enterPhase(FramePhase::blur);
+    realBlendPicture(width, height, weight);
+}
+
+void wrappedSwapBuffers() {
+    enterPhase(FramePhase::swap);
+    realSwapBuffers();
+    enterPhase(FramePhase::end);
 }

@@ -1,12 +1,9 @@
 // The demo as it would be drawn without its short cuts: linked into the program before its libraries, this takes the place
-// of the cube walls, of the one-pass finish and of the noise.
-#include "layers.h"
+// of the cube walls and of the noise.
 #include "noise.h"
 #include "plain_noise.h"
 #include "plain_scenes.h"
 
 void drawCubeWall(const SceneFrame& frame, bool bobbing) { plain::drawCubeWall(frame, bobbing); }
-
-bool ryl_blendLayers(int, int, const PictureLayers&, float) { return false; }
 
 float ryl_perlin2DNoise(float x, float y, int seed) { return plain::perlin2DNoise(x, y, seed); }

@@ -26,6 +26,13 @@ void clearAndPlaceCamera(float red, float green, float blue) {
     glTranslatef(0, 0, -RYL_CAMERA_Z);
 }
 
+// Gives the framebuffer that is bound a depth buffer.
+void attachDepth(GLuint renderbuffer, int width, int height) {
+    glBindRenderbufferEXT(GL_RENDERBUFFER_EXT, renderbuffer);
+    glRenderbufferStorageEXT(GL_RENDERBUFFER_EXT, GL_DEPTH_COMPONENT24, width, height);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER_EXT, GL_DEPTH_ATTACHMENT_EXT, GL_RENDERBUFFER_EXT, renderbuffer);
+}
+
 }  // namespace
 
 int ryl_loadFBO(int width, int height) {
@@ -46,26 +53,33 @@ int ryl_loadFBO(int width, int height) {
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_FLOAT, nullptr);
     glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, target.texture, 0);
 
-    glBindRenderbufferEXT(GL_RENDERBUFFER_EXT, target.renderbuffer);
-    glRenderbufferStorageEXT(GL_RENDERBUFFER_EXT, GL_DEPTH_COMPONENT24, width, height);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER_EXT, GL_DEPTH_ATTACHMENT_EXT, GL_RENDERBUFFER_EXT, target.renderbuffer);
+    attachDepth(target.renderbuffer, width, height);
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
     return CURRENT_ID++;
 }
 
-void ryl_resizeTarget(ColourTarget& target, int width, int height) {
-    if (target.texture == 0) {
-        glGenTextures(1, &target.texture);
-        glGenFramebuffersEXT(1, &target.framebuffer);
-    }
-    target.width = width;
-    target.height = height;
+bool ryl_resizeTarget(ColourTarget& target, int width, int height, TargetDepth depth) {
+    // Anew from the start: a size that the GL refuses would leave the one before in place. Deleting a 0 does nothing.
+    glDeleteFramebuffersEXT(1, &target.framebuffer);
+    glDeleteTextures(1, &target.texture);
+    glDeleteRenderbuffersEXT(1, &target.renderbuffer);
+    target = {};
+    glGenFramebuffersEXT(1, &target.framebuffer);
+    glGenTextures(1, &target.texture);
     glBindTexture(GL_TEXTURE_2D, target.texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, nullptr);
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, target.framebuffer);
     glFramebufferTexture2DEXT(GL_FRAMEBUFFER_EXT, GL_COLOR_ATTACHMENT0_EXT, GL_TEXTURE_2D, target.texture, 0);
+    if (depth != TargetDepth::none) {
+        glGenRenderbuffersEXT(1, &target.renderbuffer);
+        attachDepth(target.renderbuffer, width, height);
+    }
+    if (glCheckFramebufferStatusEXT(GL_FRAMEBUFFER_EXT) != GL_FRAMEBUFFER_COMPLETE_EXT) return false;
+    target.width = width;
+    target.height = height;
+    return true;
 }
 
 unsigned ryl_enableFBO(int id, float red, float green, float blue) {

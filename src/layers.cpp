@@ -170,9 +170,8 @@ void fitOverlay(const PlacedProgram& program, const PictureLayer& overlay, int w
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, static_cast<GLuint>(target));
 }
 
-}  // namespace
-
-bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float weight) {
+// False, and nothing is drawn, where the GL lacks fragment shaders or no picture of this size is kept.
+bool blendInOnePass(int width, int height, const PictureLayers& layers, float weight) {
     static const LayersPrograms programs = makeLayersPrograms();
     if (programs.blending.id == 0 || !ryl_beginPicture(width, height)) return false;
     const float opacity = std::clamp(layers.opacity, 0.0f, 1.0f);
@@ -195,4 +194,65 @@ bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float w
     glEnable(GL_DEPTH_TEST);
     ryl_showPicture();
     return true;
+}
+
+void drawLayer(const PictureLayer& layer) {
+    ryl_draw2DTexture(0, 0, -layer.z, layer.halfWidth, layer.halfHeight, layer.texture);
+}
+
+void drawOneByOne(const PictureLayers& layers) {
+    constexpr float BANDS_Z = -0.1f,
+                    BANDS_HALF = 100;  // just behind the picture, hidden by it; more than the view shows
+    glClearColor(layers.ground, layers.ground, layers.ground, 1);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    if (layers.picture.texture == 0) return;
+    glColor4f(1, 1, 1, layers.opacity);
+    drawLayer(layers.picture);
+    if (layers.bands != 0) drawLayer({layers.bands, BANDS_Z, BANDS_HALF, BANDS_HALF});
+    if (layers.overlay.texture != 0) drawLayer(layers.overlay);
+}
+
+// Binds what a frame is put together on when it is not done in one pass. A window has no pixels where it is covered, hidden
+// or smaller than the picture.
+void bindCanvas(int width, int height) {
+    static ColourTarget canvas;
+    const bool made = ryl_canKeepPicture() && ((canvas.width == width && canvas.height == height) ||
+                                               ryl_resizeTarget(canvas, width, height, TargetDepth::bits24));
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, made ? canvas.framebuffer : 0);
+}
+
+void drawOnCanvas(int width, int height, const PictureLayers& layers, const DrawOver& over) {
+    bindCanvas(width, height);
+    glPushAttrib(GL_COLOR_BUFFER_BIT | GL_CURRENT_BIT);
+    drawOneByOne(layers);
+    glPopAttrib();
+    if (over) over();
+}
+
+void placeCamera(int width, int height) {
+    glViewport(0, 0, width, height);
+    glLoadIdentity();
+    glTranslatef(0, 0, -RYL_CAMERA_Z);
+}
+
+// The one pass takes the ground for black outside of the picture.
+bool fitsOnePass(const PictureLayers& layers) {
+    return layers.picture.texture != 0 && (layers.bands != 0 || layers.ground == 0);
+}
+
+}  // namespace
+
+void ryl_finishFrame(int width, int height, const PictureLayers& layers, float blur, const DrawOver& over) {
+    placeCamera(width, height);
+    if (!over && fitsOnePass(layers) && blendInOnePass(width, height, layers, blur)) return;
+    drawOnCanvas(width, height, layers, over);
+    ryl_blendPicture(width, height, blur);
+}
+
+bool ryl_repeatFrame(int width, int height) { return ryl_showPictureAgain(width, height); }
+
+void ryl_rehearseFrame(int width, int height, const PictureLayers& layers, const DrawOver& over) {
+    placeCamera(width, height);
+    drawOnCanvas(width, height, layers, over);
+    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
 }

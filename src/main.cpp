@@ -2,10 +2,8 @@
 
 #include "endings.h"
 #include "fbo.h"
-#include "frame_timer.h"
 #include "glm/glm.h"
 #include "layers.h"
-#include "picture.h"
 #include "ryl.h"
 #include "scenes/scenes.h"
 #include "textures.h"
@@ -16,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <limits>
 
 namespace {
 
@@ -32,7 +31,7 @@ struct Moment {
     float time, paused;   // of the demo: ms, and not 0 in a pause
     float width, height;  // pixels
     int queue;
-    float loadingTime, gColor;
+    float loadingTime, gColor, windowGrey;
     SceneMemory memory;
 
     bool operator==(const Moment&) const = default;
@@ -52,10 +51,13 @@ struct Demo {
     float loadingTime = 0;      // where the current scene starts, seconds of demo time
 
     // Picture.
-    float gColor = 0;  // grey that the next frame clears the scene target to
-    float mblur = 0;   // weight of the pictures before in the motion blur
+    float gColor = 0;      // grey that the next frame clears the scene target to
+    float windowGrey = 0;  // grey that the next frame clears the window to
+    float mblur = 0;       // weight of the pictures before in the motion blur
 
-    PictureLayers layers = {};  // what the frame's scene has laid out for the window; no picture without a scene
+    // What the frame shows: what its scene has laid out for the window, no picture without a scene; over it the loading bar.
+    PictureLayers layers = {};
+    float bar = 0;  // length, scene units; 0: none
 
     int FBO = 0;  // the scene target
     unsigned textureBackground = 0, textureOverlay = 0, textureBlack = 0;
@@ -110,6 +112,48 @@ constexpr float CLOSING_S = 5;
 constexpr float REWIND_LIMIT_S = -3;  // a scene time below this hands back to the scene before
 constexpr float SCENE_BLUR = 0.2f;
 
+// ---- What comes on the window -------------------------------------------------------------------------------------
+
+int windowWidth() { return static_cast<int>(ryl_Get(1)); }
+int windowHeight() { return static_cast<int>(ryl_Get(2)); }
+
+// Lays out what comes on the window: the scene's picture, fading out over its last second; in the white scenes between
+// black bands and under the overlay, in the black ones alone.
+PictureLayers layersOf(const Demo& demo, const Scene& scene, float t, unsigned picture) {
+    constexpr float BLACK_FADE_S = 13;
+    const bool full = scene.level == WHITE;
+    return {.ground = scene.level,
+            .opacity = (full ? scene.sceneTime : BLACK_FADE_S) - t,
+            .picture = {picture, 0, 48, 17.1f},
+            .bands = full ? demo.textureBlack : 0,
+            .overlay = {full ? demo.textureOverlay : 0, 0.1f, 37.5f, 17.202f}};
+}
+
+// The full bar spans the window's width in pixels over 17, centred, whatever part of it the view shows.
+double barHalf() { return ryl_Get(1) / 34.0; }
+
+void drawBar(float progress) {
+    constexpr double STEP = 0.1;
+    glColor4f(1, 0, 0, 1);
+    glBegin(GL_TRIANGLE_STRIP);
+    for (auto x = static_cast<float>(-barHalf()); x < -barHalf() + progress; x = static_cast<float>(x + STEP)) {
+        glVertex3f(x, 0.5f, 0);
+        glVertex3f(x, -0.5f, 0);
+    }
+    glEnd();
+}
+
+void drawPauseLine() {
+    glColor3f(1, 0, 0);
+    ryl_infoText(-35, -20);
+}
+
+// Draws unseen what the first pause would else load and compile in the middle of the show.
+void rehearsePause(const Demo& demo) {
+    const PictureLayers layers = layersOf(demo, TIMELINE[0], 0, demo.textureOverlay);
+    ryl_rehearseFrame(windowWidth(), windowHeight(), layers, ryl_rehearseInfoText);
+}
+
 // ---- Loading: one step a frame, so that the bar moves between them ------------------------------------------------
 
 constexpr char BACKGROUND_FILE[] = "data/images/background.png";  // drawn by no scene
@@ -131,9 +175,7 @@ void loadPictures(Demo& demo) {
 
 void loadSoundtrack(Demo&) { ryl_loadMusic("data/tune.mp3"); }
 
-void makeSceneTarget(Demo& demo) {
-    demo.FBO = ryl_loadFBO(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)));
-}
+void makeSceneTarget(Demo& demo) { demo.FBO = ryl_loadFBO(windowWidth(), windowHeight()); }
 
 struct LoadStep {
     int Demo::*done;
@@ -143,9 +185,6 @@ constexpr LoadStep LOADING[] = {
     {&Demo::l_texture, loadPictures}, {&Demo::l_shader, nullptr},      {&Demo::l_models, nullptr},
     {&Demo::l_music, loadSoundtrack}, {&Demo::l_fbo, makeSceneTarget},
 };
-
-// The full bar spans the window's width in pixels over 17, centred, whatever part of it the view shows.
-double barHalf() { return ryl_Get(1) / 34.0; }
 
 // Five steps supply five sixths of the bar, the growth of every frame the rest.
 void loadStep(Demo& demo) {
@@ -165,17 +204,6 @@ bool isEverythingLoaded(const Demo& demo) {
                        [&](const LoadStep& step) { return demo.*step.done != 0; });
 }
 
-void drawBar(float progress) {
-    constexpr double STEP = 0.1;
-    glColor4f(1, 0, 0, 1);
-    glBegin(GL_TRIANGLE_STRIP);
-    for (auto x = static_cast<float>(-barHalf()); x < -barHalf() + progress; x = static_cast<float>(x + STEP)) {
-        glVertex3f(x, 0.5f, 0);
-        glVertex3f(x, -0.5f, 0);
-    }
-    glEnd();
-}
-
 // Whole seconds of every scene before `queue`: a start scene begins a little before its place in the soundtrack.
 int startPosition(int queue) {
     int position = 0;
@@ -183,8 +211,16 @@ int startPosition(int queue) {
     return position;
 }
 
+// The number that "-s" gave went through a float, which may lie just beyond an int.
+int startScene() {
+    const float scene = ryl_Get(4);
+    constexpr int LAST = std::numeric_limits<int>::max();
+    return scene >= static_cast<float>(LAST) ? LAST : static_cast<int>(scene);
+}
+
 void startTimeline(Demo& demo) {
-    demo.queue = static_cast<int>(ryl_Get(4));
+    rehearsePause(demo);
+    demo.queue = startScene();
     demo.loaded = 1;
     for (const Scene& scene : TIMELINE) ryl_setDemoLength(scene.sceneTime);
     ryl_startMusic();
@@ -200,19 +236,20 @@ void startTimeline(Demo& demo) {
 void load(Demo& demo) {
     loadStep(demo);
     demo.mblur = 0;
-    drawBar(demo.progress);
+    demo.bar = demo.progress;
     // In a window of less than a hundred pixels the bar is full before the last step.
     if (demo.progress >= 2 * barHalf() && isEverythingLoaded(demo)) startTimeline(demo);
 }
 
 // ---- One frame ----------------------------------------------------------------------------------------------------
 //
-// Every clear uses the colour that was set before it: the scene target is cleared to the grey that the frame
-// before left in gColor, the window inside ryl_disableFBO to the grey that ryl_enableFBO set.
+// Every clear uses the colour that was set before it: the scene target is cleared to the grey that the frame before left
+// in gColor, the window to the one that the frame before left in windowGrey, or that its scene lays out.
 
 void beginFrame(Demo& demo) {
-    demo.layers = {};
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    demo.layers = {.ground = demo.windowGrey};
+    demo.bar = 0;
+    demo.windowGrey = demo.gColor;
     glClearColor(demo.gColor, demo.gColor, demo.gColor, demo.gColor);
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
@@ -226,30 +263,12 @@ unsigned beginScene(Demo& demo, float level) {
     return ryl_enableFBO(demo.FBO, demo.gColor, demo.gColor, demo.gColor);
 }
 
-// Clears the window and lays out what comes on it: the scene's picture, fading out over its last second; in the white
-// scenes between black bands and under the overlay, in the black ones alone.
-void layOut(Demo& demo, const Scene& scene, float t, unsigned picture) {
-    constexpr float BLACK_FADE_S = 13;
-    const bool full = scene.level == WHITE;
-    const float grey = 0.1f * demo.gColor;
-    ryl_disableFBO(ryl_Get(1), ryl_Get(2), grey, grey, grey);
+void layOut(Demo& demo, const PictureLayers& layers) {
+    demo.layers = layers;
+    demo.bar = 0;
+    // The next clear is that of the scene target, if this frame goes on with another scene: opaque black, the cut.
     glClearColor(0, 0, 0, 1);
-    demo.layers = {.ground = scene.level,
-                   .opacity = (full ? scene.sceneTime : BLACK_FADE_S) - t,
-                   .picture = {picture, 0, 48, 17.1f},
-                   .overlay = {full ? demo.textureOverlay : 0, 0.1f, 37.5f, 17.202f}};
-}
-
-void drawLayer(const PictureLayer& layer) {
-    ryl_draw2DTexture(0, 0, -layer.z, layer.halfWidth, layer.halfHeight, layer.texture);
-}
-
-void drawLayerByLayer(const Demo& demo) {
-    glColor4f(1, 1, 1, demo.layers.opacity);
-    drawLayer(demo.layers.picture);
-    if (demo.layers.overlay.texture == 0) return;
-    drawLayer({demo.textureBlack, -0.1f, 100, 100});  // just behind the picture, hidden by it
-    drawLayer(demo.layers.overlay);
+    demo.windowGrey = BLACK;
 }
 
 void handOver(Demo& demo, int k, float t) {
@@ -267,43 +286,30 @@ void playScene(Demo& demo, int k) {
     const Scene& scene = TIMELINE[k];
     const auto t = static_cast<float>(ryl_Get(5) / 1000.0 - demo.loadingTime);
     const unsigned picture = beginScene(demo, scene.level);
-    ryl_enterPhase(FramePhase::content);
     scene.draw({t, demo.cubeList}, demo);
-    ryl_enterPhase(FramePhase::rasterising);
     demo.gColor = scene.ground;
-    ryl_enterPhase(FramePhase::composite);
-    layOut(demo, scene, t, picture);
+    layOut(demo, layersOf(demo, scene, t, picture));
     if (k == CLOSING_SCENE && t > CLOSING_S) std::exit(0);
     handOver(demo, k, t);
 }
 
-void drawPauseLine() {
-    glColor3f(1, 0, 0);
-    ryl_infoText(-35, -20);
-}
-
-// What the frame's scene has laid out comes on the window in one pass where that can be, else layer by layer. The pause
-// line lies over the layers and under the motion blur, so it takes the long way.
 void endFrame(const Demo& demo) {
-    const int width = static_cast<int>(ryl_Get(1)), height = static_cast<int>(ryl_Get(2));
-    const bool paused = ryl_Get(6) != 0, hasPicture = demo.layers.picture.texture != 0;
-    ryl_enterPhase(FramePhase::composite);
-    if (paused || !hasPicture || !ryl_blendLayers(width, height, demo.layers, demo.mblur)) {
-        if (hasPicture) drawLayerByLayer(demo);
+    const bool paused = ryl_Get(6) != 0;
+    const auto drawOver = [&] {
+        if (demo.bar > 0) drawBar(demo.bar);
         if (paused) drawPauseLine();
-        ryl_enterPhase(FramePhase::blur);
-        ryl_blendPicture(width, height, demo.mblur);
-    }
-    ryl_enterPhase(FramePhase::swap);
+    };
+    const bool hasOver = demo.bar > 0 || paused;
+    ryl_finishFrame(windowWidth(), windowHeight(), demo.layers, demo.mblur,
+                    hasOver ? DrawOver(drawOver) : DrawOver());
     glutSwapBuffers();
-    ryl_enterPhase(FramePhase::end);
 }
 
 // ---- Standing still: paused, every frame follows from the same moment, unless a scene changes what it remembers -----
 
 void noteMoment(Demo& demo) {
-    const Moment now = {ryl_Get(5), ryl_Get(6),       ryl_Get(1),  ryl_Get(2),
-                        demo.queue, demo.loadingTime, demo.gColor, demo.memory};
+    const Moment now = {ryl_Get(5),       ryl_Get(6),  ryl_Get(1),      ryl_Get(2), demo.queue,
+                        demo.loadingTime, demo.gColor, demo.windowGrey, demo.memory};
     demo.stillFrames = now == demo.moment ? demo.stillFrames + 1 : 0;
     demo.moment = now;
 }
@@ -317,7 +323,7 @@ bool isStandingStill(const Demo& demo) {
 // Returns false and does nothing where no picture is kept.
 bool showAgain() {
     constexpr float OUT_OF_SIGHT = 1000;  // nothing is drawn from there
-    if (!ryl_showPictureAgain(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)))) return false;
+    if (!ryl_repeatFrame(windowWidth(), windowHeight())) return false;
     ryl_infoText(OUT_OF_SIGHT, OUT_OF_SIGHT);  // for the console; the picture has its line
     glutSwapBuffers();
     return true;

@@ -12,13 +12,17 @@ namespace {
 // In the window's order of pixels: showing it would else convert every one.
 ColourTarget kept;
 
-bool canCopyPictures() {
-    if (!GLEW_EXT_framebuffer_blit)
-        std::puts("[/] This GL cannot copy between framebuffers: there is no motion blur.");
-    return GLEW_EXT_framebuffer_blit != 0;
-}
+bool isKept(int width, int height) { return kept.width != 0 && kept.width == width && kept.height == height; }
 
-bool isKept(int width, int height) { return kept.texture != 0 && kept.width == width && kept.height == height; }
+// A line says so where the GL cannot.
+bool makeKept(int width, int height) {
+    static bool said = false;
+    const bool made = ryl_resizeTarget(kept, width, height);
+    if (!made && !said)
+        std::printf("[/] This GL cannot keep a picture of %d x %d: there is no motion blur.\n", width, height);
+    said = said || !made;
+    return made;
+}
 
 void clearKept() {
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
@@ -62,26 +66,50 @@ void drawKeptOver(float weight) {
     glPopAttrib();
 }
 
-// Copies the picture between the window and where it is kept, upside down, and binds the window.
-void copyPicture(GLuint from, GLuint to) {
-    const int width = kept.width, height = kept.height;
+enum class Turn { none, over };
+
+// Copies width x height pixels from one framebuffer to another, turned over or not, and binds the window.
+void copyPicture(GLuint from, GLuint to, int width, int height, Turn turn) {
+    const int bottom = turn == Turn::over ? height : 0;
     glBindFramebufferEXT(GL_READ_FRAMEBUFFER_EXT, from);
     glBindFramebufferEXT(GL_DRAW_FRAMEBUFFER_EXT, to);
-    glBlitFramebufferEXT(0, 0, width, height, 0, height, width, 0, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBlitFramebufferEXT(0, 0, width, height, 0, bottom, width, height - bottom, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
+}
+
+void showKept() { copyPicture(kept.framebuffer, 0, kept.width, kept.height, Turn::over); }
+
+GLuint boundFramebuffer() {
+    GLint bound = 0;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING_EXT, &bound);
+    return static_cast<GLuint>(bound);
 }
 
 }  // namespace
 
+bool ryl_canKeepPicture(void) {
+    static const bool can = [] {
+        if (!GLEW_EXT_framebuffer_blit)
+            std::puts("[/] This GL cannot copy between framebuffers: there is no motion blur.");
+        return GLEW_EXT_framebuffer_blit != 0;
+    }();
+    return can;
+}
+
 void ryl_blendPicture(int width, int height, float weight) {
-    static const bool canKeep = canCopyPictures();
-    if (!canKeep) return;
-    if (!isKept(width, height))
-        ryl_resizeTarget(kept, width, height);
-    else if (weight > 0)
+    constexpr GLuint WINDOW = 0;
+    if (!ryl_canKeepPicture()) return;
+    const GLuint drawn = boundFramebuffer();
+    if (isKept(width, height)) {
         drawKeptOver(weight);
-    clearKept();  // there is nothing to copy where the window does not reach
-    copyPicture(0, kept.framebuffer);
+    } else if (!makeKept(width, height)) {
+        if (drawn != WINDOW) copyPicture(drawn, WINDOW, width, height, Turn::none);
+        glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, WINDOW);
+        return;
+    }
+    if (drawn == WINDOW) clearKept();  // there is nothing to copy where the window does not reach
+    copyPicture(drawn, kept.framebuffer, width, height, Turn::over);
+    if (drawn != WINDOW) showKept();
 }
 
 bool ryl_beginPicture(int width, int height) {
@@ -101,12 +129,12 @@ bool ryl_beginPicture(int width, int height) {
 
 bool ryl_showPictureAgain(int width, int height) {
     if (!isKept(width, height)) return false;
-    copyPicture(kept.framebuffer, 0);
+    showKept();
     return true;
 }
 
 void ryl_showPicture(void) {
-    copyPicture(kept.framebuffer, 0);
+    showKept();
     glPushAttrib(GL_TRANSFORM_BIT);
     glMatrixMode(GL_PROJECTION);
     glPopMatrix();
@@ -114,7 +142,7 @@ void ryl_showPicture(void) {
 }
 
 bool ryl_readPicture(int width, int height, unsigned char* pixels) {
-    const bool fromKept = kept.texture != 0;
+    const bool fromKept = kept.width != 0;
     if (fromKept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, kept.framebuffer);
     glReadPixels(0, fromKept ? kept.height - height : 0, width, height, GL_BGRA, GL_UNSIGNED_BYTE, pixels);
     if (fromKept) glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);

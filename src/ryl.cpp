@@ -1,6 +1,7 @@
 #include "ryl.h"
 
 #include "endings.h"
+#include "options.h"
 #include "ryl_sound.h"
 #include "system.h"
 #include "textures.h"
@@ -17,7 +18,6 @@
 #include <cstring>
 #include <limits>
 #include <string>
-#include <string_view>
 
 int SOUND_ON = 1;
 int CAPTURE = 0;
@@ -46,10 +46,6 @@ namespace {
 
 constexpr int TICK_MS = 25;    // timer period; one step of the capture and silent clocks
 constexpr int SEEK_MS = 1000;  // one press of an arrow key
-constexpr int DEFAULT_WIDTH = 640, DEFAULT_HEIGHT = 480;
-constexpr char DEFAULT_MODE[] = "1280x800:32@75";
-constexpr int MIN_SIDE = 2;      // pixels; GLUT never draws a window that is one pixel wide or high
-constexpr int MAX_SIDE = 16384;  // pixels; the largest texture that today's GLs offer throughout
 constexpr char FONT_FILE[] = "tools/crounded.ttf";
 constexpr unsigned FONT_RESOLUTION = 72;  // dpi: a point is a pixel, or a scene unit
 
@@ -62,100 +58,140 @@ Mode mode() {
 
 // ---- Start-up -----------------------------------------------------------------------------------------------------
 
-struct Screen {
-    int width = 0, height = 0;  // pixels; a window's size
-    bool full = true;
-    std::string mode;  // for GLUT's game mode
-};
-
-// Tests one argument against every option. `value` is the argument after it, null at the end; it is not
-// consumed, so the caller goes on with it as an option.
-void readOption(std::string_view option, const char* value, Screen& screen) {
-    if (option == "-w" && screen.width == 0 && value != nullptr) CAPTURE_W = screen.width = std::atoi(value);
-    if (option == "-h" && screen.height == 0 && value != nullptr) CAPTURE_H = screen.height = std::atoi(value);
-    if (option == "-nf") screen.full = false;
-    if (option == "-m") SOUND_ON = 0;
-    if (option == "-c") {
-        if (value == nullptr) {
-            std::puts("[!] -c <compressionlevel 0-9>");
-            std::exit(-1);
-        }
-        CAPTURE_CLEVEL = std::atoi(value);
-        CAPTURE = 1;
-    }
-    if (option == "-s" && value != nullptr) S_SCENE = std::atoi(value);
+std::string gameMode(const PixelSize& size) {
+    constexpr char DEPTH_AND_RATE[] = ":32@75";
+    return std::to_string(size.width) + "x" + std::to_string(size.height) + DEPTH_AND_RATE;
 }
 
-// Sizes that no window or capture can have: what is too small falls back to the default, what no GL can draw ends
-// the program.
-void checkSizes(Screen& screen) {
-    if (screen.width > MAX_SIDE || screen.height > MAX_SIDE || CAPTURE_W > MAX_SIDE || CAPTURE_H > MAX_SIDE) {
-        std::printf("[!] %d x %d is too large, a picture has at most %d x %d pixels\n", CAPTURE_W, CAPTURE_H,
-                    MAX_SIDE, MAX_SIDE);
-        std::exit(-1);
-    }
-    const bool noWindow = screen.width < MIN_SIDE || screen.height < MIN_SIDE;
-    const bool noCapture = CAPTURE != 0 && (CAPTURE_W < MIN_SIDE || CAPTURE_H < MIN_SIDE);
-    if (noWindow || noCapture) {
-        std::printf("[/] %d x %d is no size for a picture, taking %d x %d\n", CAPTURE_W, CAPTURE_H, DEFAULT_WIDTH,
-                    DEFAULT_HEIGHT);
-    }
-    if (noWindow) {
-        screen.width = DEFAULT_WIDTH;
-        screen.height = DEFAULT_HEIGHT;
-    }
-    if (noCapture) {
-        CAPTURE_W = DEFAULT_WIDTH;
-        CAPTURE_H = DEFAULT_HEIGHT;
-    }
+void takeOptions(const Options& options) {
+    SOUND_ON = options.sound ? 1 : 0;
+    CAPTURE = options.capture ? 1 : 0;
+    CAPTURE_CLEVEL = options.level;
+    CAPTURE_W = options.size.width;
+    CAPTURE_H = options.size.height;
+    S_SCENE = options.scene;
 }
 
-void chooseResolution(Screen& screen) {
-    if (screen.width != 0 && screen.height != 0) {
-        screen.mode = std::to_string(screen.width) + "x" + std::to_string(screen.height) + ":32@75";
-        std::printf("[*] Resolution set to %s\n", screen.mode.c_str());
-    } else {
-        screen.width = DEFAULT_WIDTH;
-        screen.height = DEFAULT_HEIGHT;
-        screen.mode = DEFAULT_MODE;
+void printResolution(const PixelSize& asked) {
+    if (asked.width != 0 && asked.height != 0)
+        std::printf("[*] Resolution set to %s\n", gameMode(asked).c_str());
+    else
         std::puts("[*] Resolution set to default becouse nothing else was given");
-    }
-    checkSizes(screen);
 }
 
-void openWindow(const Screen& screen) {
-    glutInitWindowSize(screen.width, screen.height);
+void takeCaptureSize(int maxSide) {
+    if (mode() != Mode::capture) return;
+    const PixelSize size = ryl_usableSize(SizeUse::capture, {CAPTURE_W, CAPTURE_H}, maxSide);
+    CAPTURE_W = size.width;
+    CAPTURE_H = size.height;
+}
+
+// The size that the window manager is to give the window, and how long that may take; no size where the window has its own.
+PixelSize awaitedSize;
+int awaitedUntilMs = 0;  // of GLUT's time
+
+void openWindow(const PixelSize& size) {
+    glutInitWindowSize(size.width, size.height);
     glutCreateWindow("ryl-framework");
 }
 
+// It opens where it stays, so that it is right without a window manager as well.
+void openFullScreenWindow() {
+    constexpr int PATIENCE_MS = 500;
+    awaitedSize = {glutGet(GLUT_SCREEN_WIDTH), glutGet(GLUT_SCREEN_HEIGHT)};
+    glutInitWindowPosition(0, 0);
+    openWindow(awaitedSize);
+    glutFullScreen();
+    awaitedUntilMs = glutGet(GLUT_ELAPSED_TIME) + PATIENCE_MS;
+}
+
 // Many screens lack the mode asked for; then the screen's own mode serves, in a window that fills it.
-void openFullScreen(const Screen& screen) {
-    glutGameModeString(screen.mode.c_str());
+void openFullScreen(const PixelSize& size) {
+    const std::string screenMode = gameMode(size);
+    glutGameModeString(screenMode.c_str());
     if (glutEnterGameMode() > 0) {
         // Whatever ends the program, the viewer gets the desktop's own mode back.
         std::atexit([] { glutLeaveGameMode(); });
         return;
     }
-    std::printf("[/] no game mode %s on this screen, taking a full-screen window\n", screen.mode.c_str());
-    openWindow(screen);
-    glutFullScreen();
+    std::printf("[/] no game mode %s on this screen, taking a full-screen window\n", screenMode.c_str());
+    openFullScreenWindow();
+}
+
+void openScreen(const Options& options) {
+    if (options.fullScreen)
+        openFullScreen(ryl_usableSize(SizeUse::screenMode, options.size, RYL_MAX_SIDE));
+    else
+        openWindow(ryl_usableSize(SizeUse::window, options.size, RYL_MAX_SIDE));
+}
+
+// Ends the process where calling the GL would crash, or show nothing.
+void requireGl() {
+    const struct {
+        const char* name;
+        bool present;
+    } needs[] = {
+        {"framebuffer objects (GL_EXT_framebuffer_object)",
+         GLEW_EXT_framebuffer_object && glGenFramebuffersEXT != nullptr},
+        {"framebuffer objects of OpenGL 3.0 (GL_ARB_framebuffer_object)", glFramebufferRenderbuffer != nullptr},
+        {"textures of any size (OpenGL 2.0)", GLEW_VERSION_2_0 || GLEW_ARB_texture_non_power_of_two},
+    };
+    for (const auto& [name, present] : needs) {
+        if (present) continue;
+        std::printf("[!] This GL has no %s.\n", name);
+        std::exit(-1);
+    }
+}
+
+// Pictures larger than the GL takes could not be drawn. A full screen is as large as it is.
+void fitToGl(const Options& options) {
+    GLint texture = 0, renderbuffer = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &texture);
+    glGetIntegerv(GL_MAX_RENDERBUFFER_SIZE_EXT, &renderbuffer);
+    const int maxSide = std::min({texture, renderbuffer, RYL_MAX_SIDE});
+    takeCaptureSize(maxSide);
+    if (mode() == Mode::capture || options.fullScreen) return;
+    const PixelSize asked = {glutGet(GLUT_WINDOW_WIDTH), glutGet(GLUT_WINDOW_HEIGHT)};
+    const PixelSize size = ryl_usableSize(SizeUse::window, asked, maxSide);
+    if (size != asked) glutReshapeWindow(size.width, size.height);
+}
+
+// Until the window has the size that it keeps, or the window manager has had its time: the content makes what it draws on
+// when it loads.
+bool isSizeAwaited() {
+    if (awaitedSize == PixelSize{}) return false;
+    const bool fits = awaitedSize == PixelSize{ryl_globalX, ryl_globalY};
+    if (fits || mode() == Mode::capture || glutGet(GLUT_ELAPSED_TIME) > awaitedUntilMs) awaitedSize = {};
+    return awaitedSize != PixelSize{};
 }
 
 // ---- Frames in step with ticks ------------------------------------------------------------------------------------
 
-// Captured frames must not depend on when the window system asks for a repaint or how late the first one
-// comes: in capture mode the content draws once before the first tick and once after each tick, never more,
-// never less.
+// Captured frames must not depend on when the window system asks for a repaint, on how late the first one comes, or on
+// whether the window can be seen: in capture mode the content draws once before the first tick and once after each tick,
+// never more, never less.
 void (*contentDisplay)(void) = nullptr;
 bool frameDue = true;  // no frame drawn since the last tick
 
 void displayFrame() {
-    if (mode() == Mode::capture && !frameDue) return;
+    if ((mode() == Mode::capture && !frameDue) || isSizeAwaited()) return;
     frameDue = false;
     contentDisplay();
 }
 
-bool isAwaitingFrame() { return contentDisplay != nullptr && frameDue; }
+// A hidden window is not asked to draw.
+void drawDueFrame() {
+    if (contentDisplay != nullptr && frameDue) displayFrame();
+}
+
+void captureFrame() {
+    static int capture_id = 0;
+    CAPTURE_TIMER += TICK_MS;
+    ++capture_id;
+    const std::string name = "capture/" + std::to_string(capture_id) + ".png";
+    ryl_screenshot(CAPTURE_W, CAPTURE_H, name.c_str(), CAPTURE_CLEVEL);
+    std::printf("[CAPTURE] frame %d\n", capture_id);
+}
 
 // ---- Keys ---------------------------------------------------------------------------------------------------------
 
@@ -186,6 +222,16 @@ FTGL::FTGLfont* loadFont(FTGL::FTGLfont* (*create)(const char*), unsigned size) 
     return font;
 }
 
+// The raster position takes the current colour, and the line lies over whatever the frame holds there.
+void drawInfoText(float x, float y, const std::string& text) {
+    static FTGL::FTGLfont* const font = loadFont(FTGL::ftglCreatePixmapFont, 20);
+    if (font == nullptr) return;
+    glRasterPos2f(x, y);
+    glDisable(GL_DEPTH_TEST);
+    FTGL::ftglRenderFont(font, text.c_str(), FTGL::RENDER_ALL);
+    glEnable(GL_DEPTH_TEST);
+}
+
 FTGL::FTGLfont* loadPolygonFont() {
     FTGL::FTGLfont* font = loadFont(FTGL::ftglCreatePolygonFont, 4);
     if (font == nullptr) std::printf("[/] %s cannot be read, texts are not drawn\n", FONT_FILE);
@@ -198,19 +244,19 @@ void ryl_init(int argc, char** argv, void (*display)(void)) {
     // A reader on a pipe sees each line when it is printed.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     ryl_watchEndings();
-    ryl_useLargePages();
+    ryl_printHelpOrVersion(argc, argv);
     ryl_systemCheck(0);
-    Screen screen;
-    for (int i = 1; i < argc; ++i) readOption(argv[i], i + 1 < argc ? argv[i + 1] : nullptr, screen);
-    chooseResolution(screen);
+    const Options options = ryl_readOptions(argc, argv);
+    takeOptions(options);
+    printResolution(options.size);
+    takeCaptureSize(RYL_MAX_SIDE);
 
     glutInit(&argc, argv);
     glutInitDisplayMode(GLUT_RGBA | GLUT_DOUBLE | GLUT_DEPTH);
-    if (screen.full)
-        openFullScreen(screen);
-    else
-        openWindow(screen);
+    openScreen(options);
     ryl_initRendering();
+    requireGl();
+    fitToGl(options);
 
     contentDisplay = display;
     glutDisplayFunc(displayFrame);
@@ -365,37 +411,28 @@ void ryl_handleResize(int width, int height) {
 }
 
 void ryl_update(int) {
-    static int capture_id = 0;
+    constexpr int AT_ONCE = 0;
     ryl_endIfAsked();
-    if (mode() == Mode::capture) {
-        if (isAwaitingFrame()) {
-            glutTimerFunc(1, ryl_update, 0);
-            return;
-        }
-        CAPTURE_TIMER += TICK_MS;
-        ++capture_id;
-        const std::string name = "capture/" + std::to_string(capture_id) + ".png";
-        ryl_screenshot(CAPTURE_W, CAPTURE_H, name.c_str(), CAPTURE_CLEVEL);
-        std::printf("[CAPTURE] frame %d\n", capture_id);
+    const bool capturing = mode() == Mode::capture;
+    if (capturing) {
+        drawDueFrame();
+        captureFrame();
     }
     // In capture mode the silent clock stays still by itself: nothing releases it there.
     if (SOUND_ON == 0 && SOUND_MUTE_START != 0 && SOUND_MUTE_PAUSE == 0) SOUND_MUTE_TIMER += TICK_MS;
     frameDue = true;
     glutPostRedisplay();
-    glutTimerFunc(TICK_MS, ryl_update, 0);
+    glutTimerFunc(capturing ? AT_ONCE : TICK_MS, ryl_update, 0);
 }
 
 void ryl_infoText(float x, float y) {
-    static FTGL::FTGLfont* const font = loadFont(FTGL::ftglCreatePixmapFont, 20);
-    if (font != nullptr) {
-        const std::string text = "PAUSED | Time: " + std::to_string(ryl_getTime()) + "ms";
-        // The raster position takes the current colour, and the line lies over whatever the frame holds there.
-        glRasterPos2f(x, y);
-        glDisable(GL_DEPTH_TEST);
-        FTGL::ftglRenderFont(font, text.c_str(), FTGL::RENDER_ALL);
-        glEnable(GL_DEPTH_TEST);
-    }
+    drawInfoText(x, y, "PAUSED | Time: " + std::to_string(ryl_getTime()) + "ms");
     std::printf("PAUSED AT : %dms\n", ryl_getTime());
+}
+
+void ryl_rehearseInfoText(void) {
+    glColor4f(0, 0, 0, 0);
+    drawInfoText(0, 0, "PAUSED | Time: 0123456789ms");
 }
 
 void ryl_draw2DTexture(float x, float y, float z, float halfWidth, float halfHeight, unsigned texture) {

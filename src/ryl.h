@@ -13,8 +13,8 @@
 extern int SOUND_ON;        // 1: soundtrack; 0 ("-m"): silent mode
 extern int CAPTURE;         // 1 ("-c"): every 25 ms step of demo time becomes a PNG file; no sound
 extern int CAPTURE_CLEVEL;  // PNG compression level of captured frames, "-c"; valid 0 to 9, tested when writing
-extern int CAPTURE_W;       // "-w" and "-h", pixels, 0 when not given: size of captured frames,
-extern int CAPTURE_H;       //   and of the window or screen mode when both are given
+extern int CAPTURE_W;       // "-w" and "-h", pixels, 0 when not given: size of captured frames, which is replaced
+extern int CAPTURE_H;       //   where it cannot be had, and of the window or screen mode when both are given
 extern int S_SCENE;         // "-s", the scene to start at
 
 // ---- State: written by the framework only, all 0 at start. --------------------------------------------------------
@@ -36,8 +36,9 @@ extern float SCENE_TIME[MAX_SCENES];  // registered scene lengths, seconds, in o
 
 // Checks the host, reads the options, opens the window or the full screen, installs the callbacks and enters
 // GLUT's main loop; `display` draws a frame. Returns only when GLUT's loop does.
-// Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE; others are ignored.
-// Ends the process with status -1 for "-c" without a level and for sizes that no window can have.
+// Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE, --help, --version; others are
+// ignored. Ends the process with status -1 for "-c" without a level and where the GL lacks what is needed: framebuffer
+// objects and textures of any size. A "[/]" line says which size is replaced because it cannot be had.
 void ryl_init(int argc, char** argv, void (*display)(void));
 
 // Sets the fixed GL state named above, hides the pointer, loads the GL entry points. Needs a current context.
@@ -77,6 +78,9 @@ void ryl_update(int value);                                // 25 ms tick: captur
 // Draws "PAUSED | Time: <ms>ms" with its lower left corner at (x, y, 0) in the current frame and the current
 // colour, over everything, and prints the time. Without the font file only the console line appears.
 void ryl_infoText(float x, float y);
+
+// Draws such a line unseen and prints nothing: after that the first ryl_infoText does not wait for the font.
+void ryl_rehearseInfoText(void);
 
 // Draws `texture` on a quad centred at (-x, y, -z) of the current frame, 2*halfWidth by 2*halfHeight, tinted
 // by the current colour; row 0 of the texture lies on the lower edge. Leaves GL_TEXTURE_2D disabled, the

@@ -1,7 +1,6 @@
 #include "scenes/cube_batch.h"
 
 #include "fbo.h"
-#include "frame_timer.h"
 
 #include <GL/gl.h>
 
@@ -43,7 +42,6 @@ void addCube(CubeBatch& batch, const Cube& cube) {
 }
 
 void drawBatch(const CubeBatch& batch) {
-    ryl_enterPhase(FramePhase::submission);
     glEnableClientState(GL_VERTEX_ARRAY);
     glEnableClientState(GL_NORMAL_ARRAY);
     glEnableClientState(GL_COLOR_ARRAY);
@@ -55,5 +53,4 @@ void drawBatch(const CubeBatch& batch) {
     glDisableClientState(GL_COLOR_ARRAY);
     glDisableClientState(GL_NORMAL_ARRAY);
     glDisableClientState(GL_VERTEX_ARRAY);
-    ryl_enterPhase(FramePhase::content);
 }

@@ -146,21 +146,32 @@ TEST(MotionBlur, WeighsThePicturesBeforeInTheValuesOfTheScreen) {
     }
 }
 
-TEST(MotionBlur, IsWholeInOnePassAndElseBlackWhereTheWindowEnds) {
-    constexpr int WIDER = WIDTH + 8;
+// The last pixel, in the upper right corner, of a kept picture that is wider than the window.
+constexpr int WIDER = WIDTH + 8;
+int lastPixelKept() {
+    Bytes picture(static_cast<std::size_t>(WIDER) * HEIGHT * 4);
+    EXPECT_TRUE(ryl_readPicture(WIDER, HEIGHT, picture.data()));
+    return picture[picture.size() - 2];
+}
+
+TEST(MotionBlur, KeepsBlackWhereTheWindowEnds) {
     openScreen();
-    glViewport(0, 0, WIDER, HEIGHT);
-    const auto lastPixel = [] {
-        Bytes picture(static_cast<std::size_t>(WIDER) * HEIGHT * 4);
-        EXPECT_TRUE(ryl_readPicture(WIDER, HEIGHT, picture.data()));
-        return static_cast<int>(picture[picture.size() - 2]);
-    };
     ryl_blendPicture(WIDER, HEIGHT, 0);
-    EXPECT_EQ(lastPixel(), 0);
-    EXPECT_TRUE(ryl_blendLayers(WIDER, HEIGHT, {1, 0, {0, 0, 48, 17}, {0, 0, 48, 17}}, 0));
-    EXPECT_EQ(lastPixel(), 255);
-    ryl_blendPicture(WIDER, HEIGHT, 0.2f);
-    EXPECT_EQ(lastPixel(), 0);
+    EXPECT_EQ(lastPixelKept(), 0);
+}
+
+TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsReported) {
+    openScreen();
+    ColourTarget target;
+    EXPECT_TRUE(ryl_resizeTarget(target, 8, 4, TargetDepth::bits24));
+    EXPECT_FALSE(ryl_resizeTarget(target, 1 << 20, 4, TargetDepth::bits24));
+    EXPECT_EQ(target.width, 0);
+    EXPECT_TRUE(ryl_resizeTarget(target, 4, 8));
+    EXPECT_EQ(target.height, 8);
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 2; ++i) ryl_finishFrame(1 << 20, 4, {.ground = 1}, 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "[/] This GL cannot keep a picture of 1048576 x 4: there is no motion blur.\n");
 }
 
 TEST(Text, StandsAtItsPlaceAndThePauseLineOverEverything) {
@@ -295,44 +306,59 @@ unsigned noiseTexture(int width, int height) {
     return texture;
 }
 
-void drawLayer(const PictureLayer& layer) {
-    ryl_draw2DTexture(0, 0, -layer.z, layer.halfWidth, layer.halfHeight, layer.texture);
+PictureLayers noiseLayers() {
+    return {.ground = 1,
+            .opacity = 1,
+            .picture = {noiseTexture(WIDTH, HEIGHT), 0, 48, 17.1f},
+            .bands = ryl_loadBlack(),
+            .overlay = {noiseTexture(99, 77), 0.1f, 37.5f, 17}};
 }
 
-// A picture of noise is kept; the window is white.
-void keepNoise(unsigned noise) {
-    clearTo(1);
-    glColor4f(1, 1, 1, 1);
-    drawLayer({noise, 0, 40, 22});
-    ryl_blendPicture(WIDTH, HEIGHT, 0);
-    ryl_disableFBO(WIDTH, HEIGHT, 1, 1, 1);
-}
+const DrawOver NOTHING_OVER = [] {};  // but the frame does not take the one pass
 
-TEST(Layers, InOnePassLookAsOneByOneAndLeaveTheStateAlone) {
+TEST(Frame, LooksTheSameInOnePassAndLayerByLayer) {
     openScreen();
-    const unsigned black = ryl_loadBlack(), noise = noiseTexture(WIDTH, HEIGHT);
-    PictureLayers layers = {
-        1, 0, {noiseTexture(WIDTH, HEIGHT), 0, 48, 17.1f}, {noiseTexture(99, 77), 0.1f, 37.5f, 17}};
-    EXPECT_FALSE(ryl_blendLayers(WIDTH, HEIGHT, layers, 0.2f)) << "nothing is kept yet";
+    PictureLayers layers = noiseLayers();
+    const PictureLayers before = {.ground = 1, .picture = {noiseTexture(WIDTH, HEIGHT), 0, 40, 22}};
+    const auto frame = [&](const DrawOver& over) {
+        ryl_finishFrame(WIDTH, HEIGHT, before, 0, NOTHING_OVER);  // noise is kept
+        const auto state = glState();
+        ryl_finishFrame(WIDTH, HEIGHT, layers, 0.2f, over);
+        EXPECT_EQ(glState(), state);
+        return pixels();
+    };
+    glColor4f(1, 1, 1, 0.2f);
     for (const float opacity : {7.0f, 1.0f, 0.62f, 0.13f, 0.0f, -1.0f}) {
         layers.opacity = opacity;
         layers.picture.halfWidth = 68 - layers.picture.halfWidth;  // 48, with bands above and below, or 20
         layers.overlay.halfWidth = 57 - layers.overlay.halfWidth;
-        keepNoise(noise);
-        glColor4f(1, 1, 1, opacity);
-        drawLayer(layers.picture);
-        drawLayer({black, -0.1f, 100, 100});
-        drawLayer(layers.overlay);
-        auto before = glState();
-        ryl_blendPicture(WIDTH, HEIGHT, 0.2f);
-        EXPECT_EQ(glState(), before);
-        const Bytes expected = pixels();
-        keepNoise(noise);
-        before = glState();
-        ASSERT_TRUE(ryl_blendLayers(WIDTH, HEIGHT, layers, 0.2f));
-        EXPECT_EQ(glState(), before);
-        EXPECT_EQ(different(pixels(), expected, 2), 0) << "opacity " << opacity;
+        EXPECT_EQ(different(frame({}), frame(NOTHING_OVER), 2), 0) << "opacity " << opacity;
     }
+}
+
+TEST(Frame, IsWholeWhereTheWindowEnds) {
+    openScreen();
+    for (const PictureLayers& layers : {PictureLayers{.ground = 1}, noiseLayers()})
+        for (const DrawOver& over : {DrawOver(), DrawOver([] { glRectf(-99, -99, 99, 99); })}) {
+            glColor4f(1, 1, 1, 1);
+            ryl_finishFrame(WIDER, HEIGHT, {}, 0);
+            EXPECT_EQ(lastPixelKept(), 0);
+            ryl_finishFrame(WIDER, HEIGHT, layers, 0, over);
+            EXPECT_EQ(lastPixelKept(), over || layers.bands == 0 ? 255 : 0);
+        }
+}
+
+TEST(Frame, RehearsedLeavesNoTrace) {
+    openScreen();
+    ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 0);
+    const Bytes before = pixels();
+    testing::internal::CaptureStdout();
+    ryl_rehearseFrame(WIDTH, HEIGHT, {.ground = 0.5f}, ryl_rehearseInfoText);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_TRUE(ryl_repeatFrame(WIDTH, HEIGHT));
+    EXPECT_EQ(different(pixels(), before, 0), 0);
+    ryl_finishFrame(WIDTH, HEIGHT, {.ground = 1}, 0, ryl_rehearseInfoText);
+    EXPECT_GT(ink(WHITE, pixels(), 0).share, 0.99999) << "it is unseen";
 }
 
 // ---- The demo -----------------------------------------------------------------------------------------------------

@@ -26,7 +26,7 @@ using Words = std::set<std::string>;
 std::string calls;  // since the frame's beginning, in a row
 Words watched;      // the only ones written down; all when empty
 std::map<int, float> answers = {{1, 640.0f}, {2, 360.0f}, {4, 0.0f}, {5, 0.0f}, {6, 0.0f}};  // of ryl_Get
-bool isCapturing = false, hasShaders = true, isKeeping = true, isStarted = false;
+bool isCapturing = false, isKeeping = true, isStarted = false;
 
 template <typename... Arguments>
 void record(const std::string& name, Arguments... arguments) {
@@ -73,9 +73,6 @@ void ryl_startMusic() { isStarted = true; }
 void ryl_skipTo(int ms) { answers[5] = isCapturing ? answers[5] : static_cast<float>(ms); }
 void ryl_setDemoLength(float) {}
 void ryl_infoText(float x, float y) { record("pauseLine", x, y); }
-void ryl_draw2DTexture(float, float, float z, float w, float h, unsigned texture) {
-    record("quad", z, w, h, texture);
-}
 void ryl_decodeAhead(const std::vector<std::string>&) {}
 unsigned ryl_loadPNG(const char* path) {
     static unsigned texture = 20;
@@ -86,14 +83,16 @@ GLMmodel* glmReadOBJ(const char* path) { return answer(nullptr, "readOBJ", path)
 unsigned glmList(const GLMmodel*, int mode) { return answer(14U, "list", mode); }
 int ryl_loadFBO(int width, int height) { return answer(5, "loadFBO", width, height); }
 unsigned ryl_enableFBO(int id, float red, float, float) { return answer(13U, "target", id, red); }
-void ryl_disableFBO(float, float, float red, float, float) { record("window", red); }
-bool ryl_blendLayers(int width, int height, const PictureLayers& layers, float weight) {
-    if (!hasShaders) return false;
-    return answer(true, "layers", width, height, layers.ground, layers.opacity, layers.picture.texture,
-                  layers.overlay.texture, weight);
+void ryl_finishFrame(int width, int height, const PictureLayers& layers, float blur, const DrawOver& over) {
+    record("finish", width, height, layers.ground, layers.opacity, layers.picture.texture, layers.bands,
+           layers.overlay.texture, blur);
+    if (over) over();
 }
-bool ryl_showPictureAgain(int width, int height) { return answer(isKeeping, "again", width, height); }
-void ryl_blendPicture(int width, int height, float weight) { record("blend", width, height, weight); }
+void ryl_rehearseFrame(int, int, const PictureLayers& layers, const DrawOver&) {
+    record("rehearse", layers.picture.texture != 0, layers.bands, layers.overlay.texture, isStarted);
+}
+void ryl_rehearseInfoText() {}
+bool ryl_repeatFrame(int width, int height) { return answer(isKeeping, "again", width, height); }
 void drawRibbons(const SceneFrame& frame, const OpeningImages& images, float&) {
     record("ribbons", milliseconds(frame), images.spheres, images.banner, images.summer);
 }
@@ -104,10 +103,9 @@ void drawCubeWall(const SceneFrame& frame, bool bobbing) { record("wall", millis
 
 extern "C" {
 void glutSwapBuffers() { record("swap"); }
-void glClear(unsigned) { record("clear"); }
 void glClearColor(float red, float, float, float) { record("clearColour", red); }
 void glColor3f(float, float, float) {}
-void glColor4f(float red, float, float, float alpha) { record("colour", red, alpha); }
+void glColor4f(float, float, float, float) {}
 void glMatrixMode(unsigned) {}
 void glLoadIdentity() {}
 void glTranslatef(float, float, float z) { record("camera", z); }
@@ -123,27 +121,27 @@ TEST(Loading, TakesOneStepAFrameUntilTheBarIsFull) {
     for (const std::string& step :
          {images, {}, {}, std::string("loadMusic data/tune.mp3"), std::string("loadFBO 640 360")})
         EXPECT_EQ(frameAt(0, {"loadPNG", "loadBlack", "readOBJ", "list", "loadMusic", "loadFBO"}), step);
-    EXPECT_EQ(frameAt(0, {}), "clear, clearColour 0, camera -50, colour 1 1, bar, blend 640 360 0, swap");
+    EXPECT_EQ(frameAt(0, {}), "clearColour 0, camera -50, finish 640 360 0 1 0 0 0 0, bar, swap");
     answers[6] = 1;
-    EXPECT_EQ(load(), 26) << "paused or not";
+    EXPECT_EQ(frameAt(0, {"bar", "pauseLine"}), "bar, pauseLine -35 -20");
+    EXPECT_EQ(load(), 25) << "paused or not";
 }
 
-TEST(Frame, IsFinishedInOnePassOrLayerByLayer) {
+TEST(Loading, RehearsesThePauseBeforeTheMusicStarts) {
+    watched = {"rehearse"};
     load();
-    const std::string scene =
-        "clear, clearColour 1, camera -50, target 5 1, ribbons 10000 23 24 25, window 0.1, clearColour 0, ";
-    const std::string layers = "colour 1 0.4, quad -0 48 17.1 13, quad 0.1 100 100 12, quad -0.1 37.5 17.202 22, ";
-    EXPECT_EQ(frameAt(10000, {}), scene + "layers 640 360 1 0.4 13 22 0.2, swap");
-    hasShaders = false;
-    EXPECT_EQ(frameAt(10000, {}), scene + layers + "blend 640 360 0.2, swap");
-    hasShaders = true;
+    EXPECT_EQ(calls, "rehearse 1 12 22 0");
+}
+
+TEST(Frame, BringsTheScenesPictureToTheWindow) {
+    load();
+    EXPECT_EQ(frameAt(10000, {}), "clearColour 1, camera -50, target 5 1, ribbons 10000 23 24 25, clearColour 0, "
+                                  "finish 640 360 1 0.4 13 12 22 0.2, swap");
     answers[6] = 1;
-    EXPECT_EQ(frameAt(10000, {}), scene + layers + "pauseLine -35 -20, blend 640 360 0.2, swap");
+    EXPECT_EQ(frameAt(10000, {"finish", "pauseLine"}), "finish 640 360 1 0.4 13 12 22 0.2, pauseLine -35 -20");
     answers[6] = 0;
     frameAt(133000);
-    EXPECT_EQ(frameAt(133000, {"target", "window", "layers"}), "target 5 0, window 0, layers 640 360 0 12 13 0 0.2");
-    hasShaders = false;
-    EXPECT_EQ(frameAt(133000, {"colour", "quad", "blend"}), "colour 1 12, quad -0 48 17.1 13, blend 640 360 0.2");
+    EXPECT_EQ(frameAt(133000, {"target", "finish"}), "target 5 0, finish 640 360 0 12 13 0 0 0.2");
 }
 
 TEST(Frame, IsShownAgainWhilePausedOnceTheMotionBlurRests) {
@@ -180,14 +178,15 @@ TEST(Timeline, HandsOverWithinTheFrameAndBackInTheNext) {
     EXPECT_EQ(frameAt(78500), "wall -3100 1");
     EXPECT_EQ(frameAt(78500), "field 17300 g 101");
     for (int scene = 3; scene >= 0; --scene) frameAt(-3500);
-    EXPECT_EQ(frameAt(5000, {}), "clear, clearColour 1, camera -50, blend 640 360 0.2, swap") << "left backwards";
+    EXPECT_EQ(frameAt(5000, {"finish", "ribbons"}), "finish 640 360 0 1 0 0 0 0.2") << "left backwards, the cut";
+    EXPECT_EQ(frameAt(5000, {"finish", "ribbons"}), "finish 640 360 1 1 0 0 0 0.2") << "left backwards";
 }
 
 TEST(Timeline, StartScenesJumpByWholeSecondsWhereTheClockCanBeMoved) {
     const struct {
         int scene, second;
         std::string drawn;
-    } cases[] = {{2, 30, "wall 0 0"}, {5, 105, "field 0 l 101"}, {99, 186, ""}};
+    } cases[] = {{2, 30, "wall 0 0"}, {5, 105, "field 0 l 101"}, {99, 186, ""}, {2147483647, 186, ""}};
     for (const auto& start : cases) {
         const ChildResult result = runInChild([&] {
             load(start.scene);

@@ -48,7 +48,9 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
     EXPECT_EQ(captured.finish(), TERMINATED);
     EXPECT_GT(fs::file_size(start.path() / "capture/2.png"), 0u);
 
-    const int columns = std::atoi(shell(inQuotes(launcher) + " --help | LC_ALL=C.UTF-8 wc -L").c_str());
+    EXPECT_TRUE(shell(inQuotes(launcher) + " --help").starts_with("Usage: ryl "));
+    const int columns =
+        std::atoi(shell("find " + inQuotes(place) + " -name ryl.nfo -exec cat {} + | LC_ALL=C.UTF-8 wc -L").c_str());
     EXPECT_TRUE(columns > 60 && columns <= 80) << columns;
     EXPECT_NE(shell("find " + inQuotes(place) + " -path '*/tools/OFL.txt'"), "");
 }

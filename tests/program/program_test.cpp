@@ -1,5 +1,6 @@
 // The program as its users meet it: options, lines, keys, files, exit status.
 #include "program.h"
+#include "x_server.h"
 
 #include <gd.h>
 #include <gtest/gtest.h>
@@ -9,6 +10,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
+#include <set>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -44,11 +47,13 @@ TEST(Ends, HaveAStatusAndAReason) {
         std::string message;
     } cases[] = {
         {"", "-nf -c", FAILED, "[*] systemcheck.\n[*] system seems fine\n[!] -c <compressionlevel 0-9>\n"},
-        {"", "-w 99999 -h 9", FAILED, "[!] 99999 x 9 is too large, a picture has at most 16384 x 16384 pixels\n"},
         {PICTURE, "-nf -w 9", FAILED, "[*] Resolution set to default becouse nothing else was given\n" + NO_PICTURE},
         {PICTURE, "-x -nf -w 0 -w 32 -w 7 -h 20 -s", FAILED, "[*] Resolution set to 32x20:32@75\n" + NO_PICTURE},
-        {PICTURE, "-nf -w -5 -h 1", FAILED, "[/] -5 x 1 is no size for a picture, taking 640 x 480\n" + NO_PICTURE},
-        {PICTURE, "-nf -c 0 -w 320", FAILED, "[/] 320 x 0 is no size for a picture, taking 640 x 480\n" + NO_PICTURE},
+        {PICTURE, "-nf -w -5 -h 1", FAILED, "[/] -5 x 1 is no size for a window, taking 640 x 480\n" + NO_PICTURE},
+        {PICTURE, "-nf -c 0 -w 320", FAILED,
+         "[/] 320 x 0 is no size for captured frames, taking 640 x 480\n" + NO_PICTURE},
+        {PICTURE, "-nf -w 20000", FAILED,
+         "[*] Resolution set to default becouse nothing else was given\n" + NO_PICTURE},
         {PICTURE, "-w 9 -h 9", FAILED,
          "[/] no game mode 9x9:32@75 on this screen, taking a full-screen window\n" + NO_PICTURE},
         {"data/cubeobj.obj", "-nf", 1,
@@ -64,6 +69,43 @@ TEST(Ends, HaveAStatusAndAReason) {
         EXPECT_EQ(outcome.status, status) << message;
         EXPECT_NE(outcome.output.find(message), std::string::npos) << outcome.output;
     }
+}
+
+// Mesa can be told to offer less. Without the one extension nothing can be attached to a framebuffer.
+TEST(Ends, WhereTheGlLacksWhatIsNeeded) {
+    setenv("MESA_EXTENSION_OVERRIDE", "-GL_ARB_framebuffer_object", 1);
+    setenv("MESA_GL_VERSION_OVERRIDE", "2.1", 1);
+    const Outcome outcome = runProgram(RunDirectory(), words("-nf -m"));
+    EXPECT_EQ(outcome.status, FAILED);
+    EXPECT_TRUE(outcome.output.ends_with("[!] This GL has no framebuffer objects of OpenGL 3.0 "
+                                         "(GL_ARB_framebuffer_object).\n"))
+        << outcome.output;
+}
+
+// The options that the manual page explains, such as "-nf".
+std::set<std::string> optionsOfManual() {
+    std::string page = readFile(RYL_MANUAL);
+    page = page.substr(page.find(".SH OPTIONS"), page.find(".SH KEYS") - page.find(".SH OPTIONS"));
+    std::set<std::string> options;
+    const std::regex escaped(R"((\\-)+[a-z]+)");
+    for (std::sregex_iterator found(page.begin(), page.end(), escaped), end; found != end; ++found)
+        options.insert(std::regex_replace(found->str(), std::regex(R"(\\-)"), "-"));
+    return options;
+}
+
+TEST(Help, NamesTheOptionsOfTheManualAndNothingElseHappens) {
+    const Outcome help = runProgram(RunDirectory(), words("-nf -c --help"));
+    EXPECT_EQ(help.status, 0);
+    EXPECT_TRUE(help.output.starts_with("Usage: ryl ")) << help.output;
+    const std::set<std::string> options = optionsOfManual();
+    EXPECT_GE(options.size(), 8U);
+    for (const std::string& option : options) EXPECT_NE(help.output.find(" " + option), std::string::npos) << option;
+}
+
+TEST(Version, IsAllThatIsPrinted) {
+    const Outcome version = runProgram(RunDirectory(), words("--version"));
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.output, "ryl " RYL_EXPECTED_VERSION "\n");
 }
 
 TEST(Timeline, EndsByItselfFiveSecondsIntoTheClosingScene) {
@@ -111,6 +153,72 @@ TEST(Keys, PauseSeekScreenshotAndQuit) {
     pressKey("Escape");
     EXPECT_EQ(program.finish(), 0) << program.output();
     EXPECT_EQ(imageSize(directory.path() / "screenshot.png"), "200x120");
+}
+
+// "X,Y WIDTHxHEIGHT" of the program's window.
+std::string windowPlace() {
+    return shell("eval $(xdotool search --sync --onlyvisible --name '^ryl-framework$' getwindowgeometry --shell);"
+                 "printf $X,$Y' '${WIDTH}x$HEIGHT");
+}
+
+TEST(FullScreen, CoversTheScreenWithoutAWindowManager) {
+    startPrivateDisplay(800, 500);
+    const RunDirectory directory;
+    Program program(directory, words("-m -s 2"));
+    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    EXPECT_EQ(windowPlace(), "0,0 800x500");
+    pressKey("s");
+    pressKey("Escape");
+    EXPECT_EQ(program.finish(), 0) << program.output();
+    EXPECT_EQ(imageSize(directory.path() / "screenshot.png"), "800x500");
+}
+
+TEST(Signals, EndTheProgramThoughTheDisplayHangs) {
+    const RunDirectory directory;
+    Program program(directory, words("-nf -m -w 160 -h 90"));
+    ASSERT_TRUE(program.waitForLine("DEV: ")) << program.output();
+    signalPrivateDisplay(SIGSTOP);
+    kill(program.id(), SIGTERM);
+    EXPECT_EQ(program.finish(), TERMINATED);
+    EXPECT_TRUE(program.output().ends_with("[*] Ended by signal 15.\n")) << program.output();
+    signalPrivateDisplay(SIGCONT);
+}
+
+TEST(Signals, ThatWereIgnoredStayIgnored) {
+    signal(SIGHUP, SIG_IGN);
+    signal(SIGINT, SIG_IGN);
+    const RunDirectory directory;
+    Program program(directory, words("-nf -c 1 -w 160 -h 90"));
+    ASSERT_TRUE(program.waitForLine("[CAPTURE] frame 2\n")) << program.output();
+    kill(program.id(), SIGHUP);
+    kill(program.id(), SIGINT);
+    EXPECT_TRUE(program.waitForLine("[CAPTURE] frame 50\n")) << program.output();
+}
+
+TEST(Signals, OfAClosedTerminalEndTheProgram) {
+    const RunDirectory directory;
+    Program program(directory, words("-nf -m -w 160 -h 90"));
+    ASSERT_TRUE(program.waitForLine("DEV: ")) << program.output();
+    kill(program.id(), SIGHUP);
+    EXPECT_EQ(program.finish(), 128 + SIGHUP);
+}
+
+TEST(Capture, GoesOnWhileTheWindowIsHiddenOrResized) {
+    const RunDirectory directory;
+    Program program(directory, words("-nf -c 1 -w 160 -h 90"));
+    const auto atFrame = [&](int frame) {
+        return program.waitForLine("[CAPTURE] frame " + std::to_string(frame) + "\n");
+    };
+    ASSERT_TRUE(atFrame(2)) << program.output();
+    const std::string window = "xdotool search --name '^ryl-framework$' ";
+    shell(window + "windowunmap --sync");
+    shell(window + "windowsize 90 160");
+    // Far beyond what was on its way.
+    EXPECT_TRUE(atFrame(400)) << program.output();
+    shell(window + "windowmap");
+    kill(program.id(), SIGTERM);
+    EXPECT_EQ(program.finish(), TERMINATED);
+    EXPECT_EQ(imageSize(directory.path() / "capture/399.png"), "160x90");
 }
 
 TEST(Capture, TwoRunsGiveTheSameBytes) {

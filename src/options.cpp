@@ -1,0 +1,94 @@
+#include "options.h"
+
+#include "version.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace {
+
+constexpr char HELP[] =
+    "Usage: ryl [OPTION ...]\n"
+    "A real-time audiovisual demo: scenes of OpenGL in step with a soundtrack, 137 seconds.\n"
+    "\n"
+    "  -nf                  a window instead of the full screen\n"
+    "  -w WIDTH -h HEIGHT   pixels of the window, the screen mode, captured frames; both or neither\n"
+    "  -m                   silent: no sound, a clock of its own\n"
+    "  -s SCENE             start at scene 1, 3, 5 (greetings), 2, 4 (walls) or 6 (the end)\n"
+    "  -c LEVEL             capture: each 25 ms become capture/1.png, 2.png ...; PNG level 0 to 9\n"
+    "  --help, --version    print this, or the version, and end\n"
+    "\n"
+    "Keys: space (pause), left and right (one second), s (screenshot.png), Escape (quit).\n";
+
+constexpr int MIN_SIDE = 2;  // pixels; GLUT never draws a window that is one pixel wide or high
+
+// Tests one argument against every option. `value` is the argument after it, null at the end; it is not consumed, so the
+// caller goes on with it as an option.
+void readOption(std::string_view option, const char* value, Options& options) {
+    if (option == "-w" && options.size.width == 0 && value != nullptr) options.size.width = std::atoi(value);
+    if (option == "-h" && options.size.height == 0 && value != nullptr) options.size.height = std::atoi(value);
+    if (option == "-nf") options.fullScreen = false;
+    if (option == "-m") options.sound = false;
+    if (option == "-c") {
+        if (value == nullptr) {
+            std::puts("[!] -c <compressionlevel 0-9>");
+            std::exit(-1);
+        }
+        options.level = std::atoi(value);
+        options.capture = true;
+    }
+    if (option == "-s" && value != nullptr) options.scene = std::atoi(value);
+}
+
+struct SizeRule {
+    const char* name;  // of what has the size
+    PixelSize standard;
+    bool silent;  // about a size that is missing
+};
+
+const SizeRule& ruleOf(SizeUse use) {
+    static constexpr SizeRule WINDOW = {"a window", {640, 480}, true};
+    static constexpr SizeRule SCREEN_MODE = {"a screen mode", {1280, 800}, true};
+    static constexpr SizeRule CAPTURED = {"captured frames", {640, 480}, false};
+    switch (use) {
+    case SizeUse::window:
+        return WINDOW;
+    case SizeUse::screenMode:
+        return SCREEN_MODE;
+    case SizeUse::capture:
+        break;
+    }
+    return CAPTURED;
+}
+
+}  // namespace
+
+void ryl_printHelpOrVersion(int argc, const char* const* argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view option = argv[i];
+        if (option != "--help" && option != "--version") continue;
+        if (option == "--help")
+            std::fputs(HELP, stdout);
+        else
+            std::printf("ryl %s\n", RYL_VERSION);
+        std::exit(0);
+    }
+}
+
+Options ryl_readOptions(int argc, const char* const* argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) readOption(argv[i], i + 1 < argc ? argv[i + 1] : nullptr, options);
+    return options;
+}
+
+PixelSize ryl_usableSize(SizeUse use, const PixelSize& asked, int maxSide) {
+    const auto fits = [&](int side) { return side >= MIN_SIDE && side <= maxSide; };
+    if (fits(asked.width) && fits(asked.height)) return asked;
+    const auto& [name, standard, silent] = ruleOf(use);
+    const bool missing = asked.width == 0 || asked.height == 0;
+    if (!missing || !silent)
+        std::printf("[/] %d x %d is no size for %s, taking %d x %d\n", asked.width, asked.height, name,
+                    standard.width, standard.height);
+    return standard;
+}

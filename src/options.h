@@ -1,0 +1,38 @@
+// options.h - the command line, and which of the sizes that it asks for can be had
+//
+// Needs    nothing of the GL.
+// Prints   on standard output what it refuses or replaces.
+#pragma once
+
+struct PixelSize {
+    int width = 0, height = 0;
+
+    bool operator==(const PixelSize&) const = default;
+};
+
+// What the command line asks for; the values as atoi reads them.
+struct Options {
+    PixelSize size = {};     // "-w", "-h": 0 where not given
+    bool fullScreen = true;  // false: "-nf"
+    bool sound = true;       // false: "-m"
+    bool capture = false;    // "-c"
+    int level = 0;           // PNG compression, the value of "-c"; not judged here
+    int scene = 0;           // "-s"
+};
+
+// Where an argument is "--help" or "--version": prints that text and ends the process with status 0.
+void ryl_printHelpOrVersion(int argc, const char* const* argv);
+
+// Reads argv[1] to argv[argc - 1]. Each is tested as an option, the values of other options included; unknown ones are
+// ignored. "-c" as the last one ends the process with -1 after a message.
+Options ryl_readOptions(int argc, const char* const* argv);
+
+// What a size is used for.
+enum class SizeUse { window, screenMode, capture };
+
+constexpr int RYL_MAX_SIDE = 16384;  // pixels; the largest texture that today's GLs offer throughout
+
+// The size to use where `asked` was asked for: the same, or the default of that use where a side is missing (0), below 2
+// or above `maxSide` pixels. A "[/]" line says what is replaced, but for a window or screen mode without a size, which
+// nobody has asked for.
+PixelSize ryl_usableSize(SizeUse use, const PixelSize& asked, int maxSide);
