@@ -1,10 +1,12 @@
 // What is on the screen, by its pixels: what the toolkit draws, the scenes against their plain versions, a frame finished
 // in one pass against its layers drawn one by one, and the demo from the loading bar on.
+#include "child.h"
 #include "fbo.h"
 #include "fonts.h"
 #include "gl_window.h"
 #include "glm/glm.h"
 #include "layers.h"
+#include "lighting.h"
 #include "picture.h"
 #include "plain_scenes.h"
 #include "ryl.h"
@@ -17,11 +19,15 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <random>
 #include <string>
 #include <vector>
+
+namespace fs = std::filesystem;
 
 void drawScene();
 
@@ -160,6 +166,15 @@ TEST(MotionBlur, KeepsBlackWhereTheWindowEnds) {
     EXPECT_EQ(lastPixelKept(), 0);
 }
 
+TEST(RenderTarget, After64OfThemEndsTheProcess) {
+    const ChildResult result = runInChild([] {
+        openScreen();
+        for (int i = 0; i < 65; ++i) std::printf("%d ", ryl_loadFBO(2, 2));
+    });
+    EXPECT_EQ(result.status, 255);
+    EXPECT_TRUE(result.output.ends_with("62 63 Maximum numbers of fbo's reached.. exiting\n")) << result.output;
+}
+
 TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsReported) {
     openScreen();
     ColourTarget target;
@@ -230,6 +245,43 @@ TEST(TextureFont, LaysOutGlyphsAndKeepsPlacesFree) {
     clearTo(0);
     ryl_text("ab", 2.5, 0, 0, 0, 0, 0, 180);
     expectBox(ink(GREEN), -3.5, -1.5, -1, 1);  // turned by half a turn the line runs to the left
+}
+
+TEST(Text, FontTestShowsTheWholeStripOnASquare) {
+    openScreen();
+    const TempDir folder;
+    fs::create_directory(folder.path() / "data");
+    folder.write("data/font.tga", std::string("\0\0\2\0\0\0\0\0\0\0\0\0\2\0\1\0\x18\0", 18) + std::string(6, '\0'));
+    fs::current_path(folder.path());
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 2; ++i) {
+        clearTo(1);
+        ryl_testTextureFont();
+        expectBox(ink(BLACK), 0, 10, 0, 10);
+    }
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(printed.starts_with("[*] texture data/font.tga loaded...\n")) << printed;
+    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 2) << "loaded once, its name in a line: " << printed;
+}
+
+// A square that faces the light shows what the light and the surroundings give it.
+TEST(Lights, OfOnesOwnAddDiffuseAndAmbientLight) {
+    openScreen();
+    LightData light = {};
+    ryl_setLightData(light.ambient, 1, 1, 1, 1);  // not sent
+    ryl_setLightData(light.diffuse, 0.4f, 0, 0, 1);
+    ryl_setLightData(light.position, 0, 0, 1, 0);
+    ryl_setAmbientLight(0, 0.2f, 0, 1);
+    ryl_enableLight(&light, 3);
+    glNormal3f(0, 0, 1);
+    glColor3f(1, 1, 1);
+    glRectf(-5, -5, 5, 5);
+    EXPECT_TRUE(glIsEnabled(GL_LIGHT3));
+    EXPECT_FALSE(glIsEnabled(GL_LIGHT0));
+    expectBox(ink({102, 51, 0}), -5, 5, -5, 5);
+    for (const int on : {2, 0}) ryl_setLight0(on);
+    EXPECT_TRUE(glIsEnabled(GL_LIGHT0));
+    EXPECT_FALSE(glIsEnabled(GL_LIGHTING));
 }
 
 // ---- The scenes ---------------------------------------------------------------------------------------------------
