@@ -180,9 +180,9 @@ bool blendInOnePass(int width, int height, const PictureLayers& layers, float we
     fitOverlay(programs.fitting, layers.overlay, width, height);
     glBlendColor(0, 0, 0, 1 - weight);
     glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
-    drawSurroundings(extent, layers.ground * (1 - opacity));
+    drawSurroundings(extent, layers.windowGrey * (1 - opacity));
     glUseProgram(programs.blending.id);
-    glUniform1f(programs.ground, layers.ground);
+    glUniform1f(programs.ground, layers.windowGrey);
     glUniform1f(programs.opacity, opacity);
     glUniform2f(programs.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
     setPlace(programs.blending, layers.picture, width, height);
@@ -203,7 +203,7 @@ void drawLayer(const PictureLayer& layer) {
 void drawOneByOne(const PictureLayers& layers) {
     constexpr float BANDS_Z = -0.1f,
                     BANDS_HALF = 100;  // just behind the picture, hidden by it; more than the view shows
-    glClearColor(layers.ground, layers.ground, layers.ground, 1);
+    glClearColor(layers.windowGrey, layers.windowGrey, layers.windowGrey, 1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     if (layers.picture.texture == 0) return;
     glColor4f(1, 1, 1, layers.opacity);
@@ -237,7 +237,7 @@ void placeCamera(int width, int height) {
 
 // The one pass takes the ground for black outside of the picture.
 bool fitsOnePass(const PictureLayers& layers) {
-    return layers.picture.texture != 0 && (layers.bands != 0 || layers.ground == 0);
+    return layers.picture.texture != 0 && (layers.bands != 0 || layers.windowGrey == 0);
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ struct PictureLayer {
 };
 
 struct PictureLayers {
-    float ground = 0;           // grey of the frame before anything is drawn, 0 to 1
+    float windowGrey = 0;       // grey of the frame before anything is drawn, 0 to 1
     float opacity = 1;          // of all that follows; taken as 0 below 0, as 1 above 1
     PictureLayer picture = {};  // nothing but the ground is drawn where its texture is 0
     unsigned bands = 0;         // a black texture, which covers the ground where the picture does not; 0: none

@@ -75,9 +75,9 @@ struct Demo {
 constexpr float WHITE = 1, BLACK = 0;
 
 struct Scene {
-    float sceneTime;  // length, seconds
-    float level;      // grey behind the scene: its pictures fade to it
-    float ground;     // grey, and alpha, of the empty scene target. Transparent black shows what is behind.
+    float sceneTime;   // length, seconds
+    float level;       // grey of the window behind the scene: its pictures fade to it
+    float targetGrey;  // grey, and alpha, of the empty scene target. Transparent black shows what is behind.
     void (*draw)(const SceneFrame& frame, Demo& demo);
 };
 
@@ -87,24 +87,17 @@ constexpr const char* GREETINGS[] = {
     "love to all who share what they make, and to all who watch         code, graphics and sound by the ryl crew. good night",
 };
 
-void drawNothing(const SceneFrame&, Demo&) {}
-
-template <int index>
-void drawGreetings(const SceneFrame& frame, Demo& demo) {
-    drawCubeField(frame, GREETINGS[index], demo.memory.seed[index]);
-}
-
 constexpr Scene TIMELINE[] = {
     {10.4f, WHITE, WHITE, [](const SceneFrame& f, Demo& d) { drawRibbons(f, d.images, d.memory.scale); }},
-    {20.4f, WHITE, BLACK, drawGreetings<0>},
+    {20.4f, WHITE, BLACK, [](const SceneFrame& f, Demo& d) { drawCubeField(f, GREETINGS[0], d.memory.seed[0]); }},
     {30.4f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, false); }},
-    {20.4f, WHITE, BLACK, drawGreetings<1>},
+    {20.4f, WHITE, BLACK, [](const SceneFrame& f, Demo& d) { drawCubeField(f, GREETINGS[1], d.memory.seed[1]); }},
     {25.0f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, true); }},
-    {25.4f, WHITE, BLACK, drawGreetings<2>},
-    {14, BLACK, BLACK, drawNothing},  // the end: CLOSING_S into it the program is over
-    {14, BLACK, BLACK, drawNothing},  // from here on only by "-s"
-    {14, BLACK, BLACK, drawNothing},
-    {14, BLACK, BLACK, drawNothing},
+    {25.4f, WHITE, BLACK, [](const SceneFrame& f, Demo& d) { drawCubeField(f, GREETINGS[2], d.memory.seed[2]); }},
+    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // the end: CLOSING_S into it the program is over
+    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // from here on only by "-s"
+    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},
+    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},
 };
 constexpr int SCENES = std::size(TIMELINE);
 constexpr int CLOSING_SCENE = 6;
@@ -112,25 +105,30 @@ constexpr float CLOSING_S = 5;
 constexpr float REWIND_LIMIT_S = -3;  // a scene time below this hands back to the scene before
 constexpr float SCENE_BLUR = 0.2f;
 
+// Halves of the rectangles on the window, scene units, of which it shows +-36.8 by +-20.7. The picture reaches beyond both
+// sides and leaves a band above and below; the overlay, nearer to the camera, covers just the picture that is seen.
+constexpr float PICTURE_HALF_WIDTH = 48, PICTURE_HALF_HEIGHT = 17.1f;
+constexpr float OVERLAY_HALF_WIDTH = 37.5f, OVERLAY_HALF_HEIGHT = 17.202f, OVERLAY_Z = 0.1f;
+
 // ---- What comes on the window -------------------------------------------------------------------------------------
 
-int windowWidth() { return static_cast<int>(ryl_Get(1)); }
-int windowHeight() { return static_cast<int>(ryl_Get(2)); }
+int windowWidth() { return static_cast<int>(ryl_Get(RYL_WIDTH)); }
+int windowHeight() { return static_cast<int>(ryl_Get(RYL_HEIGHT)); }
 
 // Lays out what comes on the window: the scene's picture, fading out over its last second; in the white scenes between
 // black bands and under the overlay, in the black ones alone.
 PictureLayers layersOf(const Demo& demo, const Scene& scene, float t, unsigned picture) {
     constexpr float BLACK_FADE_S = 13;
-    const bool full = scene.level == WHITE;
-    return {.ground = scene.level,
-            .opacity = (full ? scene.sceneTime : BLACK_FADE_S) - t,
-            .picture = {picture, 0, 48, 17.1f},
-            .bands = full ? demo.textureBlack : 0,
-            .overlay = {full ? demo.textureOverlay : 0, 0.1f, 37.5f, 17.202f}};
+    const bool isWhiteScene = scene.level == WHITE;
+    return {.windowGrey = scene.level,
+            .opacity = (isWhiteScene ? scene.sceneTime : BLACK_FADE_S) - t,
+            .picture = {picture, 0, PICTURE_HALF_WIDTH, PICTURE_HALF_HEIGHT},
+            .bands = isWhiteScene ? demo.textureBlack : 0,
+            .overlay = {isWhiteScene ? demo.textureOverlay : 0, OVERLAY_Z, OVERLAY_HALF_WIDTH, OVERLAY_HALF_HEIGHT}};
 }
 
-// The full bar spans the window's width in pixels over 17, centred, whatever part of it the view shows.
-double barHalf() { return ryl_Get(1) / 34.0; }
+// The full bar has a scene unit for 17 of the window's pixels, centred, whatever part of it the view shows.
+double barHalf() { return ryl_Get(RYL_WIDTH) / 34.0; }
 
 void drawBar(float progress) {
     constexpr double STEP = 0.1;
@@ -189,11 +187,12 @@ constexpr LoadStep LOADING[] = {
 // Five steps supply five sixths of the bar, the growth of every frame the rest.
 void loadStep(Demo& demo) {
     constexpr double GROWTH = 0.2;
+    constexpr int SHARES = 6;
     const double full = 2 * barHalf();
     for (const auto& [done, run] : LOADING) {
         if ((demo.*done)++ != 0) continue;
         if (run != nullptr) run(demo);
-        demo.progress = static_cast<float>(demo.progress + full / 6);
+        demo.progress = static_cast<float>(demo.progress + full / SHARES);
         break;
     }
     if (full > demo.progress) demo.progress = static_cast<float>(demo.progress + GROWTH);
@@ -213,7 +212,7 @@ int startPosition(int queue) {
 
 // The number that "-s" gave went through a float, which may lie just beyond an int.
 int startScene() {
-    const float scene = ryl_Get(4);
+    const float scene = ryl_Get(RYL_START_SCENE);
     constexpr int LAST = std::numeric_limits<int>::max();
     return scene >= static_cast<float>(LAST) ? LAST : static_cast<int>(scene);
 }
@@ -247,7 +246,7 @@ void load(Demo& demo) {
 // in gColor, the window to the one that the frame before left in windowGrey, or that its scene lays out.
 
 void beginFrame(Demo& demo) {
-    demo.layers = {.ground = demo.windowGrey};
+    demo.layers = {.windowGrey = demo.windowGrey};
     demo.bar = 0;
     demo.windowGrey = demo.gColor;
     glClearColor(demo.gColor, demo.gColor, demo.gColor, demo.gColor);
@@ -284,17 +283,17 @@ void handOver(Demo& demo, int k, float t) {
 
 void playScene(Demo& demo, int k) {
     const Scene& scene = TIMELINE[k];
-    const auto t = static_cast<float>(ryl_Get(5) / 1000.0 - demo.loadingTime);
+    const auto t = static_cast<float>(ryl_Get(RYL_TIME) / 1000.0 - demo.loadingTime);
     const unsigned picture = beginScene(demo, scene.level);
     scene.draw({t, demo.cubeList}, demo);
-    demo.gColor = scene.ground;
+    demo.gColor = scene.targetGrey;
     layOut(demo, layersOf(demo, scene, t, picture));
     if (k == CLOSING_SCENE && t > CLOSING_S) std::exit(0);
     handOver(demo, k, t);
 }
 
 void endFrame(const Demo& demo) {
-    const bool paused = ryl_Get(6) != 0;
+    const bool paused = ryl_Get(RYL_PAUSED) != 0;
     const auto drawOver = [&] {
         if (demo.bar > 0) drawBar(demo.bar);
         if (paused) drawPauseLine();
@@ -308,8 +307,8 @@ void endFrame(const Demo& demo) {
 // ---- Standing still: paused, every frame follows from the same moment, unless a scene changes what it remembers -----
 
 void noteMoment(Demo& demo) {
-    const Moment now = {ryl_Get(5),       ryl_Get(6),  ryl_Get(1),      ryl_Get(2), demo.queue,
-                        demo.loadingTime, demo.gColor, demo.windowGrey, demo.memory};
+    const Moment now = {ryl_Get(RYL_TIME), ryl_Get(RYL_PAUSED), ryl_Get(RYL_WIDTH), ryl_Get(RYL_HEIGHT), demo.queue,
+                        demo.loadingTime,  demo.gColor,         demo.windowGrey,    demo.memory};
     demo.stillFrames = now == demo.moment ? demo.stillFrames + 1 : 0;
     demo.moment = now;
 }

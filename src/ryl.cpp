@@ -211,7 +211,13 @@ void togglePause() {
     showPaused(SOUND_PAUSED != 0);
 }
 
-void setSoundPosition(int ms) { FMOD_Channel_SetPosition(channel0, static_cast<unsigned>(ms), FMOD_TIMEUNIT_MS); }
+// In the modes whose clock can be moved: sound and silent.
+void moveClock(int ms) {
+    if (mode() == Mode::silent)
+        SOUND_MUTE_TIMER = ms;
+    else
+        FMOD_Channel_SetPosition(channel0, static_cast<unsigned>(ms), FMOD_TIMEUNIT_MS);
+}
 
 // ---- Text ---------------------------------------------------------------------------------------------------------
 
@@ -308,12 +314,8 @@ void ryl_startMusic(void) {
 
 void ryl_skipTo(int ms) {
     if (mode() == Mode::capture) return;
-    if (mode() == Mode::silent) {
-        SOUND_MUTE_TIMER = ms;
-        return;
-    }
-    if (SONGLENGTH == 0 || ms < 0 || ms > static_cast<int>(SONGLENGTH)) return;
-    setSoundPosition(ms);
+    const bool inSong = SONGLENGTH != 0 && ms >= 0 && ms <= static_cast<int>(SONGLENGTH);
+    if (mode() == Mode::silent || inSong) moveClock(ms);
 }
 
 int ryl_getTime(void) {
@@ -345,17 +347,17 @@ void ryl_setDemoLength(float seconds) {
 float ryl_Get(int selector) {
     constexpr float ASPECT = 16.0f / 9.0f;
     switch (selector) {
-    case 1:
+    case RYL_WIDTH:
         return static_cast<float>(CAPTURE != 0 ? CAPTURE_W : ryl_globalX);
-    case 2:
+    case RYL_HEIGHT:
         return static_cast<float>(CAPTURE != 0 ? CAPTURE_H : ryl_globalY);
-    case 3:
+    case RYL_ASPECT:
         return ASPECT;
-    case 4:
+    case RYL_START_SCENE:
         return static_cast<float>(S_SCENE);
-    case 5:
+    case RYL_TIME:
         return static_cast<float>(ryl_getTime());
-    case 6:
+    case RYL_PAUSED:
         return static_cast<float>(SOUND_ON == 1 ? SOUND_PAUSED : SOUND_MUTE_PAUSE);
     default:
         return std::numeric_limits<float>::quiet_NaN();
@@ -369,7 +371,8 @@ void ryl_handleKeypress(unsigned char key, int, int) {
         togglePause();
         break;
     case 's':
-        ryl_screenshot(static_cast<int>(ryl_Get(1)), static_cast<int>(ryl_Get(2)), "screenshot.png", 0);
+        ryl_screenshot(static_cast<int>(ryl_Get(RYL_WIDTH)), static_cast<int>(ryl_Get(RYL_HEIGHT)), "screenshot.png",
+                       0);
         break;
     case ESCAPE:
         glutLeaveGameMode();
@@ -380,23 +383,12 @@ void ryl_handleKeypress(unsigned char key, int, int) {
 }
 
 void ryl_handleSpecialKeys(int key, int, int) {
-    const int time = ryl_getTime();
     if (mode() == Mode::capture) return;
-    const bool silent = mode() == Mode::silent;
-    if (key == GLUT_KEY_LEFT) {
-        const int back = std::max((silent ? SOUND_MUTE_TIMER : time) - SEEK_MS, 0);
-        if (silent)
-            SOUND_MUTE_TIMER = back;
-        else
-            setSoundPosition(back);
-    }
-    if (key == GLUT_KEY_RIGHT) {
-        const int forward = time + SEEK_MS;
-        if (silent)
-            SOUND_MUTE_TIMER += SEEK_MS;
-        else if (forward < static_cast<int>(SONGLENGTH) && forward < DEMO_LENGTH)
-            setSoundPosition(forward);
-    }
+    const int time = ryl_getTime(), back = time - SEEK_MS, forward = time + SEEK_MS;
+    const bool endless = mode() == Mode::silent;
+    if (key == GLUT_KEY_LEFT) moveClock(std::max(back, 0));
+    if (key == GLUT_KEY_RIGHT && (endless || (forward < static_cast<int>(SONGLENGTH) && forward < DEMO_LENGTH)))
+        moveClock(forward);
 }
 
 void ryl_handleResize(int width, int height) {

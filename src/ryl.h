@@ -62,8 +62,14 @@ int ryl_getTime(void);
 // Registers the next scene's length, prints it, and recomputes DEMO_LENGTH. At most MAX_SCENES calls.
 void ryl_setDemoLength(float seconds);
 
-// One value by selector: 1 drawable width, 2 height (pixels; capture size in capture mode), 3 the aspect
-// 16/9, 4 the start scene, 5 the demo time (ms), 6 the pause flag. Any other selector: a quiet NaN.
+// What ryl_Get is asked for.
+constexpr int RYL_WIDTH = 1, RYL_HEIGHT = 2;  // drawable size, pixels; the capture size in capture mode
+constexpr int RYL_ASPECT = 3;                 // 16/9, whatever the window's shape
+constexpr int RYL_START_SCENE = 4;
+constexpr int RYL_TIME = 5;    // demo time, ms
+constexpr int RYL_PAUSED = 6;  // not 0 in a pause
+
+// One value by selector. Any selector but those above: a quiet NaN.
 float ryl_Get(int selector);
 
 // ---- GLUT callbacks -----------------------------------------------------------------------------------------------

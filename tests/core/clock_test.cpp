@@ -28,7 +28,7 @@ int timeAfter(int key, int from) {
 }
 
 void expectPaused(bool paused) {
-    EXPECT_EQ(ryl_Get(6), paused ? 1.0f : 0.0f);
+    EXPECT_EQ(ryl_Get(RYL_PAUSED), paused ? 1.0f : 0.0f);
     EXPECT_EQ(glutGet(GLUT_WINDOW_CURSOR), paused ? GLUT_CURSOR_CROSSHAIR : GLUT_CURSOR_NONE);
 }
 
@@ -43,7 +43,7 @@ TEST(SilentMode, PausesAndSeeksWithoutAnEnd) {
     press(' ');
     expectPaused(true);
     ryl_update(0);
-    EXPECT_EQ(ryl_Get(5), 50.0f);
+    EXPECT_EQ(ryl_Get(RYL_TIME), 50.0f);
     pressSpecial(GLUT_KEY_RIGHT);
     EXPECT_EQ(ryl_getTime(), 1050) << "seeks act while paused";
     press(' ');
@@ -62,7 +62,7 @@ TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
     ryl_startMusic();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "[/] No soundfile loaded.\n");
     press(' ');
-    EXPECT_EQ(ryl_Get(6), 0.0f) << "nothing to pause before there is a channel";
+    EXPECT_EQ(ryl_Get(RYL_PAUSED), 0.0f) << "nothing to pause before there is a channel";
     EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 1000), 0);
 
     ryl_loadMusic("data/tune.mp3");

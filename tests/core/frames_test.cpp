@@ -184,7 +184,7 @@ TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsReported) {
     EXPECT_TRUE(ryl_resizeTarget(target, 4, 8));
     EXPECT_EQ(target.height, 8);
     testing::internal::CaptureStdout();
-    for (int i = 0; i < 2; ++i) ryl_finishFrame(1 << 20, 4, {.ground = 1}, 0);
+    for (int i = 0; i < 2; ++i) ryl_finishFrame(1 << 20, 4, {.windowGrey = 1}, 0);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "[/] This GL cannot keep a picture of 1048576 x 4: there is no motion blur.\n");
 }
@@ -359,7 +359,7 @@ unsigned noiseTexture(int width, int height) {
 }
 
 PictureLayers noiseLayers() {
-    return {.ground = 1,
+    return {.windowGrey = 1,
             .opacity = 1,
             .picture = {noiseTexture(WIDTH, HEIGHT), 0, 48, 17.1f},
             .bands = ryl_loadBlack(),
@@ -371,7 +371,7 @@ const DrawOver NOTHING_OVER = [] {};  // but the frame does not take the one pas
 TEST(Frame, LooksTheSameInOnePassAndLayerByLayer) {
     openScreen();
     PictureLayers layers = noiseLayers();
-    const PictureLayers before = {.ground = 1, .picture = {noiseTexture(WIDTH, HEIGHT), 0, 40, 22}};
+    const PictureLayers before = {.windowGrey = 1, .picture = {noiseTexture(WIDTH, HEIGHT), 0, 40, 22}};
     const auto frame = [&](const DrawOver& over) {
         ryl_finishFrame(WIDTH, HEIGHT, before, 0, NOTHING_OVER);  // noise is kept
         const auto state = glState();
@@ -390,7 +390,7 @@ TEST(Frame, LooksTheSameInOnePassAndLayerByLayer) {
 
 TEST(Frame, IsWholeWhereTheWindowEnds) {
     openScreen();
-    for (const PictureLayers& layers : {PictureLayers{.ground = 1}, noiseLayers()})
+    for (const PictureLayers& layers : {PictureLayers{.windowGrey = 1}, noiseLayers()})
         for (const DrawOver& over : {DrawOver(), DrawOver([] { glRectf(-99, -99, 99, 99); })}) {
             glColor4f(1, 1, 1, 1);
             ryl_finishFrame(WIDER, HEIGHT, {}, 0);
@@ -405,11 +405,11 @@ TEST(Frame, RehearsedLeavesNoTrace) {
     ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 0);
     const Bytes before = pixels();
     testing::internal::CaptureStdout();
-    ryl_rehearseFrame(WIDTH, HEIGHT, {.ground = 0.5f}, ryl_rehearseInfoText);
+    ryl_rehearseFrame(WIDTH, HEIGHT, {.windowGrey = 0.5f}, ryl_rehearseInfoText);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_TRUE(ryl_repeatFrame(WIDTH, HEIGHT));
     EXPECT_EQ(different(pixels(), before, 0), 0);
-    ryl_finishFrame(WIDTH, HEIGHT, {.ground = 1}, 0, ryl_rehearseInfoText);
+    ryl_finishFrame(WIDTH, HEIGHT, {.windowGrey = 1}, 0, ryl_rehearseInfoText);
     EXPECT_GT(ink(WHITE, pixels(), 0).share, 0.99999) << "it is unseen";
 }
 

@@ -84,7 +84,7 @@ unsigned glmList(const GLMmodel*, int mode) { return answer(14U, "list", mode); 
 int ryl_loadFBO(int width, int height) { return answer(5, "loadFBO", width, height); }
 unsigned ryl_enableFBO(int id, float red, float, float) { return answer(13U, "target", id, red); }
 void ryl_finishFrame(int width, int height, const PictureLayers& layers, float blur, const DrawOver& over) {
-    record("finish", width, height, layers.ground, layers.opacity, layers.picture.texture, layers.bands,
+    record("finish", width, height, layers.windowGrey, layers.opacity, layers.picture.texture, layers.bands,
            layers.overlay.texture, blur);
     if (over) over();
 }
