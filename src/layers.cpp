@@ -250,9 +250,3 @@ void ryl_finishFrame(int width, int height, const PictureLayers& layers, float b
 }
 
 bool ryl_repeatFrame(int width, int height) { return ryl_showPictureAgain(width, height); }
-
-void ryl_rehearseFrame(int width, int height, const PictureLayers& layers, const DrawOver& over) {
-    placeCamera(width, height);
-    drawOnCanvas(width, height, layers, over);
-    glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, 0);
-}

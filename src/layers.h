@@ -40,6 +40,3 @@ void ryl_finishFrame(int width, int height, const PictureLayers& layers, float b
 
 // Shows the frame before once more and returns true; returns false and does nothing where none of this size is kept.
 bool ryl_repeatFrame(int width, int height);
-
-// Draws such a frame and throws it away, so that the GL has compiled and loaded all that it takes before it is needed.
-void ryl_rehearseFrame(int width, int height, const PictureLayers& layers, const DrawOver& over);

@@ -146,10 +146,20 @@ void drawPauseLine() {
     ryl_infoText(-35, -20);
 }
 
-// Draws unseen what the first pause would else load and compile in the middle of the show.
-void rehearsePause(const Demo& demo) {
-    const PictureLayers layers = layersOf(demo, TIMELINE[0], 0, demo.textureOverlay);
-    ryl_rehearseFrame(windowWidth(), windowHeight(), layers, ryl_rehearseInfoText);
+// Draws once, unseen, what would else be compiled and loaded when the show comes to it: each scene, and a frame with a pause
+// line. With that blur there is nothing in the picture but the one before.
+void rehearse(const Demo& demo) {
+    constexpr float UNSEEN = 1, MIDDLE_S = 6;
+    Demo rehearsed = demo;  // for what the scenes remember
+    glPushAttrib(GL_COLOR_BUFFER_BIT);
+    for (const Scene& scene : TIMELINE) {
+        const unsigned picture = ryl_enableFBO(demo.FBO, BLACK, BLACK, BLACK);
+        scene.draw({MIDDLE_S, demo.cubeList}, rehearsed);
+        ryl_finishFrame(windowWidth(), windowHeight(), layersOf(demo, scene, 0, picture), UNSEEN);
+    }
+    ryl_finishFrame(windowWidth(), windowHeight(), layersOf(demo, TIMELINE[0], 0, demo.textureOverlay), UNSEEN,
+                    ryl_rehearseInfoText);
+    glPopAttrib();
 }
 
 // ---- Loading: one step a frame, so that the bar moves between them ------------------------------------------------
@@ -173,7 +183,10 @@ void loadPictures(Demo& demo) {
 
 void loadSoundtrack(Demo&) { ryl_loadMusic("data/tune.mp3"); }
 
-void makeSceneTarget(Demo& demo) { demo.FBO = ryl_loadFBO(windowWidth(), windowHeight()); }
+void makeSceneTarget(Demo& demo) {
+    demo.FBO = ryl_loadFBO(windowWidth(), windowHeight());
+    rehearse(demo);
+}
 
 struct LoadStep {
     int Demo::*done;
@@ -218,7 +231,6 @@ int startScene() {
 }
 
 void startTimeline(Demo& demo) {
-    rehearsePause(demo);
     demo.queue = startScene();
     demo.loaded = 1;
     for (const Scene& scene : TIMELINE) ryl_setDemoLength(scene.sceneTime);

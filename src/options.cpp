@@ -2,9 +2,12 @@
 
 #include "version.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string_view>
+#include <system_error>
 
 namespace {
 
@@ -17,11 +20,22 @@ constexpr char HELP[] =
     "  -m                   silent: no sound, a clock of its own\n"
     "  -s SCENE             start at scene 1, 3, 5 (greetings), 2, 4 (walls) or 6 (the end)\n"
     "  -c LEVEL             capture: each 25 ms become capture/1.png, 2.png ...; PNG level 0 to 9\n"
+    "  --delay MS           show the picture later than the sound by MS milliseconds, or earlier: --delay -80\n"
     "  --help, --version    print this, or the version, and end\n"
     "\n"
     "Keys: space (pause), left and right (one second), s (screenshot.png), Escape (quit).\n";
 
 constexpr int MIN_SIDE = 2;  // pixels; GLUT never draws a window that is one pixel wide or high
+
+int delayOf(const char* value) {
+    int delay = 0;
+    const char* end = value != nullptr ? value + std::strlen(value) : nullptr;
+    const auto [read, error] = std::from_chars(value, end, delay);
+    if (value != nullptr && error == std::errc() && read == end && std::abs(delay) <= RYL_MAX_DELAY) return delay;
+    std::printf("[/] --delay takes milliseconds from -%d to %d, it is ignored: %s\n", RYL_MAX_DELAY, RYL_MAX_DELAY,
+                value != nullptr ? value : "none given");
+    return 0;
+}
 
 // Tests one argument against every option. `value` is the argument after it, null at the end; it is not consumed, so the
 // caller goes on with it as an option.
@@ -39,6 +53,7 @@ void readOption(std::string_view option, const char* value, Options& options) {
         options.capture = true;
     }
     if (option == "-s" && value != nullptr) options.scene = std::atoi(value);
+    if (option == "--delay") options.delay = delayOf(value);
 }
 
 struct SizeRule {

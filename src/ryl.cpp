@@ -12,6 +12,7 @@
 #include <GL/freeglut.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -25,6 +26,7 @@ int CAPTURE_CLEVEL = 0;
 int CAPTURE_W = 0;
 int CAPTURE_H = 0;
 int S_SCENE = 0;
+int PICTURE_DELAY = 0;
 
 int ryl_globalX = 0;
 int ryl_globalY = 0;
@@ -70,6 +72,7 @@ void takeOptions(const Options& options) {
     CAPTURE_W = options.size.width;
     CAPTURE_H = options.size.height;
     S_SCENE = options.scene;
+    PICTURE_DELAY = options.delay;
 }
 
 void printResolution(const PixelSize& asked) {
@@ -165,6 +168,28 @@ bool isSizeAwaited() {
     return awaitedSize != PixelSize{};
 }
 
+// ---- The moment that is seen --------------------------------------------------------------------------------------
+//
+// A frame is seen later than it is begun by as long as it takes to draw and to swap, which is where a monitor is waited for.
+// In sound mode the demo time is ahead of what is heard by that.
+
+double pictureLeadMs = 0;
+
+// Follows the middle of what frames take: a slow one alone moves it by a step, so demo time never goes back.
+void noteFrameTime(double ms) {
+    constexpr double STEP_MS = 0.5, MAX_MS = 100;
+    pictureLeadMs = std::min(pictureLeadMs + std::clamp(ms - pictureLeadMs, -STEP_MS, STEP_MS), MAX_MS);
+}
+
+bool isPlaying() { return mode() == Mode::sound && channel0 != nullptr && SOUND_PAUSED == 0; }
+
+// What is heard, ms of the soundtrack; 0 before it plays.
+int soundPosition() {
+    unsigned position = 0;
+    if (channel0 != nullptr) FMOD_Channel_GetPosition(channel0, &position, FMOD_TIMEUNIT_MS);
+    return static_cast<int>(position);
+}
+
 // ---- Frames in step with ticks ------------------------------------------------------------------------------------
 
 // Captured frames must not depend on when the window system asks for a repaint, on how late the first one comes, or on
@@ -176,7 +201,10 @@ bool frameDue = true;  // no frame drawn since the last tick
 void displayFrame() {
     if ((mode() == Mode::capture && !frameDue) || isSizeAwaited()) return;
     frameDue = false;
+    const auto begun = std::chrono::steady_clock::now();
     contentDisplay();
+    const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - begun;
+    if (isPlaying()) noteFrameTime(taken.count());
 }
 
 // A hidden window is not asked to draw.
@@ -191,6 +219,15 @@ void captureFrame() {
     const std::string name = "capture/" + std::to_string(capture_id) + ".png";
     ryl_screenshot(CAPTURE_W, CAPTURE_H, name.c_str(), CAPTURE_CLEVEL);
     std::printf("[CAPTURE] frame %d\n", capture_id);
+}
+
+// Milliseconds until the next tick: it is due a period after this one was due, or at once if that is over. So late ticks do
+// not add up, and none is made up for.
+int msToNextTick() {
+    static int due = 0;
+    const int now = glutGet(GLUT_ELAPSED_TIME);
+    due = std::max(due + TICK_MS, now);
+    return due - now;
 }
 
 // ---- Keys ---------------------------------------------------------------------------------------------------------
@@ -327,9 +364,8 @@ int ryl_getTime(void) {
     case Mode::sound:
         break;
     }
-    unsigned position = 0;
-    if (channel0 != nullptr) FMOD_Channel_GetPosition(channel0, &position, FMOD_TIMEUNIT_MS);
-    return static_cast<int>(position);
+    const double lead = isPlaying() ? pictureLeadMs : 0;
+    return std::max(0, soundPosition() + static_cast<int>(lead) - PICTURE_DELAY);
 }
 
 void ryl_setDemoLength(float seconds) {
@@ -384,8 +420,9 @@ void ryl_handleKeypress(unsigned char key, int, int) {
 
 void ryl_handleSpecialKeys(int key, int, int) {
     if (mode() == Mode::capture) return;
-    const int time = ryl_getTime(), back = time - SEEK_MS, forward = time + SEEK_MS;
     const bool endless = mode() == Mode::silent;
+    const int time = endless ? ryl_getTime() : soundPosition();  // what is heard moves by a second, not what is shown
+    const int back = time - SEEK_MS, forward = time + SEEK_MS;
     if (key == GLUT_KEY_LEFT) moveClock(std::max(back, 0));
     if (key == GLUT_KEY_RIGHT && (endless || (forward < static_cast<int>(SONGLENGTH) && forward < DEMO_LENGTH)))
         moveClock(forward);
@@ -414,7 +451,7 @@ void ryl_update(int) {
     if (SOUND_ON == 0 && SOUND_MUTE_START != 0 && SOUND_MUTE_PAUSE == 0) SOUND_MUTE_TIMER += TICK_MS;
     frameDue = true;
     glutPostRedisplay();
-    glutTimerFunc(capturing ? AT_ONCE : TICK_MS, ryl_update, 0);
+    glutTimerFunc(capturing ? AT_ONCE : msToNextTick(), ryl_update, 0);
 }
 
 void ryl_infoText(float x, float y) {

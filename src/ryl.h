@@ -16,6 +16,7 @@ extern int CAPTURE_CLEVEL;  // PNG compression level of captured frames, "-c"; v
 extern int CAPTURE_W;       // "-w" and "-h", pixels, 0 when not given: size of captured frames, which is replaced
 extern int CAPTURE_H;       //   where it cannot be had, and of the window or screen mode when both are given
 extern int S_SCENE;         // "-s", the scene to start at
+extern int PICTURE_DELAY;   // "--delay", ms: how much later the picture comes than the sound; sound mode only
 
 // ---- State: written by the framework only, all 0 at start. --------------------------------------------------------
 
@@ -36,8 +37,8 @@ extern float SCENE_TIME[MAX_SCENES];  // registered scene lengths, seconds, in o
 
 // Checks the host, reads the options, opens the window or the full screen, installs the callbacks and enters
 // GLUT's main loop; `display` draws a frame. Returns only when GLUT's loop does.
-// Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE, --help, --version; others are
-// ignored. Ends the process with status -1 for "-c" without a level and where the GL lacks what is needed: framebuffer
+// Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE, --delay MS, --help, --version; others
+// are ignored. Ends the process with status -1 for "-c" without a level and where the GL lacks what is needed: framebuffer
 // objects and textures of any size. A "[/]" line says which size is replaced because it cannot be had.
 void ryl_init(int argc, char** argv, void (*display)(void));
 
@@ -56,7 +57,8 @@ void ryl_startMusic(void);
 // Silent: no bounds. Capture: ignored.
 void ryl_skipTo(int ms);
 
-// The demo time in ms. Sound mode before ryl_startMusic: 0.
+// The demo time in ms. Sound mode: what will be heard when a frame that is begun now is seen, less PICTURE_DELAY; in a pause
+// what was heard last, less the same; 0 before ryl_startMusic; never below 0.
 int ryl_getTime(void);
 
 // Registers the next scene's length, prints it, and recomputes DEMO_LENGTH. At most MAX_SCENES calls.

@@ -84,6 +84,25 @@ TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
     expectPaused(false);
 }
 
+TEST(SoundMode, DelayMovesThePictureAndNotTheSound) {
+    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    openTestWindow(WIDTH, HEIGHT);
+    PICTURE_DELAY = 700;
+    ryl_loadMusic("data/tune.mp3");
+    ryl_startMusic();
+    press(' ');
+    ryl_skipTo(5000);
+    EXPECT_EQ(ryl_getTime(), 4300);
+    DEMO_LENGTH = 100000;
+    pressSpecial(GLUT_KEY_RIGHT);
+    EXPECT_EQ(ryl_getTime(), 5300) << "the sound moves by a second";
+    PICTURE_DELAY = -700;
+    EXPECT_EQ(ryl_getTime(), 6700);
+    PICTURE_DELAY = 700;
+    ryl_skipTo(100);
+    EXPECT_EQ(ryl_getTime(), 0);
+}
+
 TEST(CaptureMode, WritesNumberedFramesOnAClockThatNothingMoves) {
     const TempDir folder;
     openTestWindow(WIDTH, HEIGHT);

@@ -400,17 +400,18 @@ TEST(Frame, IsWholeWhereTheWindowEnds) {
         }
 }
 
-TEST(Frame, RehearsedLeavesNoTrace) {
+TEST(Frame, UnderFullBlurIsUnseen) {
     openScreen();
     ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 0);
     const Bytes before = pixels();
-    testing::internal::CaptureStdout();
-    ryl_rehearseFrame(WIDTH, HEIGHT, {.windowGrey = 0.5f}, ryl_rehearseInfoText);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_TRUE(ryl_repeatFrame(WIDTH, HEIGHT));
-    EXPECT_EQ(different(pixels(), before, 0), 0);
+    for (const DrawOver& over : {DrawOver(), DrawOver(ryl_rehearseInfoText)}) {
+        testing::internal::CaptureStdout();
+        ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 1, over);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+        EXPECT_EQ(different(pixels(), before, 0), 0);
+    }
     ryl_finishFrame(WIDTH, HEIGHT, {.windowGrey = 1}, 0, ryl_rehearseInfoText);
-    EXPECT_GT(ink(WHITE, pixels(), 0).share, 0.99999) << "it is unseen";
+    EXPECT_GT(ink(WHITE, pixels(), 0).share, 0.99999) << "so is the line itself";
 }
 
 // ---- The demo -----------------------------------------------------------------------------------------------------

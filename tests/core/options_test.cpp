@@ -37,6 +37,18 @@ TEST(Options, TakeTheFirstSizeThatIsNotZero) {
     EXPECT_EQ(optionsOf("-w").size, PixelSize{});
 }
 
+TEST(Delay, IsMillisecondsEitherWayOrIgnoredInALine) {
+    EXPECT_EQ(optionsOf("--delay 120").delay, 120);
+    EXPECT_EQ(optionsOf("--delay -5000").delay, -5000);
+    for (const std::string value : {"5001", "12ms", "x", "99999999999999", "1.5", ""}) {
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(optionsOf("--delay " + value).delay, 0);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  "[/] --delay takes milliseconds from -5000 to 5000, it is ignored: " +
+                      (value.empty() ? "none given" : value) + "\n");
+    }
+}
+
 TEST(Sizes, ThatCannotBeHadAreReplacedByTheDefaultOfTheirUse) {
     constexpr int MAX_SIDE = 2048;
     const struct {
