@@ -1,8 +1,8 @@
 // Paints the icon of the menu entry: the logo's letters on the night, its ribbons running out at the sides.
 
 #include "logo.h"
+#include "painting.h"
 #include "palette.h"
-#include "picture.h"
 
 #include <algorithm>
 #include <cmath>
