@@ -65,7 +65,9 @@ void startPrivateDisplay(int width, int height) {
     close(ends[0]);
     std::atexit(stopServer);
     setenv("DISPLAY", (":" + number).c_str(), 1);
-    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
+    // The second alone does nothing where another vendor's GLX answers first.
+    setenv("__GLX_VENDOR_LIBRARY_NAME", "mesa", 0);
+    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 0);
 }
 
 void signalPrivateDisplay(int signal) { kill(server, signal); }

@@ -3,8 +3,9 @@
 // Starts Xvfb on a free display number and ends it with the process, whichever way the process ends.
 #pragma once
 
-// Makes DISPLAY name a private Xvfb screen of the given size (24 bit) and asks Mesa for its software
-// renderer. A second call does nothing. Ends the test with a message when Xvfb cannot be started within 20 seconds.
+// Makes DISPLAY name a private Xvfb screen of the given size (24 bit) and chooses Mesa's software renderer, if the
+// environment has not chosen: __GLX_VENDOR_LIBRARY_NAME=nvidia draws on that card. A second call does nothing. Ends the
+// test with a message when Xvfb cannot be started within 20 seconds.
 void startPrivateDisplay(int width = 1280, int height = 1024);
 
 // Sends the private display's server a signal: SIGSTOP makes it hang, SIGCONT go on.
