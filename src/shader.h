@@ -39,7 +39,8 @@ int ryl_loadShader(const char* vertexPath, const char* fragmentPath);
 
 // The same with a geometry stage (EXT_geometry_shader4) in front, for primitives of `inputType`, such as
 // GL_TRIANGLES, that emits primitives of `outputType`, such as GL_TRIANGLE_STRIP, with as many vertices as the GL
-// allows. Where the GL lacks the extension that is said in one line and the program is built without the stage.
+// allows. The stage's text says "#extension GL_EXT_geometry_shader4 : enable", without which some drivers do not compile
+// it. Where the GL lacks the extension that is said in one line and the program is built without the stage.
 int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const char* fragmentPath, int inputType,
                         int outputType);
 

@@ -36,6 +36,8 @@ void openTestWindow(int width, int height) {
     int count = 1;
     glutInit(&count, arguments);
     glutInitDisplayMode(GLUT_RGBA | GLUT_DOUBLE | GLUT_DEPTH);
+    // Wholly on the screen: pixels outside of it need not exist.
+    glutInitWindowPosition(0, 0);
     glutInitWindowSize(width, height);
     glutCreateWindow("test");
     // freeglut refuses to handle events of a window without a display callback.
