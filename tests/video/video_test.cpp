@@ -73,6 +73,7 @@ TEST(Video, ARangeIsTheSameEveryTimeAndAPosterIsOneOfItsFrames) {
     }
     // Frames are 25 ms apart: the first at or after 0.61 s is frame 26, the last before 1.5 s is frame 60.
     ASSERT_EQ(pixels[0].size(), 35U * 64 * 36 * 3);
+    EXPECT_NEAR(static_cast<double>(decode(out, "-map 0:a -f s8 -ac 1 -ar 44100").size()) / 44100, 35 * 0.025, 1e-3);
     EXPECT_TRUE(pixels[0] == pixels[1]);
     EXPECT_EQ(video("--size 64x36 --poster 60 " + poster).status, 0);
     EXPECT_TRUE(pixels[0].ends_with(decode(poster, "-f rawvideo -pix_fmt rgb24")));
