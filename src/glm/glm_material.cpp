@@ -71,7 +71,8 @@ void startMaterial(MaterialReader& reader) {
     char line[GLM_TOKEN_SIZE];
     __glmReadLine(reader.text, line, sizeof line);
     // Numbers may be followed by a statement on the same line, which counting does not see.
-    if (++reader.current == reader.counted)
+    ++reader.current;
+    if (reader.current == reader.counted)
         __glmFatalError("glmReadMTL: \"newmtl\" after another statement on its line in file \"%s\"", reader.path);
     char name[GLM_TOKEN_SIZE];
     __glmFirstWord(line, name);

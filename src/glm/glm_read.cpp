@@ -198,6 +198,14 @@ const char* skipWhite(const char* p) {
     return p;
 }
 
+// The end of the keyword, when it is what `p` points to and a blank follows it; else null.
+template <std::size_t Size>
+const char* afterKeyword(const char* p, const char (&keyword)[Size]) {
+    for (const char* expected = keyword; *expected != '\0'; ++expected, ++p)
+        if (*p != *expected) return nullptr;
+    return *p == ' ' ? p : nullptr;
+}
+
 // A face while it is scanned; the first pass only counts its corners.
 struct CountedFace {
     std::uint32_t count = 0;  // of the corners
@@ -211,14 +219,13 @@ struct ScannedFace {
 
 template <bool Texcoord, bool Normal, typename Face>
 const char* scanCorner(const char* p, Face& face) {
+    const auto afterSlash = [](const char* at) { return at != nullptr && *at == '/' ? at + 1 : nullptr; };
     p = face.scan(p, &Corner::position);
-    if constexpr (Texcoord || Normal) {
-        if (p == nullptr || *p++ != '/') return nullptr;
-    }
-    if constexpr (Texcoord) p = face.scan(p, &Corner::texcoord);
+    if constexpr (Texcoord || Normal) p = afterSlash(p);
+    if constexpr (Texcoord) p = p != nullptr ? face.scan(p, &Corner::texcoord) : nullptr;
     if constexpr (Normal) {
-        if (p == nullptr || *p++ != '/') return nullptr;
-        p = face.scan(p, &Corner::normal);
+        p = afterSlash(p);
+        p = p != nullptr ? face.scan(p, &Corner::normal) : nullptr;
     }
     return p;
 }
@@ -311,25 +318,24 @@ void countPlain(ObjReader& reader) {
         return static_cast<const char*>(end);
     };
     scanStatements(reader.text, [&](const char* p) -> const char* {
-        if (p[0] == 'f' && p[1] == ' ') {
+        if (const char* corners = afterKeyword(p, "f")) {
             CountedFace face;
-            p = scanFace(p + 2, face);
-            if (p == nullptr) return nullptr;
+            const char* end = scanFace(corners, face);
+            if (end == nullptr) return nullptr;
             model.numtriangles += face.count - 2;
             reader.group->room += face.count - 2;
-            return p;
+            return end;
         }
-        if (p[0] != 'v') return nullptr;
-        if (p[1] == ' ') return skipLine(p + 1, model.numvertices);
-        if (p[1] == 'n' && p[2] == ' ') return skipLine(p + 2, model.numnormals);
-        if (p[1] == 't' && p[2] == ' ') return skipLine(p + 2, model.numtexcoords);
+        if (const char* position = afterKeyword(p, "v")) return skipLine(position, model.numvertices);
+        if (const char* normal = afterKeyword(p, "vn")) return skipLine(normal, model.numnormals);
+        if (const char* texcoord = afterKeyword(p, "vt")) return skipLine(texcoord, model.numtexcoords);
         return nullptr;
     });
 }
 
 void glmFirstPass(ObjReader& reader) {
     selectOrAddGroup(reader, "default");
-    while (countPlain(reader), nextStatement(reader)) {
+    for (countPlain(reader); nextStatement(reader); countPlain(reader)) {
         char name[GLM_TOKEN_SIZE];
         switch (reader.token[0]) {
         case 'v':
@@ -453,21 +459,21 @@ const char* fillEntry(const char* p, float* array, std::uint32_t& filled, std::u
 void fillPlain(ObjReader& reader, Filled& filled) {
     const GLMmodel& model = *reader.model;
     scanStatements(reader.text, [&](const char* p) -> const char* {
-        if (p[0] == 'f' && p[1] == ' ') {
+        if (const char* corners = afterKeyword(p, "f")) {
             ScannedFace face;
-            p = scanFace(p + 2, face);
-            if (p == nullptr || face.count - 2 > triangleRoom(reader)) return nullptr;
+            const char* end = scanFace(corners, face);
+            if (end == nullptr || face.count - 2 > triangleRoom(reader)) return nullptr;
             startFace(reader);
             for (std::uint32_t i = 2; i < face.count; ++i)
                 addTriangle(reader, filled, face.corners[0], face.corners[i - 1], face.corners[i]);
-            return p;
+            return end;
         }
-        if (*p++ != 'v') return nullptr;
-        if (*p == ' ') return fillEntry<GLM_VECTOR_SIZE>(p, model.vertices, filled.vertices, model.numvertices);
-        if (p[0] == 'n' && *++p == ' ')
-            return fillEntry<GLM_VECTOR_SIZE>(p, model.normals, filled.normals, model.numnormals);
-        if (p[0] == 't' && *++p == ' ')
-            return fillEntry<GLM_TEXCOORD_SIZE>(p, model.texcoords, filled.texcoords, model.numtexcoords);
+        if (const char* position = afterKeyword(p, "v"))
+            return fillEntry<GLM_VECTOR_SIZE>(position, model.vertices, filled.vertices, model.numvertices);
+        if (const char* normal = afterKeyword(p, "vn"))
+            return fillEntry<GLM_VECTOR_SIZE>(normal, model.normals, filled.normals, model.numnormals);
+        if (const char* texcoord = afterKeyword(p, "vt"))
+            return fillEntry<GLM_TEXCOORD_SIZE>(texcoord, model.texcoords, filled.texcoords, model.numtexcoords);
         return nullptr;
     });
 }
@@ -477,7 +483,7 @@ void glmSecondPass(ObjReader& reader) {
     selectGroup(reader, "default");
     for (std::uint32_t i = 0; i < reader.model->nummaterials; ++i)
         reader.materials.emplace(reader.model->materials[i].name, i);
-    while (fillPlain(reader, filled), nextStatement(reader)) {
+    for (fillPlain(reader, filled); nextStatement(reader); fillPlain(reader, filled)) {
         char name[GLM_TOKEN_SIZE];
         switch (reader.token[0]) {
         case 'v':

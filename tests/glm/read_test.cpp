@@ -82,7 +82,7 @@ TEST(Read, Messages) {
 // Text of the pieces that models are made of, whole and damaged, short and longer than what is read at once.
 TEST(Read, EqualsThePlainReader) {
     const std::string lines =
-        "v @ @ @|v @\t@ @\r|vn  @ @ @|vt @ @|g &|g ~ &|#~|usemtl x f & & &|f & & & & &|f & & &\n&|"
+        "v @ @ @|v @\t@ @\r|vn  @ @ @|vnt @ @ @|vt @ @|vtn @ @|g &|g ~ &|#~|usemtl x f & & &|f & & & & &|f & & &\n&|"
         "f &//1 &//1 &//1|f &/7 &/8 &/9 \n|f &/&/1 &/&/1 &/-1/1 &/&/-1#";
     // The long decimals lie at the middle between two floats or so near to it that doubles do not tell.
     const std::string rare =
