@@ -36,6 +36,13 @@ struct Decoder {
     int channels;
 };
 
+// A few bytes can claim a size of many gigabytes. What the file packs are rows as they are stored, one bit for a pixel or
+// more; the passes of an interlaced image take no less.
+void requireEnoughData(const Decoder& decoder) {
+    const std::uint64_t stored = std::uint64_t{decoder.height} * png_get_rowbytes(decoder.png, decoder.info);
+    if (stored / MAX_COMPRESSION > decoder.fileSize) png_error(decoder.png, "Not enough image data");
+}
+
 void requestPlainSamples(const Decoder& decoder, int bitDepth, int colourType) {
     png_set_strip_16(decoder.png);
     const bool packed = colourType == PNG_COLOR_TYPE_PALETTE || (colourType == PNG_COLOR_TYPE_GRAY && bitDepth < 8);
@@ -48,9 +55,6 @@ void requestPlainSamples(const Decoder& decoder, int bitDepth, int colourType) {
 bool makeRows(Decoder& decoder) {
     const std::size_t height = decoder.height;
     const std::size_t rowBytes = png_get_rowbytes(decoder.png, decoder.info);
-    // A few bytes can claim a size of many gigabytes.
-    if (std::uint64_t{height} * rowBytes / MAX_COMPRESSION > decoder.fileSize)
-        png_error(decoder.png, "Not enough image data");
     decoder.pixels = static_cast<png_bytep>(std::calloc(height, rowBytes));
     decoder.rows = static_cast<png_bytepp>(std::calloc(height, sizeof(png_bytep)));
     if (decoder.pixels == nullptr || decoder.rows == nullptr) return false;
@@ -71,6 +75,7 @@ std::int32_t decode(Decoder& decoder) {
     int bitDepth = 0, colourType = 0, interlace = 0;
     png_get_IHDR(decoder.png, decoder.info, &decoder.width, &decoder.height, &bitDepth, &colourType, &interlace,
                  nullptr, nullptr);
+    requireEnoughData(decoder);
     requestPlainSamples(decoder, bitDepth, colourType);
     decoder.channels = png_get_channels(decoder.png, decoder.info);
     if (!makeRows(decoder)) return NO_MEMORY;

@@ -25,12 +25,21 @@ std::string read(decltype(glmReadPPM)* reader, const std::string& path) {
     return errors + std::string(pixels.get(), pixels.get() + width * height * samples);
 }
 
-// A PNG file's bytes: `format` is one of libpng's, `samples` hold the rows from the top.
-std::string pngOf(png_uint_32 format, unsigned width, unsigned height, const std::string& samples) {
-    png_image image{nullptr, PNG_IMAGE_VERSION, width, height, format, 0, 2, 0, ""};
+std::string repeated(const std::string& pixel, int times) {
+    std::string pixels;
+    while (times-- > 0) pixels += pixel;
+    return pixels;
+}
+
+// A PNG file's bytes: `format` is one of libpng's, `samples` hold the rows from the top. A palette of 2 colours has a bit
+// for each pixel, one of 17 a byte.
+std::string pngOf(png_uint_32 format, unsigned width, unsigned height, const std::string& samples,
+                  unsigned colours = 2) {
+    png_image image{nullptr, PNG_IMAGE_VERSION, width, height, format, 0, colours, 0, ""};
+    const std::string palette = "abcdefgh" + std::string(4 * 17, 'z');
     std::string bytes(100000, '\0');
     png_alloc_size_t size = bytes.size();
-    EXPECT_NE(png_image_write_to_memory(&image, bytes.data(), &size, 0, samples.data(), 0, "abcdef"), 0);
+    EXPECT_NE(png_image_write_to_memory(&image, bytes.data(), &size, 0, samples.data(), 0, palette.data()), 0);
     return bytes.substr(0, size);
 }
 
@@ -53,6 +62,10 @@ TEST(Image, Files) {
         {glmReadPNG, pngOf(PNG_FORMAT_GA, 1, 2, "abcd"), "cdab"},  // bottom row first
         {glmReadPNG, pngOf(PNG_FORMAT_LINEAR_Y, 1, 1, "ab"), "b"},
         {glmReadPNG, pngOf(PNG_FORMAT_RGB_COLORMAP, 1, 2, std::string("\0\1", 2)), "defabc"},
+        // Flat images, in as few bytes as there can be.
+        {glmReadPNG, pngOf(PNG_FORMAT_RGB_COLORMAP, 512, 512, std::string(262144, '\0')), repeated("abc", 262144)},
+        {glmReadPNG, pngOf(PNG_FORMAT_RGBA_COLORMAP, 512, 512, std::string(262144, '\0'), 17),
+         repeated("abcd", 262144)},
         // A header that claims 1000000 x 1000000 RGBA pixels, with its right check sum.
         {glmReadPNG,
          std::string(
@@ -60,7 +73,10 @@ TEST(Image, Files) {
              45),
          "PNG error: Not enough image data\n"},
     };
-    for (const auto& test : cases) EXPECT_EQ(read(test.reader, folder.write("a", test.bytes)), test.result);
+    for (const auto& test : cases) {
+        const std::string got = read(test.reader, folder.write("a", test.bytes));
+        EXPECT_TRUE(got == test.result) << got.substr(0, 100);
+    }
 }
 
 TEST(Image, Upload) {
