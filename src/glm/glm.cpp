@@ -22,11 +22,11 @@ GLMgroup* glmAddGroup(GLMmodel* model, const char* name) {
 }
 
 GLMgroup* __glmNewGroup(GLMmodel* model, const char* name) {
+    __glmCount(*model, model->numgroups, 1, "groups");
     auto* group = __glmArray<GLMgroup>(1);
     group->name = __glmCopy(name);
     group->next = model->groups;
     model->groups = group;
-    ++model->numgroups;
     return group;
 }
 

@@ -95,7 +95,7 @@ constexpr float HALF_PI = 1.5707964f;
 void replaceTexcoords(GLMmodel& model, std::uint32_t count) {
     std::free(model.texcoords);
     model.numtexcoords = count;
-    model.texcoords = __glmArray<float>(2 * (count + std::size_t{1}));
+    model.texcoords = __glmEntries(count, GLM_TEXCOORD_SIZE);
 }
 
 // Every corner takes its index among `from` as that of its texture coordinate.

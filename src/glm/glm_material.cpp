@@ -51,7 +51,7 @@ std::uint32_t countMaterials(MaterialReader& reader) {
     while (__glmReadToken(reader.text, reader.token)) {
         if (reader.token[0] == 'n') {
             requireKeyword(reader, "newmtl");
-            ++count;
+            __glmCount(*reader.model, count, 1, "materials");
         }
         __glmSkipLine(reader.text);
     }
@@ -213,7 +213,8 @@ std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name) {
 }
 
 std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name) {
-    for (std::uint32_t i = 0; i < model->numtextures; ++i)
+    const std::uint32_t index = model->numtextures;
+    for (std::uint32_t i = 0; i < index; ++i)
         if (std::strcmp(model->textures[i].name, name) == 0) return i;
 
     GLMtexture texture{.name = nullptr, .id = 0, .width = 1.0f, .height = 1.0f};
@@ -221,7 +222,8 @@ std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name) {
     texture.id = glmLoadTexture(path.get(), true, true, true, true, &texture.width, &texture.height);
     texture.name = __glmCopy(name);
 
-    model->textures = __glmResize(model->textures, model->numtextures + std::size_t{1});
-    model->textures[model->numtextures] = texture;
-    return model->numtextures++;
+    __glmCount(*model, model->numtextures, 1, "textures");
+    model->textures = __glmResize(model->textures, model->numtextures);
+    model->textures[index] = texture;
+    return index;
 }

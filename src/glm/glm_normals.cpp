@@ -53,7 +53,7 @@ void glmFacetNormals(GLMmodel* model) {
     assert(model->vertices != nullptr);
     std::free(model->facetnorms);
     model->numfacetnorms = model->numtriangles;
-    model->facetnorms = __glmArray<float>(3 * (model->numfacetnorms + std::size_t{1}));
+    model->facetnorms = __glmEntries(model->numfacetnorms, GLM_VECTOR_SIZE);
     for (std::uint32_t i = 0; i < model->numtriangles; ++i) {
         GLMtriangle& triangle = model->triangles[i];
         triangle.findex = i + 1;
@@ -122,9 +122,9 @@ const float* facetNormal(const GLMmodel& model, const GLMtriangle& triangle) {
 }
 
 void growBy(NormalMaker& maker, std::uint32_t entries) {
-    maker.model.numnormals += entries;
-    maker.model.normals =
-        __glmResize(maker.model.normals, GLM_VECTOR_SIZE * (maker.model.numnormals + std::size_t{1}));
+    GLMmodel& model = maker.model;
+    __glmCount(model, model.numnormals, entries, "normals");
+    model.normals = __glmResizeEntries(model.normals, model.numnormals, GLM_VECTOR_SIZE);
 }
 
 // Marks the triangles whose facet normals are within the angle of the first one's, and sums those up.
@@ -203,9 +203,11 @@ void glmVertexNormals(GLMmodel* model, float angle, bool keep_existing) {
 
     NormalMaker maker{.model = *model, .keepExisting = keep_existing, .next = model->numnormals + 1};
     if (!keep_existing) {
+        std::uint32_t corners = 0;
+        for (int corner = 0; corner < 3; ++corner) __glmCount(*model, corners, model->numtriangles, "normals");
         std::free(model->normals);
-        model->numnormals = 3 * model->numtriangles;
-        model->normals = __glmArray<float>(3 * (model->numnormals + std::size_t{1}));
+        model->numnormals = corners;
+        model->normals = __glmEntries(model->numnormals, GLM_VECTOR_SIZE);
         maker.next = 1;
     }
     const Members members = membersOf(*model);
@@ -220,5 +222,5 @@ void glmVertexNormals(GLMmodel* model, float angle, bool keep_existing) {
         assignNormals(maker, position, head, sum);
     }
     model->numnormals = maker.next - 1;
-    model->normals = __glmResize(model->normals, 3 * (model->numnormals + std::size_t{1}));
+    model->normals = __glmResizeEntries(model->normals, model->numnormals, GLM_VECTOR_SIZE);
 }

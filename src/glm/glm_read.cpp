@@ -59,7 +59,7 @@ constexpr CornerForm FORMS[] = {
 };
 
 [[noreturn]] void failAtStatement(ObjReader& reader, const char* what) {
-    __glmFatalError("glmReadOBJ: %s in file \"%s\", line %u", what, reader.model->pathname,
+    __glmFatalError("glmReadOBJ: %s in file \"%s\", line %llu", what, reader.model->pathname,
                     __glmLineNumber(reader.text, reader.statement));
 }
 
@@ -122,7 +122,7 @@ int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
 }
 
 [[noreturn]] void failAtCorner(ObjReader& reader, const char* corner, const CornerForm& form) {
-    __glmFatalError("glmReadOBJ: Got \"%s\" instead of a corner \"%s\" in file \"%s\", line %u", corner, form.name,
+    __glmFatalError("glmReadOBJ: Got \"%s\" instead of a corner \"%s\" in file \"%s\", line %llu", corner, form.name,
                     reader.model->pathname, __glmLineNumber(reader.text, reader.statement));
 }
 
@@ -287,34 +287,39 @@ void readLibrary(ObjReader& reader) {
     glmReadMTL(reader.model, name);
 }
 
+void countPosition(GLMmodel& model) { __glmCount(model, model.numvertices, 1, "positions"); }
+void countNormal(GLMmodel& model) { __glmCount(model, model.numnormals, 1, "normals"); }
+void countTexcoord(GLMmodel& model) { __glmCount(model, model.numtexcoords, 1, "texture coordinates"); }
+void countTriangles(ObjReader& reader, std::uint32_t count) {
+    __glmCount(*reader.model, reader.model->numtriangles, count, "triangles");
+    reader.group->room += count;
+}
+
 void countVector(ObjReader& reader) {
     GLMmodel& model = *reader.model;
     const std::string_view token = reader.token;
     if (token == "v")
-        ++model.numvertices;
+        countPosition(model);
     else if (token.starts_with("vn"))
-        ++model.numnormals;
+        countNormal(model);
     else if (token.starts_with("vt"))
-        ++model.numtexcoords;
+        countTexcoord(model);
     else
         __glmFatalError("glmFirstPass(): Unknown token \"%s\".", reader.token);
     __glmSkipLine(reader.text);
 }
 
 void countFace(ObjReader& reader) {
-    readFace(reader, [&](const Corner(&)[3]) {
-        ++reader.model->numtriangles;
-        ++reader.group->room;
-    });
+    readFace(reader, [&](const Corner(&)[3]) { countTriangles(reader, 1); });
 }
 
 // Counts plain statements up to the next other one.
 void countPlain(ObjReader& reader) {
     GLMmodel& model = *reader.model;
-    const auto skipLine = [&](const char* p, std::uint32_t& counter) {
+    const auto skipLine = [&](const char* p, void (*count)(GLMmodel&)) {
         const std::size_t length = std::min(GLM_TOKEN_SIZE - 1, static_cast<std::size_t>(reader.text.end - p));
         const void* end = std::memchr(p, '\n', length);
-        if (end != nullptr) ++counter;
+        if (end != nullptr) count(model);
         return static_cast<const char*>(end);
     };
     scanStatements(reader.text, [&](const char* p) -> const char* {
@@ -322,13 +327,12 @@ void countPlain(ObjReader& reader) {
             CountedFace face;
             const char* end = scanFace(corners, face);
             if (end == nullptr) return nullptr;
-            model.numtriangles += face.count - 2;
-            reader.group->room += face.count - 2;
+            countTriangles(reader, face.count - 2);
             return end;
         }
-        if (const char* position = afterKeyword(p, "v")) return skipLine(position, model.numvertices);
-        if (const char* normal = afterKeyword(p, "vn")) return skipLine(normal, model.numnormals);
-        if (const char* texcoord = afterKeyword(p, "vt")) return skipLine(texcoord, model.numtexcoords);
+        if (const char* position = afterKeyword(p, "v")) return skipLine(position, countPosition);
+        if (const char* normal = afterKeyword(p, "vn")) return skipLine(normal, countNormal);
+        if (const char* texcoord = afterKeyword(p, "vt")) return skipLine(texcoord, countTexcoord);
         return nullptr;
     });
 }
@@ -514,10 +518,10 @@ void glmSecondPass(ObjReader& reader) {
 // ---- the whole ----
 
 void makeArrays(GLMmodel& model) {
-    model.vertices = __glmArray<float>(3 * (model.numvertices + std::size_t{1}));
+    model.vertices = __glmEntries(model.numvertices, GLM_VECTOR_SIZE);
     model.triangles = __glmArray<GLMtriangle>(model.numtriangles);
-    if (model.numnormals > 0) model.normals = __glmArray<float>(3 * (model.numnormals + std::size_t{1}));
-    if (model.numtexcoords > 0) model.texcoords = __glmArray<float>(2 * (model.numtexcoords + std::size_t{1}));
+    if (model.numnormals > 0) model.normals = __glmEntries(model.numnormals, GLM_VECTOR_SIZE);
+    if (model.numtexcoords > 0) model.texcoords = __glmEntries(model.numtexcoords, GLM_TEXCOORD_SIZE);
 }
 
 void requireIndex(const char* kind, std::uint32_t triangle, std::uint32_t index, std::uint32_t count) {

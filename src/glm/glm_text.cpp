@@ -212,9 +212,9 @@ bool __glmAccept(GLMtext& text, char character) {
 
 bool __glmAtWordEnd(GLMtext& text) { return !__glmHas(text, 1) || __glmIsWhite(*text.at) || *text.at == '#'; }
 
-unsigned __glmLineNumber(GLMtext& text, std::uint64_t offset) {
+unsigned long long __glmLineNumber(GLMtext& text, std::uint64_t offset) {
     text.keep = nullptr;
-    unsigned lines = 1;
+    unsigned long long lines = 1;
     for (__glmRewind(text); __glmOffset(text) < offset && __glmHas(text, 1); ++text.at)
         if (*text.at == '\n') ++lines;
     return lines;

@@ -85,7 +85,7 @@ inline std::uint64_t __glmOffset(const GLMtext& text) {
 
 // Number of the line that the place `offset` is in, from 1. Reads all the text before it, and leaves the reading
 // position somewhere.
-unsigned __glmLineNumber(GLMtext& text, std::uint64_t offset);
+unsigned long long __glmLineNumber(GLMtext& text, std::uint64_t offset);
 
 // isspace of the "C" locale.
 inline bool __glmIsWhite(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }

@@ -95,6 +95,14 @@ void* __glmReallocate(void* array, std::size_t count, std::size_t size) {
     return memory;
 }
 
+float* __glmEntries(std::uint32_t count, std::size_t size) {
+    return static_cast<float*>(__glmAllocate(count + std::size_t{1}, size * sizeof(float)));
+}
+
+float* __glmResizeEntries(float* entries, std::uint32_t count, std::size_t size) {
+    return static_cast<float*>(__glmReallocate(entries, count + std::size_t{1}, size * sizeof(float)));
+}
+
 char* __glmCopy(const char* string) {
     char* copy = __glmStrdup(string);
     if (copy == nullptr) __glmFatalError("out of memory (%zu bytes)", std::strlen(string) + 1);

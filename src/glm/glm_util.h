@@ -57,6 +57,17 @@ T* __glmResize(T* array, std::size_t count) {
     return static_cast<T*>(__glmReallocate(array, count, sizeof(T)));
 }
 
+// Entries 0 to `count` of `size` floats each: zeroed ones, and those of `entries` with room for as many.
+float* __glmEntries(std::uint32_t count, std::size_t size);
+float* __glmResizeEntries(float* entries, std::uint32_t count, std::size_t size);
+
+// Adds `more` to one of the model's counts, of what `what` says. What an index cannot tell apart is a fatal error.
+inline void __glmCount(const GLMmodel& model, std::uint32_t& count, std::uint32_t more, const char* what) {
+    constexpr std::uint32_t MOST = GLM_NO_INDEX - 1;
+    if (more > MOST - count) __glmFatalError("more than %u %s in model \"%s\"", MOST, what, model.pathname);
+    count += more;
+}
+
 // A copy for a record; a failed allocation is a fatal error.
 char* __glmCopy(const char* string);
 

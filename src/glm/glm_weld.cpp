@@ -94,7 +94,7 @@ struct Welded {
 };
 
 Welded weld(const float* vectors, std::uint32_t count, float epsilon) {
-    Welded welded{.kept = __glmArray<float>(3 * (count + std::size_t{1})),
+    Welded welded{.kept = __glmEntries(count, GLM_VECTOR_SIZE),
                   .count = 0,
                   .newIndices = Indices(__glmArray<std::uint32_t>(count + std::size_t{1}))};
     std::copy_n(vectors, 3 * (count + std::size_t{1}), welded.kept);
@@ -138,5 +138,5 @@ void glmWeld(GLMmodel* model, float epsilon) {
         }
     std::free(model->vertices);
     model->numvertices = welded.count;
-    model->vertices = __glmResize(welded.kept, 3 * (welded.count + std::size_t{1}));
+    model->vertices = __glmResizeEntries(welded.kept, welded.count, GLM_VECTOR_SIZE);
 }

@@ -54,8 +54,16 @@ int targetSide(int side) {
     return static_cast<int>(std::bit_ceil(static_cast<unsigned>(side)));
 }
 
+// GLU counts the bytes of an image, two for each sample, in an int.
+bool fitsGlu(int width, int height, int samples) {
+    constexpr std::uint64_t MOST = INT32_MAX / 2;
+    return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) <=
+           MOST / static_cast<std::uint64_t>(samples);
+}
+
 // Resamples the image to the given size. False when there is no memory for it.
 bool resample(Image& image, int width, int height) {
+    if (!fitsGlu(image.width, image.height, image.samples) || !fitsGlu(width, height, image.samples)) return false;
     const auto rowBytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(image.samples);
     Pixels pixels(static_cast<unsigned char*>(std::calloc(rowBytes, static_cast<std::size_t>(height))));
     if (pixels == nullptr) return false;
@@ -64,9 +72,10 @@ bool resample(Image& image, int width, int height) {
     glGetIntegerv(GL_PACK_ALIGNMENT, &alignment);
     const bool padded = rowBytes % static_cast<std::size_t>(std::max(alignment, 1)) != 0;
     if (padded) glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    gluScaleImage(image.format, image.width, image.height, GL_UNSIGNED_BYTE, image.pixels.get(), width, height,
-                  GL_UNSIGNED_BYTE, pixels.get());
+    const GLint error = gluScaleImage(image.format, image.width, image.height, GL_UNSIGNED_BYTE, image.pixels.get(),
+                                      width, height, GL_UNSIGNED_BYTE, pixels.get());
     if (padded) glPixelStorei(GL_PACK_ALIGNMENT, alignment);
+    if (error != 0) return false;
     image.pixels = std::move(pixels);
     image.width = width;
     image.height = height;
@@ -167,7 +176,10 @@ std::uint32_t glmLoadTexture(const char* path, bool alpha, bool repeat, bool fil
     glPixelStorei(GL_UNPACK_ALIGNMENT, std::int64_t{image.width} * image.samples % 4 != 0 ? 1 : 4);
     const int width = targetSide(image.width);
     const int height = targetSide(image.height);
-    if ((width != image.width || height != image.height) && !resample(image, width, height)) return 0;
+    if ((width != image.width || height != image.height) && !resample(image, width, height)) {
+        __glmWarning("glmLoadTexture(): no memory to bring image \"%s\" to %d x %d pixels", path, width, height);
+        return 0;
+    }
 
     GLuint id = 0;
     glGenTextures(1, &id);

@@ -1,8 +1,11 @@
+#include "glm/glm_util.h"
 #include "glm_plain_reader.h"
 #include "model_files.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 
@@ -77,6 +80,34 @@ TEST(Read, Messages) {
     }
     const ChildResult result = runInChild([] { glmReadOBJ("/"); });
     EXPECT_EQ(result.errors, "GLM: Fatal Error: glmReadOBJ() failed: can't open data file \"/\".\n");
+}
+
+// Nothing is written for a count that an index cannot tell apart, or for a size that wraps, as products do in 32 bits.
+TEST(Read, WhatDoesNotFit) {
+    constexpr std::uint32_t MOST = GLM_NO_INDEX - 1;
+    const Model model = ModelFiles(POINTS + "f 1 2 3\n").read();
+    const std::string more = "more than 4294967294 ", in = " in model \"" + std::string(model->pathname) + "\"";
+    std::uint32_t count = MOST - 5;
+    const struct {
+        std::function<void()> code;
+        std::string message;
+    } cases[] = {
+        {[&] { __glmCount(*model, count, 5, "x"), __glmCount(*model, count, 1, "triangles"); },
+         more + "triangles" + in},
+        {[&] { __glmCount(*model, count, GLM_NO_INDEX, "triangles"); }, more + "triangles" + in},
+        {[&] { model->numgroups = MOST, glmAddGroup(model.get(), "g"); }, more + "groups" + in},
+        {[&] { model->numtriangles = MOST / 3 + 1, glmVertexNormals(model.get(), 60, false); },
+         more + "normals" + in},
+        {[&] { model->numnormals = MOST - 9, glmVertexNormals(model.get(), 60, true); }, more + "normals" + in},
+        {[] { __glmArray<GLMtriangle>(SIZE_MAX / 4); },
+         "out of memory (" + std::to_string(SIZE_MAX / 4) + " x 44 bytes)"},
+        {[] { __glmEntries(MOST, sizeof(void*) == 4 ? 3 : SIZE_MAX / 4); }, "out of memory (4294967295 x "},
+    };
+    for (const auto& test : cases) {
+        const ChildResult result = runInChild(test.code);
+        EXPECT_EQ(result.errors.substr(0, 18 + test.message.size()), "GLM: Fatal Error: " + test.message);
+        EXPECT_EQ(result.status, 1);
+    }
 }
 
 // Text of the pieces that models are made of, whole and damaged, short and longer than what is read at once.
