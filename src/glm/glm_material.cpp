@@ -80,13 +80,17 @@ void startMaterial(MaterialReader& reader) {
     reader.model->materials[reader.current].name = __glmCopy(name);
 }
 
-// Reads the statement's numbers; without all of them the statement has no effect.
-template <std::size_t Count>
-bool readNumbers(MaterialReader& reader, float (&numbers)[Count]) {
-    for (float& number : numbers) {
-        if (__glmReadFloat(reader.text, number)) continue;
+// Reads the statement's numbers with `read`, a function of glm_text.h; without all of them the statement has no effect.
+// What follows a number is a statement; where there is none, the rest of the line is an argument of another kind, such as
+// the file in "disp bumps.png".
+template <typename Number, std::size_t Count>
+bool readNumbers(MaterialReader& reader, bool (*read)(GLMtext&, Number&), Number (&numbers)[Count]) {
+    const bool lineEnds = __glmAtLineEnd(reader.text);
+    for (std::size_t i = 0; i < Count; ++i) {
+        if (read(reader.text, numbers[i])) continue;
         __glmWarning("glmReadMTL: \"%s\" ignored, its numbers can't be read in file \"%s\"", reader.token,
                      reader.path);
+        if (i == 0 && !lineEnds) __glmSkipLine(reader.text);
         return false;
     }
     return true;
@@ -94,7 +98,7 @@ bool readNumbers(MaterialReader& reader, float (&numbers)[Count]) {
 
 void readColor(MaterialReader& reader, float* color) {
     float numbers[3];
-    if (readNumbers(reader, numbers)) std::copy_n(numbers, 3, color);
+    if (readNumbers(reader, __glmReadFloat, numbers)) std::copy_n(numbers, 3, color);
 }
 
 void ignoreCommand(MaterialReader& reader) {
@@ -119,7 +123,7 @@ void readN(MaterialReader& reader, GLMmaterial& material) {
     float number[1];
     switch (reader.token[1]) {
     case 's':
-        if (!readNumbers(reader, number)) return;
+        if (!readNumbers(reader, __glmReadFloat, number)) return;
         material.shininess = number[0] / MTL_SHININESS;
         material.shininess *= GL_SHININESS_MAX;
         return;
@@ -133,17 +137,14 @@ void readN(MaterialReader& reader, GLMmaterial& material) {
 
 void readDissolve(MaterialReader& reader, GLMmaterial& material) {
     float number[1];
-    if (readNumbers(reader, number)) material.diffuse[3] = number[0];
+    if (readNumbers(reader, __glmReadFloat, number)) material.diffuse[3] = number[0];
 }
 
 void readIllumination(MaterialReader& reader) {
     requireKeyword(reader, "illum");
-    std::int64_t model = 0;
-    if (!__glmReadInteger(reader.text, model))
-        __glmWarning("glmReadMTL: \"%s\" ignored, its number can't be read in file \"%s\"", reader.token,
-                     reader.path);
-    else if (model != ILLUM_SUPPORTED)
-        __glmWarning("illum material ignored: illum %d", static_cast<int>(model));
+    std::int64_t model[1];
+    if (readNumbers(reader, __glmReadInteger, model) && model[0] != ILLUM_SUPPORTED)
+        __glmWarning("illum material ignored: illum %d", static_cast<int>(model[0]));
 }
 
 void readMap(MaterialReader& reader) {

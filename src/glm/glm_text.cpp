@@ -190,6 +190,11 @@ void __glmSkipWhite(GLMtext& text) {
     while (__glmHas(text, 1) && __glmIsWhite(*text.at)) ++text.at;
 }
 
+bool __glmAtLineEnd(GLMtext& text) {
+    while (__glmHas(text, 1) && *text.at != '\n' && __glmIsWhite(*text.at)) ++text.at;
+    return !__glmHas(text, 1) || *text.at == '\n';
+}
+
 bool __glmReadFloat(GLMtext& text, float& value) {
     float number = 0.0f;
     if (!readNumber(text, [&] { return convertFloat(text, number); })) return false;

@@ -66,6 +66,9 @@ void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_S
 
 void __glmSkipWhite(GLMtext& text);
 
+// Moves past the white space that comes next on the line. True when that is all there is on it.
+bool __glmAtLineEnd(GLMtext& text);
+
 // The next number, after white space that may hold line ends. False, with the value unchanged, when the text goes on
 // with something else, all of which stays: fscanf would take a sign without digits away. Integers are decimal with an
 // optional sign; those outside of -2^31 .. 2^32 - 1 are refused.

@@ -48,6 +48,9 @@ TEST(Read, FormsGroupsAndMaterials) {
 }
 
 TEST(Read, Messages) {
+    const auto unread = [](const std::string& keyword) {
+        return "glmReadMTL: \"" + keyword + "\" ignored, its numbers can't be read in file \"@m.mtl\"";
+    };
     const std::string range = "vertex index for triangle 0 out of bounds ";
     const struct {
         std::string obj, mtl;
@@ -68,7 +71,12 @@ TEST(Read, Messages) {
         {POINTS + "v 1 2 3 g a\n", "", 1, "glmReadOBJ: \"g\" after another statement on its line" + AT + "7"},
         {"usemtl red x\n", "", 0, "glmFindMaterial():  can't find material \"red\"."},
         {"vt 0.5\nvt 1 2\n", "", 0, "glmReadOBJ: \"vt\" with one number in file \"@m.obj\", taken as v = 0"},
-        {"", "Kd spectral x\n", 0, "glmReadMTL: \"Kd\" ignored, its numbers can't be read in file \"@m.mtl\""},
+        // Of a line whose first number is none, nothing else is read.
+        {"", "Kd spectral newmtl\n", 0, unread("Kd")},
+        {"", "Ns \t normal.png\n", 0, unread("Ns")},
+        {"", "disp normal.png\n", 0, unread("disp")},
+        {"", "decal noise.png d\n", 0, unread("decal")},
+        {"", "illum normal", 0, unread("illum")},
     };
     for (const auto& test : cases) {
         const ModelFiles files((test.mtl.empty() ? "" : "mtllib m.mtl\n") + test.obj, test.mtl);

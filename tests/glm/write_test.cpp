@@ -14,8 +14,8 @@ const std::string OBJ =
     "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 0 1.5 0\nv 0 0 -0.125\nvn 0 0 -1\nvn 0.6 0.8 0\nvt 0 1\nvt .25 .5\n"
     "usemtl red\nf 1/1/1 2/2/2 3/1/1\ng a\nf 1/1/1 2/-1/2 3/1/1 4/2/-1\nusemtl blue\nf 2/1/1 1/1/1 3/1/2\n"
     "g b c\nf 1/1/1 3/1/1 4/1/2\n";
-// A colour that cannot be read whole changes nothing, and what follows the numbers is a statement.
-const std::string MTL = "Kd .5 .5 .5 0.25\nnewmtl red one\nKd 1 0 0\nKs .1 .2\n.3\nKa 0 0 1\nNs 50\nTr 1\n"
+// A colour that cannot be read whole changes nothing, and what follows the numbers is a statement, as is the next line.
+const std::string MTL = "Kd .5 .5 .5 0.25\nd \t\nnewmtl red one\nKd 1 0 0\nKs .1 .2\n.3\nKa 0 0 1\nNs 50\nTr 1\n"
                         "newmtl blue\nKdx 0 0 1 illum 2\nKd 0.5 x\nNs y\n";
 
 std::string header(const std::string& kind) {
