@@ -35,10 +35,12 @@ void smoothPlainly(GLMmodel& model, float angle) {
         const std::vector<std::uint32_t>& members = trianglesOf[position];
         if (members.empty()) continue;
         const auto facet = [&](std::uint32_t triangle) { return model.facetnorms + std::size_t{3} * (triangle + 1); };
+        const auto hasNoArea = [&](std::uint32_t i) { return glmDot(facet(i), facet(i)) == 0; };
+        const auto last = std::find_if_not(members.rbegin(), members.rend(), hasNoArea);
         float sum[3] = {};
         std::vector<bool> joins(members.size());
         for (std::size_t i = 0; i < members.size(); ++i) {
-            joins[i] = glmDot(facet(members[i]), facet(members.back())) > cosAngle;
+            joins[i] = hasNoArea(members[i]) || glmDot(facet(members[i]), facet(*last)) > cosAngle;
             for (int axis = 0; joins[i] && axis < 3; ++axis) sum[axis] += facet(members[i])[axis];
         }
         glmNormalize(sum);

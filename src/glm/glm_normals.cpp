@@ -127,16 +127,23 @@ void growBy(NormalMaker& maker, std::uint32_t entries) {
     model.normals = __glmResizeEntries(model.normals, model.numnormals, GLM_VECTOR_SIZE);
 }
 
-// Marks the triangles whose facet normals are within the angle of the first one's, and sums those up.
+// Marks the triangles whose facet normals are within the angle of the first one's, and sums those up. Triangles without
+// area take no part in that; they share the sum of the others.
 void average(const GLMmodel& model, GLMnode* head, float cosAngle, float (&sum)[3]) {
+    const auto normalOf = [&](const GLMnode& node) {
+        const GLMtriangle& triangle = model.triangles[node.index];
+        return triangle.findex != GLM_NO_INDEX ? facetNormal(model, triangle) : nullptr;
+    };
+    const auto hasNoArea = [](const float* n) { return n != nullptr && n[0] == 0 && n[1] == 0 && n[2] == 0; };
+    const GLMnode* first = head;
+    while (first->next != nullptr && hasNoArea(normalOf(*first))) first = first->next;
+    const float* firstNormal = normalOf(*first);
+
     std::fill_n(sum, 3, 0.0f);
-    const GLMtriangle& first = model.triangles[head->index];
     for (GLMnode* node = head; node != nullptr; node = node->next) {
-        const GLMtriangle& triangle = model.triangles[node->index];
-        node->averaged = false;
-        if (triangle.findex == GLM_NO_INDEX || first.findex == GLM_NO_INDEX) continue;
-        const float* normal = facetNormal(model, triangle);
-        node->averaged = glmDot(normal, facetNormal(model, first)) > cosAngle;
+        const float* normal = normalOf(*node);
+        const bool comparable = normal != nullptr && firstNormal != nullptr;
+        node->averaged = hasNoArea(normal) || (comparable && glmDot(normal, firstNormal) > cosAngle);
         if (!node->averaged) continue;
         for (int axis = 0; axis < 3; ++axis) sum[axis] += normal[axis];
     }

@@ -108,6 +108,24 @@ TEST(VertexNormals, OfACubeAndASphere) {
     EXPECT_TRUE(cube->numnormals == 8 && sphere->numnormals == 12);
 }
 
+// Triangles without area, the last ones of each position, do not come between the two that make an edge of 17 degrees.
+TEST(VertexNormals, PassOverTrianglesWithoutArea) {
+    const Model model = ModelFiles("v 0 0 0\nv 1 0 0\nv 0 1 0\nv -1 0 .3\nv 5 5 5\n"
+                                   "f 1 2 3\nf 1 3 4\nf 1 3 3\nf 1 1 5\nf 1 2 2\n")
+                            .read();
+    for (const float angle : {60.0f, 120.0f}) {
+        EXPECT_EQ(smooth(model, angle, false), "");
+        EXPECT_EQ(model->numnormals, 5u) << "one for each position";
+        Vec edge{entry(model->facetnorms, 2)};
+        edge[2] += 1;
+        glmNormalize(edge.data());
+        const Vec expected[] = {edge, {0, 0, 1}, edge, entry(model->facetnorms, 2), {0, 0, 0}};
+        forCorners(model, [&](std::uint32_t, std::uint32_t position, const Vec& normal) {
+            expectNear(normal, expected[position - 1]);
+        });
+    }
+}
+
 TEST(VertexNormals, KeepExistingAddsOnlyWhatIsMissing) {
     const Model model =
         ModelFiles("v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 9 9 9\nvn 1 0 0\nf 1//1 2//1 3//1\nf 1 3 4\n").read();
