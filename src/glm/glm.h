@@ -84,8 +84,9 @@ struct GLMmodel {
 // Polygons become fans of triangles. Never null: every failure is fatal. The caller releases it with glmDelete.
 GLMmodel* glmReadOBJ(const char* path);
 
-// Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's materials.
-// Fatal when it cannot be opened. Loads the diffuse texture images that it names (needs a GL context then).
+// Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's materials. Groups
+// and triangles keep their indices; those that the new library does not have become 0. Fatal when it cannot be opened.
+// Loads the diffuse texture images that it names (needs a GL context then).
 void glmReadMTL(GLMmodel* model, const char* name);
 
 // Releases the model (not null), all it owns and its GL textures.

@@ -189,6 +189,14 @@ void readStatement(MaterialReader& reader) {
     }
 }
 
+// Groups and triangles of materials that there are no more take the default one.
+void dropMissingMaterials(GLMmodel& model) {
+    const auto drop = [&](std::uint32_t& material) { material = material < model.nummaterials ? material : 0; };
+    for (GLMgroup* group = model.groups; group != nullptr; group = group->next) drop(group->material);
+    if (model.triangles == nullptr) return;  // the OBJ reader is still counting them
+    for (std::uint32_t i = 0; i < model.numtriangles; ++i) drop(model.triangles[i].material);
+}
+
 }  // namespace
 
 void glmReadMTL(GLMmodel* model, const char* name) {
@@ -201,6 +209,7 @@ void glmReadMTL(GLMmodel* model, const char* name) {
     while (__glmReadToken(reader.text, reader.token)) readStatement(reader);
     // A "newmtl" in what counting took for the start of a line may be part of a name.
     model->nummaterials = reader.current + 1;
+    dropMissingMaterials(*model);
 }
 
 std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name) {

@@ -106,6 +106,19 @@ TEST(Write, EveryModeReadsBack) {
     }
 }
 
+// A smaller library in place of the first: "blue" is gone.
+TEST(Write, AnotherLibrary) {
+    const ModelFiles files(OBJ, MTL);
+    const Model model = readQuietly(files.path);
+    files.folder.write("m.mtl", "newmtl green\n");
+    glmReadMTL(model.get(), "m.mtl");
+    EXPECT_EQ(write(files, model, GLM_MATERIAL), "");
+    const std::string text = contents(files.at("out.obj"));
+    EXPECT_EQ(text.substr(text.find("g  b c")),
+              "g  b c\nusemtl default\nf 1 3 4\n\ng  a\nusemtl green\nf 1 2 3\nf 1 3 4\nf 2 1 3\n\n"
+              "g default\nusemtl green\nf 1 2 3\n\n");
+}
+
 TEST(Write, WhatCannotBeWritten) {
     std::string many;
     for (int i = 0; i < 5000; ++i) many += "v 1 2 3\n";
