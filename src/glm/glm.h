@@ -44,7 +44,7 @@ struct GLMmaterial {
     float diffuse[4];  // red, green, blue, alpha; alpha below 1 is translucent
     float ambient[4];
     float specular[4];
-    float shininess;           // GL specular exponent, 0 .. 128
+    float shininess;           // specular exponent; drawing limits it to the GL's range, 0 .. 128
     std::int32_t map_diffuse;  // index of the diffuse texture, or -1
 };
 

@@ -5,10 +5,12 @@
 
 #include <GL/gl.h>
 
+#include <algorithm>
 #include <cassert>
 
 namespace {
 
+constexpr float GL_SHININESS_MAX = 128.0f;
 constexpr int USES_MATERIAL = GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL;
 
 // What is current while a pass is drawn.
@@ -82,6 +84,11 @@ void bindTexture(const Pass& pass) {
     glBegin(GL_TRIANGLES);
 }
 
+// The GL would refuse any other, and go on with that of the material before.
+float shininessOf(const GLMmaterial& material) {
+    return glmMax(0.0f, std::min(material.shininess, GL_SHININESS_MAX));
+}
+
 void applyMaterial(Pass& pass) {
     pass.materialChanged = false;
     if ((pass.mode & GLM_TEXTURE) != 0 && pass.textureChanged) {
@@ -92,7 +99,7 @@ void applyMaterial(Pass& pass) {
         glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, pass.material->ambient);
         glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, pass.material->diffuse);
         glMaterialfv(GL_FRONT_AND_BACK, GL_SPECULAR, pass.material->specular);
-        glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, pass.material->shininess);
+        glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, shininessOf(*pass.material));
     }
     if ((pass.mode & GLM_COLOR) != 0) glColor3fv(pass.material->diffuse);
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -16,8 +17,8 @@ Model read(const std::string& faces) {
     std::string obj = "mtllib m.mtl\n";
     for (const char* left : {"-1", "-.5", "0", ".5"})
         obj += "v " + std::string(left) + " -1 0\nv 1 -1 0\nv " + left + " 9 0\n";
-    const ModelFiles files(obj + faces, "newmtl red\nKd 1 0 0\nmap_Kd a.ppm\nnewmtl glass\nKd 1 0 0\nd .5\n"
-                                        "newmtl blue\nKd 0 0 1\n");
+    const ModelFiles files(obj + faces, "newmtl red\nKd 1 0 0\nNs 50\nmap_Kd a.ppm\nnewmtl glass\nKd 1 0 0\nd .5\n"
+                                        "newmtl blue\nKd 0 0 1\nNs 101\nnewmtl dull\nNs -1\nnewmtl dark\nNs nan\n");
     files.folder.write("a.ppm", std::string("P6\n2 1\n255\n\0\x88\0\0\0\xff", 17));
     return files.read();
 }
@@ -74,6 +75,18 @@ TEST(Draw, PrintsAndShows) {
             glmDraw(model.get(), test.mode);
         };
         EXPECT_EQ(drawnBy(draw), test.expected) << test.faces;
+    }
+}
+
+TEST(Draw, HandsOverShininessThatTheGLTakes) {
+    openTestWindow(SIDE, SIDE);
+    for (const auto& [name, expected] : {std::pair{"red", 64.0f}, {"blue", 128.0f}, {"dull", 0.0f}, {"dark", 0.0f}}) {
+        const Model model = read("usemtl red\nf 1 2 3\nusemtl " + std::string(name) + "\nf 4 5 6\n");
+        float shininess = 0;
+        glmDraw(model.get(), GLM_MATERIAL);
+        glGetMaterialfv(GL_FRONT, GL_SHININESS, &shininess);
+        EXPECT_EQ(shininess, expected) << name;
+        EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR}) << name;
     }
 }
 
