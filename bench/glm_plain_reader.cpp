@@ -154,10 +154,15 @@ PlainModel fill(std::FILE* file, const Counts& counts) {
         else
             readLine(file);
     }
+    const auto requireIndex = [](std::uint32_t index, std::size_t count) {
+        require(index == GLM_NO_INDEX || index - 1 < count);
+    };
+    const std::size_t texcoords = model.texcoords.size() / 2;
     for (const GLMtriangle& triangle : model.triangles)
         for (int i = 0; i < 3; ++i) {
             require(triangle.vindices[i] - 1 < model.vertices.size() / 3);
-            require(triangle.nindices[i] == GLM_NO_INDEX || triangle.nindices[i] - 1 < model.normals.size() / 3);
+            requireIndex(triangle.nindices[i], model.normals.size() / 3);
+            if (texcoords > 0) requireIndex(triangle.tindices[i], texcoords);
         }
     return model;
 }

@@ -81,7 +81,8 @@ struct GLMmodel {
 // ---- reading ----
 
 // Reads the OBJ file at `path` with its material library and texture images into a new model with facet normals.
-// Polygons become fans of triangles. Never null: every failure is fatal. The caller releases it with glmDelete.
+// Polygons become fans of triangles. Never null: every failure is fatal, an index out of range included; but a file
+// without texture coordinates may have indices of them. The caller releases the model with glmDelete.
 GLMmodel* glmReadOBJ(const char* path);
 
 // Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's materials. Groups

@@ -530,8 +530,9 @@ void requireIndex(const char* kind, std::uint32_t triangle, std::uint32_t index,
                         static_cast<int>(index), static_cast<int>(count));
 }
 
-// Positions have no "none": an index written as -1 is out of bounds. A normal written as -1 is none; the
-// writer gives corners without a normal that form.
+// Positions have no "none": an index written as -1 is out of bounds. A normal or texture coordinate written as -1 is
+// none; the writer gives corners without one that form. In a file without texture coordinates their indices mean nothing,
+// and nothing follows them.
 void validateCorners(const GLMmodel& model) {
     for (std::uint32_t i = 0; i < model.numtriangles; ++i) {
         const GLMtriangle& triangle = model.triangles[i];
@@ -539,6 +540,8 @@ void validateCorners(const GLMmodel& model) {
             if (triangle.nindices[corner] != GLM_NO_INDEX)
                 requireIndex("normal", i, triangle.nindices[corner], model.numnormals);
             requireIndex("vertex", i, triangle.vindices[corner], model.numvertices);
+            if (model.numtexcoords > 0 && triangle.tindices[corner] != GLM_NO_INDEX)
+                requireIndex("texture coordinate", i, triangle.tindices[corner], model.numtexcoords);
         }
     }
 }

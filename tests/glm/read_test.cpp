@@ -60,6 +60,11 @@ TEST(Read, Messages) {
         {POINTS + "f 1//1 2//1 0//1", "", 1, range + "(0 > 5)\n"},
         {POINTS + "f 1 2 3 4\nf 1 2 6", "", 1, "vertex index for triangle 2 out of bounds (6 > 5)\n"},
         {POINTS + "f 9//2 2//1 3//1", "", 1, "normal index for triangle 0 out of bounds (2 > 1)\n"},
+        {POINTS + "vt 0 1\nf 1/1 2/-1 3/99", "", 1,
+         "texture coordinate index for triangle 0 out of bounds (99 > 1)\n"},
+        {POINTS + "vt 0 1\nf 1/0/1 2/1/2 3/1/1", "", 1,
+         "texture coordinate index for triangle 0 out of bounds (0 > 1)\n"},
+        {POINTS + "vt 0 1\nf 1/9/2 2/1/1 3/1/1", "", 1, "normal index for triangle 0 out of bounds (2 > 1)\n"},
         {"mtllib ../\n", "", 1, "glmReadMTL() failed: can't open material file \"@../\"."},
         {POINTS + "f 1/1 2/2 3", "", 1, "glmReadOBJ: Got \"3\" instead of a corner \"v/vt\"" + AT + "7"},
         {POINTS + "f 1 2\nf 1 2 3\n", "", 1, "glmReadOBJ: \"f\" with fewer than three corners" + AT + "7"},
@@ -144,7 +149,7 @@ TEST(Read, EqualsThePlainReader) {
     int refused = 0;
     for (int i = 0; i < 150; ++i) {
         std::string obj = "vn 1 0 0\n";
-        for (int k = 0; k < 100; ++k) obj += "v 1 2 3\n";
+        for (int k = 0; k < 100; ++k) obj += i % 4 == 0 ? "v 1 2 3\n" : "v 1 2 3\nvt 4 5\n";
         for (std::size_t size = obj.size() + (i % 100 == 0 ? 500000 : 500); obj.size() < size; obj += "\n")
             for (const char c : pick(lines)) obj += expand(c);
         for (unsigned edits = random() % 4; edits > 0; --edits) obj.insert(random() % obj.size(), pick(damage));
