@@ -1,7 +1,6 @@
 #include "glm_plain_reader.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -46,11 +45,15 @@ std::string groupName(std::FILE* file) {
 bool readCorner(std::FILE* file, const Form& form, GLMtriangle& triangle, int corner) {
     std::fscanf(file, " ");
     const int first = peek(file);
+    const bool sign = first == '+' || first == '-';
+    const long place = sign ? std::ftell(file) : 0;
     long long n[4] = {0, 0, 0, GLM_NO_INDEX};
     const int got = std::fscanf(file, form.pattern, &n[0], &n[1], &n[2]);
-    if (got <= 0 && (first <= 0 || std::strchr("0123456789+-/", first) == nullptr)) return false;
-    const int next = peek(file);
-    require(got == form.numbers && (next == EOF || next == '#' || std::isspace(next) != 0));
+    if (got <= 0) {
+        if (sign) std::fseek(file, place, SEEK_SET);  // a sign without digits is the next statement's
+        return false;
+    }
+    require(got == form.numbers);
     for (const long long number : n) require(number >= INT32_MIN && number <= UINT32_MAX);
     triangle.vindices[corner] = static_cast<std::uint32_t>(n[0]);
     triangle.tindices[corner] = static_cast<std::uint32_t>(n[form.texcoord]);

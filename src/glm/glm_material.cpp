@@ -144,7 +144,8 @@ void readIllumination(MaterialReader& reader) {
     requireKeyword(reader, "illum");
     std::int64_t model[1];
     if (readNumbers(reader, __glmReadInteger, model) && model[0] != ILLUM_SUPPORTED)
-        __glmWarning("illum material ignored: illum %d", static_cast<int>(model[0]));
+        __glmWarning("illum material ignored: illum %d",
+                     static_cast<int>(std::clamp<std::int64_t>(model[0], INT32_MIN, INT32_MAX)));
 }
 
 void readMap(MaterialReader& reader) {

@@ -51,7 +51,7 @@ struct CornerForm {
 };
 
 constexpr CornerForm POSITION_NORMAL = {"v//vn", 2, {{"", &Corner::position}, {"//", &Corner::normal}}};
-// The other forms; a first corner is of the first one that it matches whole.
+// The other forms; a first corner is of the first one whose numbers it has.
 constexpr CornerForm FORMS[] = {
     {"v/vt/vn", 3, {{"", &Corner::position}, {"/", &Corner::texcoord}, {"/", &Corner::normal}}},
     {"v/vt", 2, {{"", &Corner::position}, {"/", &Corner::texcoord}}},
@@ -62,6 +62,8 @@ constexpr CornerForm FORMS[] = {
     __glmFatalError("glmReadOBJ: %s in file \"%s\", line %llu", what, reader.model->pathname,
                     __glmLineNumber(reader.text, reader.statement));
 }
+
+constexpr const char* USEMTL = "usemtl";
 
 void requireKeyword(const ObjReader& reader, const char* keyword) {
     if (!std::string_view(reader.token).starts_with(keyword))
@@ -108,7 +110,9 @@ void selectGroup(ObjReader& reader, const char* name) {
 
 // ---- faces ----
 
-// Reads the numbers of a corner; returns how many were there.
+constexpr int OUT_OF_RANGE = -1;
+
+// Reads the numbers of a corner; returns how many there were, or OUT_OF_RANGE.
 int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
     for (int i = 0; i < form.count; ++i) {
         const CornerNumber& number = form.numbers[i];
@@ -116,6 +120,7 @@ int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
             if (!__glmAccept(text, character)) return i;
         std::int64_t value = 0;
         if (!__glmReadInteger(text, value)) return i;
+        if (value < INT32_MIN || value > UINT32_MAX) return OUT_OF_RANGE;
         corner.*number.index = static_cast<std::uint32_t>(value);
     }
     return form.count;
@@ -126,16 +131,17 @@ int readNumbers(GLMtext& text, const CornerForm& form, Corner& corner) {
                     reader.model->pathname, __glmLineNumber(reader.text, reader.statement));
 }
 
-// Reads the first corner of a face, a token, which decides the form of the other corners.
+// Reads the first corner of a face, a token, which decides the form of the other corners. Text behind
+// its numbers means nothing.
 const CornerForm& readFirstCorner(ObjReader& reader, Corner& corner) {
     char token[GLM_TOKEN_SIZE];
     if (!__glmReadToken(reader.text, token)) failAtStatement(reader, "\"f\" with fewer than three corners");
     const auto matches = [&](const CornerForm& form) {
         GLMtext text = __glmTextOf(token);
         corner = Corner();
-        if (readNumbers(text, form, corner) < form.count) return false;
-        if (!__glmAtWordEnd(text)) failAtCorner(reader, token, form);
-        return true;
+        const int count = readNumbers(text, form, corner);
+        if (count == OUT_OF_RANGE) failAtCorner(reader, token, form);
+        return count == form.count;
     };
     if (std::strstr(token, "//") != nullptr) {
         if (!matches(POSITION_NORMAL)) failAtCorner(reader, token, POSITION_NORMAL);
@@ -146,21 +152,16 @@ const CornerForm& readFirstCorner(ObjReader& reader, Corner& corner) {
     failAtCorner(reader, token, FORMS[0]);
 }
 
-bool startsCorner(char c) { return __glmIsDigit(c) || c == '+' || c == '-' || c == '/'; }
-
-// Reads a further corner. False when something else follows: the face ends there.
+// Reads a further corner. False when no number follows: the face ends there, with whatever follows instead.
 bool readCorner(ObjReader& reader, const CornerForm& form, Corner& corner) {
     corner = Corner();
     GLMtext& text = reader.text;
     __glmSkipWhite(text);
-    if (!__glmHas(text, 1)) return false;
     text.keep = text.at;
     const int count = readNumbers(text, form, corner);
-    const bool whole = count == form.count && __glmAtWordEnd(text);
     const char* start = std::exchange(text.keep, nullptr);
-    if (whole) return true;
+    if (count == form.count || count == 0) return count != 0;
     text.at = start;
-    if (count == 0 && !startsCorner(*start)) return false;
     char token[GLM_TOKEN_SIZE];
     __glmReadToken(text, token);
     failAtCorner(reader, token, form);
@@ -187,6 +188,8 @@ void readFace(ObjReader& reader, Triangle triangle) {
 
 constexpr std::size_t SCAN_SPAN = 512;  // characters of the window that hold most statements
 constexpr std::size_t SCAN_CORNERS = 8;
+
+bool startsNumber(char c) { return __glmIsDigit(c) || c == '+' || c == '-'; }
 
 const char* skipBlanks(const char* p) {
     while (*p == ' ' || *p == '\t' || *p == '\r') ++p;
@@ -241,7 +244,7 @@ const char* scanCorners(const char* p, Face& face) {
     }
     p = skipWhite(p);
     // Corners may go on in the next line.
-    return face.count < 3 || *p == '\0' || startsCorner(*p) ? nullptr : p;
+    return face.count < 3 || *p == '\0' || startsNumber(*p) ? nullptr : p;
 }
 
 // A face is of the one form that all its corners have; the most frequent one is tried first. A form that does not fit
@@ -349,7 +352,7 @@ void glmFirstPass(ObjReader& reader) {
             readLibrary(reader);
             break;
         case 'u':
-            requireKeyword(reader, "usemtl");
+            requireKeyword(reader, USEMTL);
             __glmSkipLine(reader.text);
             break;
         case 'g':
@@ -410,6 +413,8 @@ void fillVector(ObjReader& reader, Filled& filled) {
 }
 
 void selectMaterial(ObjReader& reader) {
+    // Any other "u" stands behind the numbers of a vector, where counting has not looked.
+    if (!std::string_view(reader.token).starts_with(USEMTL)) return __glmSkipLine(reader.text);
     char name[GLM_TOKEN_SIZE];
     readFirstWord(reader, name);
     if (name[0] == '\0') {

@@ -109,9 +109,9 @@ const char* convertInteger(const GLMtext& text, std::int64_t& value) {
     if (first < text.end && *first == '+') ++first;
     if (first > text.at && first < text.end && *first == '-') return nullptr;
     const auto [end, error] = std::from_chars(first, text.end, value);
-    const bool inRange =
-        value >= std::numeric_limits<std::int32_t>::min() && value <= std::numeric_limits<std::uint32_t>::max();
-    return error == std::errc() && inRange ? end : nullptr;
+    if (error == std::errc::result_out_of_range)
+        value = *first == '-' ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
+    return error != std::errc::invalid_argument ? end : nullptr;
 }
 
 }  // namespace
@@ -214,8 +214,6 @@ bool __glmAccept(GLMtext& text, char character) {
     ++text.at;
     return true;
 }
-
-bool __glmAtWordEnd(GLMtext& text) { return !__glmHas(text, 1) || __glmIsWhite(*text.at) || *text.at == '#'; }
 
 unsigned long long __glmLineNumber(GLMtext& text, std::uint64_t offset) {
     text.keep = nullptr;

@@ -71,15 +71,12 @@ bool __glmAtLineEnd(GLMtext& text);
 
 // The next number, after white space that may hold line ends. False, with the value unchanged, when the text goes on
 // with something else, all of which stays: fscanf would take a sign without digits away. Integers are decimal with an
-// optional sign; those outside of -2^31 .. 2^32 - 1 are refused.
+// optional sign; one that 64 bits cannot hold becomes the nearest that they can.
 bool __glmReadFloat(GLMtext& text, float& value);
 bool __glmReadInteger(GLMtext& text, std::int64_t& value);
 
 // Moves past `character` when it comes next.
 bool __glmAccept(GLMtext& text, char character);
-
-// True at the end of the text, at white space and at a comment.
-bool __glmAtWordEnd(GLMtext& text);
 
 // Place of the reading position in the file.
 inline std::uint64_t __glmOffset(const GLMtext& text) {

@@ -123,7 +123,7 @@ bool readPpmHeader(GLMtext& text, PpmHeader& header) {
         GLMtext words = __glmTextOf(line);
         std::int64_t number = 0;
         while (known < std::size(numbers) && __glmReadInteger(words, number))
-            *numbers[known++] = static_cast<int>(std::min<std::int64_t>(number, INT32_MAX));
+            *numbers[known++] = static_cast<int>(std::clamp<std::int64_t>(number, INT32_MIN, INT32_MAX));
     }
     return true;
 }

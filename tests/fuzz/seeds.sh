@@ -23,6 +23,7 @@ points='v 0 0 0\nv 1.5 0 -1\nv 0 +1000 0.25\nv 1 1 1 1\nvn 0 0 1\nvt 0 1\nvt .5\
 printf "%b" "${points}g o b\nf 1 2 3\ng b\nf 1//1 2//-1 3//1 4//1\ns 1\nf 1/1 2/2 3/1#\n" >obj/forms.obj
 printf "%b" "${points}f 1/1/1 2/2/1\n3/1/1 f 1 2 3\r\ng\r\no x\nf 4 3\n2 1 +1\n" >obj/lines.obj
 printf "%b" "mtllib m.mtl\nv 1 2 3\nusemtl b\nf 1 1 1\n\035Kd 1 0 0\nnewmtl a\nKa 1 1 1\nKs 1 1 1\nNs 50 d .5\n" \
-    "illum 1\nrefl x\nNi 1\nnewmtl b\nmap_Kd m.mtl\nmap_Ka y\nTr 1\n" >obj/materials.obj
+    "illum 1\nrefl x\nNi 1\ndisp normal.png\nnewmtl b\nmap_Kd m.mtl\nmap_Ka y\nTr 1\n" >obj/materials.obj
 printf "%b" "v 0 0 0\nvt .5-g o b\nf 1 1 1\ng o b\n" >obj/sign.obj
+printf "%b" "${points}vnt 1 2 3\nv 5 5 5 unused b\nf 1b 2 3 4cd\nf 1/1/ 2/1 3/1 /\n" >obj/behind.obj
 printf "%b" "${points}f $(printf '3/1/1 4/2/1 %.0s' {1..150})\n" >obj/fan.obj
