@@ -213,13 +213,20 @@ void glmSpheremapTexture(GLMmodel* model);
 
 // ---- writing ----
 
+// Both functions replace files that are there. What is written reads back, but for this:
+//   - Transparency and texture images are not written.
+//   - Numbers have six decimals: below 0.0000005 they become 0.
+//   - Group names gain a blank in front. Names are cut after 126 characters, which is what the reader takes, with a
+//     warning.
+//   - Every library begins with a "default" of its own: the one that is written comes back as a second one, and what is
+//     to be drawn with it takes the first.
+
 // Writes the model (not null) as OBJ text to `path`, with the normals (facet or vertex), texture coordinates and
 // materials that the mode asks for; what the model lacks is dropped with a warning. GLM_MATERIAL also writes the
-// material library into the directory of `path`. Triangles that take their material from a "usemtl" of their own
-// have it in every mode. Six decimals. Group names read back with one more blank in front; names are cut after 126
-// characters, which is what the reader takes. Fatal when a file cannot be opened or written.
+// material library, of the name mtllibname, into the directory of `path`: beside the file that the model was read from it
+// replaces that file's library. Triangles that take their material from a "usemtl" of their own have it in every mode.
+// Fatal when a file cannot be opened or written.
 void glmWriteOBJ(const GLMmodel* model, const char* path, int mode);
 
-// Writes the model's materials as the MTL file `name` into the directory of `path`: colours and shininess, but not
-// alpha and textures.
+// Writes the model's materials as the MTL file `name` into the directory of `path`: colours and shininess.
 void glmWriteMTL(const GLMmodel* model, const char* path, const char* name);

@@ -1,4 +1,4 @@
-// The OBJ and MTL writer. What it writes, the reader takes back.
+// The OBJ and MTL writer. The reader takes its files; glm.h says what they leave out of a model.
 #include "glm/glm.h"
 
 #include "glm/glm_util.h"
@@ -6,6 +6,7 @@
 #include <cassert>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -54,6 +55,19 @@ void printVectors(std::FILE* file, const char* keyword, const float* vectors, in
         printVector(file, keyword, vectors + static_cast<std::size_t>(size) * i, size);
 }
 
+void printName(std::FILE* file, const char* keyword, const char* name) {
+    std::fprintf(file, "%s %.*s\n", keyword, NAME_SIZE, name);
+}
+
+void warnOfCut(const char* caller, const char* kind, const char* name) {
+    if (std::strlen(name) > NAME_SIZE)
+        __glmWarning("%s() warning: %s name \"%s\" cut after %d characters.", caller, kind, name, NAME_SIZE);
+}
+
+void warnOfCutMaterials(const char* caller, const GLMmodel& model) {
+    for (std::uint32_t i = 0; i < model.nummaterials; ++i) warnOfCut(caller, "material", model.materials[i].name);
+}
+
 void printHeader(std::FILE* file, const char* kind) {
     std::fprintf(file,
                  "#  \n"
@@ -97,7 +111,7 @@ void printCorner(std::FILE* file, const GLMtriangle& triangle, int corner, int m
 void printTriangle(std::FILE* file, const GLMmodel& model, const GLMtriangle& triangle, int mode,
                    std::uint32_t& last) {
     if (triangle.material != 0 && triangle.material != last) {
-        std::fprintf(file, "usemtl %.*s\n", NAME_SIZE, materialName(model, triangle.material));
+        printName(file, "usemtl", materialName(model, triangle.material));
         last = triangle.material;
     }
     std::fputc('f', file);
@@ -108,15 +122,36 @@ void printTriangle(std::FILE* file, const GLMmodel& model, const GLMtriangle& tr
 void printGroups(std::FILE* file, const GLMmodel& model, int mode) {
     std::uint32_t last = GLM_NO_INDEX;
     for (const GLMgroup* group = model.groups; group != nullptr; group = group->next) {
-        std::fprintf(file, "g %.*s\n", NAME_SIZE, group->name);
+        warnOfCut("glmWriteOBJ", "group", group->name);
+        printName(file, "g", group->name);
         if ((mode & GLM_MATERIAL) != 0) {
-            std::fprintf(file, "usemtl %.*s\n", NAME_SIZE, materialName(model, group->material));
+            printName(file, "usemtl", materialName(model, group->material));
             last = group->material;
         }
         for (std::uint32_t i = 0; i < group->numtriangles; ++i)
             printTriangle(file, model, model.triangles[group->triangles[i]], mode, last);
         std::fputc('\n', file);
     }
+}
+
+void writeLibrary(const GLMmodel& model, const char* path, const char* name) {
+    const GLMstring library = __glmBeside(path, name);
+    std::FILE* file = std::fopen(library.get(), "w");
+    if (file == nullptr) __glmFatalError("glmWriteMTL() failed: can't open file \"%s\".", library.get());
+
+    printHeader(file, "MTL");
+    std::fputc('\n', file);
+    for (std::uint32_t i = 0; i < model.nummaterials; ++i) {
+        const GLMmaterial& material = model.materials[i];
+        printName(file, "newmtl", material.name);
+        printVector(file, "Ka", material.ambient, 3);
+        printVector(file, "Kd", material.diffuse, 3);
+        printVector(file, "Ks", material.specular, 3);
+        const double shininess = material.shininess / GL_SHININESS_MAX * MTL_SHININESS;
+        printNumbers(file, "Ns", &shininess, 1);
+        std::fputc('\n', file);
+    }
+    close(file, "glmWriteMTL", library.get());
 }
 
 }  // namespace
@@ -127,10 +162,14 @@ void glmWriteOBJ(const GLMmodel* model, const char* path, int mode) {
     std::FILE* file = std::fopen(path, "w");
     if (file == nullptr) __glmFatalError("glmWriteOBJ() failed: can't open file \"%s\" to write.", path);
 
+    warnOfCutMaterials("glmWriteOBJ", *model);
     printHeader(file, "OBJ");
     if ((mode & GLM_MATERIAL) != 0 && model->mtllibname != nullptr) {
-        std::fprintf(file, "\nmtllib %s\n\n", model->mtllibname);
-        glmWriteMTL(model, path, model->mtllibname);
+        char library[NAME_SIZE + 1];
+        std::snprintf(library, sizeof library, "%s", model->mtllibname);
+        warnOfCut("glmWriteOBJ", "library", model->mtllibname);
+        std::fprintf(file, "\nmtllib %s\n\n", library);
+        writeLibrary(*model, path, library);
     }
     std::fprintf(file, "\n# %d vertices\n", static_cast<int>(model->numvertices));
     printVectors(file, "v", model->vertices, 3, model->numvertices);
@@ -152,21 +191,6 @@ void glmWriteOBJ(const GLMmodel* model, const char* path, int mode) {
 }
 
 void glmWriteMTL(const GLMmodel* model, const char* path, const char* name) {
-    const GLMstring library = __glmBeside(path, name);
-    std::FILE* file = std::fopen(library.get(), "w");
-    if (file == nullptr) __glmFatalError("glmWriteMTL() failed: can't open file \"%s\".", library.get());
-
-    printHeader(file, "MTL");
-    std::fputc('\n', file);
-    for (std::uint32_t i = 0; i < model->nummaterials; ++i) {
-        const GLMmaterial& material = model->materials[i];
-        std::fprintf(file, "newmtl %.*s\n", NAME_SIZE, material.name);
-        printVector(file, "Ka", material.ambient, 3);
-        printVector(file, "Kd", material.diffuse, 3);
-        printVector(file, "Ks", material.specular, 3);
-        const double shininess = material.shininess / GL_SHININESS_MAX * MTL_SHININESS;
-        printNumbers(file, "Ns", &shininess, 1);
-        std::fputc('\n', file);
-    }
-    close(file, "glmWriteMTL", library.get());
+    warnOfCutMaterials("glmWriteMTL", *model);
+    writeLibrary(*model, path, name);
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -117,6 +119,24 @@ TEST(Write, AnotherLibrary) {
     EXPECT_EQ(text.substr(text.find("g  b c")),
               "g  b c\nusemtl default\nf 1 3 4\n\ng  a\nusemtl green\nf 1 2 3\nf 1 3 4\nf 2 1 3\n\n"
               "g default\nusemtl green\nf 1 2 3\n\n");
+}
+
+TEST(Write, CutNamesAreNamed) {
+    const std::string whole(125, 'n'), cut = whole + "nx";
+    const ModelFiles files("mtllib m.mtl\ng " + whole + "\ng " + whole + "x\n", "newmtl " + whole + "x\n");
+    const Model model = files.read();
+    const auto warning = [](const std::string& start, const std::string& name) {
+        return "GLM: Warning: " + start + " name \"" + name + "\" cut after 126 characters.\n";
+    };
+    const std::string group = warning("glmWriteOBJ() warning: group", " " + whole + "x");
+    EXPECT_EQ(write(files, model, GLM_MATERIAL), group);
+    for (char** name : {&model->materials[1].name, &model->mtllibname}) std::free(*name), *name = strdup(cut.c_str());
+    EXPECT_EQ(write(files, model, GLM_MATERIAL), warning("glmWriteOBJ() warning: material", cut) +
+                                                     warning("glmWriteOBJ() warning: library", cut) + group);
+    testing::internal::CaptureStderr();
+    glmWriteMTL(model.get(), files.path.c_str(), "m.mtl");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), warning("glmWriteMTL() warning: material", cut));
+    EXPECT_EQ(Model(glmReadOBJ(files.at("out.obj").c_str()))->nummaterials, 3u);
 }
 
 TEST(Write, WhatCannotBeWritten) {
