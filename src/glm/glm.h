@@ -3,7 +3,7 @@
 //   GLMmodel* model = glmReadOBJ("data/cubeobj.obj");   // ends the process when the file cannot be read
 //   glmVertexNormals(model, 60.0f, false);              // smooth edges flatter than 60 degrees
 //   glmDraw(model, GLM_SMOOTH | GLM_MATERIAL);
-//   glmWriteOBJ(model, "smooth.obj", GLM_SMOOTH);
+//   glmWriteOBJ(model, "smooth.obj", GLM_SMOOTH);       // replaces the file, if there is one
 //   glmDelete(model);
 //
 // Needs    the thread that owns the GL context: always for drawing, for glmDelete of a model with textures and
