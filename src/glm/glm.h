@@ -9,7 +9,8 @@
 // Needs    the thread that owns the GL context: always for drawing, for glmDelete of a model with textures and
 //          for the texture functions; for reading only when a material names a texture image.
 // Reports  on standard error: "GLM: Warning: " and goes on, or "GLM: Fatal Error: " and ends the process with
-//          status 1. Preconditions ("not null", index ranges) are assertions. A failed allocation is fatal.
+//          status 1. Preconditions ("not null", index ranges) are assertions. A failed allocation is fatal, unless it is
+//          that of an image: glmLoadTexture then returns 0, glmReadPNG null.
 // Never    knows of the program around it; keeps no reference to a model; uses more than one thread.
 #pragma once
 

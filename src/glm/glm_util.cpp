@@ -19,11 +19,19 @@ void print(const char* prefix, const char* format, std::va_list values) {
     std::fputc('\n', stderr);
 }
 
+// Null when memory is short.
 char* copyOf(const char* text, std::size_t length) {
     auto* copy = static_cast<char*>(std::malloc(length + 1));
     if (copy == nullptr) return nullptr;
     std::memcpy(copy, text, length);
     copy[length] = '\0';
+    return copy;
+}
+
+// Never null.
+char* requireCopyOf(const char* text, std::size_t length) {
+    char* copy = copyOf(text, length);
+    if (copy == nullptr) __glmFatalError("out of memory (%zu bytes)", length + 1);
     return copy;
 }
 
@@ -74,12 +82,12 @@ char* __glmStrStrip(const char* string) {
     string += std::strspn(string, WHITE_SPACE);
     std::size_t length = std::strlen(string);
     while (length > 0 && std::strchr(WHITE_SPACE, string[length - 1]) != nullptr) --length;
-    return length > 0 ? copyOf(string, length) : nullptr;
+    return length > 0 ? requireCopyOf(string, length) : nullptr;
 }
 
 char* __glmDirName(const char* path) {
     const char* slash = std::strrchr(path, '/');
-    return copyOf(path, slash != nullptr ? static_cast<std::size_t>(slash - path) + 1 : 0);
+    return requireCopyOf(path, slash != nullptr ? static_cast<std::size_t>(slash - path) + 1 : 0);
 }
 
 void* __glmAllocate(std::size_t count, std::size_t size) {
@@ -103,18 +111,13 @@ float* __glmResizeEntries(float* entries, std::uint32_t count, std::size_t size)
     return static_cast<float*>(__glmReallocate(entries, count + std::size_t{1}, size * sizeof(float)));
 }
 
-char* __glmCopy(const char* string) {
-    char* copy = __glmStrdup(string);
-    if (copy == nullptr) __glmFatalError("out of memory (%zu bytes)", std::strlen(string) + 1);
-    return copy;
-}
+char* __glmCopy(const char* string) { return requireCopyOf(string, std::strlen(string)); }
 
 GLMstring __glmBeside(const char* path, const char* name) {
     const GLMstring directory(__glmDirName(path));
-    const char* prefix = directory != nullptr ? directory.get() : "";
-    const std::size_t size = std::strlen(prefix) + std::strlen(name) + 1;
+    const std::size_t size = std::strlen(directory.get()) + std::strlen(name) + 1;
     GLMstring result(__glmArray<char>(size));
-    std::snprintf(result.get(), size, "%s%s", prefix, name);
+    std::snprintf(result.get(), size, "%s%s", directory.get(), name);
     return result;
 }
 

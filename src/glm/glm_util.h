@@ -22,8 +22,9 @@
 // Warns of each pending GL error. Needs a GL context.
 void __glmReportErrors();
 
-// New strings, which the caller frees.
-char* __glmStrdup(const char* string);    // null when memory is short
+// New strings, which the caller frees. Only __glmStrdup says that memory is short, with null; for the others that is a
+// fatal error.
+char* __glmStrdup(const char* string);
 char* __glmStrStrip(const char* string);  // without surrounding blanks and line ends; null when nothing remains
 char* __glmDirName(const char* path);     // up to and including the last "/", or empty
 
@@ -68,7 +69,7 @@ inline void __glmCount(const GLMmodel& model, std::uint32_t& count, std::uint32_
     count += more;
 }
 
-// A copy for a record; a failed allocation is a fatal error.
+// A copy, never null; a failed allocation is a fatal error.
 char* __glmCopy(const char* string);
 
 // The directory of `path` followed by `name`.

@@ -3,8 +3,10 @@
 #include "model_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <random>
 #include <string>
@@ -126,6 +128,33 @@ TEST(Read, WhatDoesNotFit) {
         const ChildResult result = runInChild(test.code);
         EXPECT_EQ(result.errors.substr(0, 18 + test.message.size()), "GLM: Fatal Error: " + test.message);
         EXPECT_EQ(result.status, 1);
+    }
+}
+
+// A string that there is no memory for is not taken for an empty one.
+TEST(Read, StringsThatFindNoMemory) {
+    const std::string path = std::string(10000000, 'a') + "/";
+    const auto endWithout = [&](const std::function<bool()>& code) {
+        return runInChild([&] {
+            static rlimit limit{};
+            getrlimit(RLIMIT_AS, &limit);
+            std::atexit([] { setrlimit(RLIMIT_AS, &limit); });  // a sanitizer needs memory to look for leaks
+            const rlimit none{.rlim_cur = 1, .rlim_max = limit.rlim_max};
+            setrlimit(RLIMIT_AS, &none);
+            std::exit(code() ? 2 : 3);
+        });
+    };
+    EXPECT_EQ(endWithout([&] { return __glmStrdup(path.c_str()) == nullptr; }).status, 2);
+    const std::function<bool()> fatal[] = {
+        [&] { return __glmStrStrip(path.c_str()) == nullptr; },
+        [&] { return __glmDirName(path.c_str()) == nullptr; },
+        [&] { return __glmBeside(path.c_str(), "x") == nullptr; },
+        [&] { return __glmCopy(path.c_str()) == nullptr; },
+    };
+    for (const auto& code : fatal) {
+        const ChildResult result = endWithout(code);
+        EXPECT_EQ(result.status, 1);
+        EXPECT_TRUE(result.errors.ends_with("GLM: Fatal Error: out of memory (10000002 bytes)\n")) << result.errors;
     }
 }
 
