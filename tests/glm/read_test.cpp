@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -156,6 +157,13 @@ TEST(Read, StringsThatFindNoMemory) {
         EXPECT_EQ(result.status, 1);
         EXPECT_TRUE(result.errors.ends_with("GLM: Fatal Error: out of memory (10000002 bytes)\n")) << result.errors;
     }
+}
+
+TEST(Read, OpensFilesOf3GiB) {
+    const ModelFiles files("material\n");
+    ASSERT_EQ(truncate(files.path.c_str(), off_t{3} << 30), 0);
+    EXPECT_EQ(runInChild([&] { files.read(); }).errors,
+              "GLM: Fatal Error: glmReadOBJ: Got \"material\" instead of \"mtllib\"\n");
 }
 
 // Text of the pieces that models are made of, whole and damaged, short and longer than what is read at once.
