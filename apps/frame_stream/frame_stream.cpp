@@ -182,13 +182,17 @@ int nextFrame() {
 // The chunk that every PNG file ends with: no data, its name, its checksum.
 constexpr std::array<unsigned char, 12> PNG_END = {0, 0, 0, 0, 'I', 'E', 'N', 'D', 0xae, 0x42, 0x60, 0x82};
 
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
 std::string fileOf(int frame) { return "capture/" + std::to_string(frame) + ".png"; }
 
 // Decodes a whole frame, so that no damage passes. Its rows run from the bottom of the picture to the top;
 // `pixels` takes them top row first.
 void readFrame(int frame, Size size, std::vector<std::uint8_t>& pixels) {
     const std::string name = fileOf(frame);
-    const std::unique_ptr<std::FILE, decltype(&std::fclose)> file(std::fopen(name.c_str(), "rb"), std::fclose);
+    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(name.c_str(), "rb"));
     if (!file) fail("frame %d is missing: %s: %s", frame, name.c_str(), std::strerror(errno));
     std::array<unsigned char, PNG_END.size()> end{};
     std::fseek(file.get(), 0, SEEK_END);

@@ -10,6 +10,7 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -127,7 +128,7 @@ void appendSteps(const std::string& word, std::vector<Step>& steps) {
             step.pitches = {PITCH_OF_UNPITCHED};
             step.velocity = c == 'x' ? DEFAULT_VELOCITY : c == 'X' ? FULL_VELOCITY : c - '0';
         }
-        steps.push_back(step);
+        steps.push_back(std::move(step));
     }
 }
 
