@@ -1,7 +1,7 @@
 // Speed of the model library on a field of a million triangles, each beside a plain implementation of the same.
 #include "glm/glm.h"
-#include "glm_plain.h"
-#include "glm_plain_reader.h"
+#include "plain_geometry.h"
+#include "plain_reader.h"
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -138,10 +138,10 @@ void readLibrary(benchmark::State& state) {
 void readPlain(benchmark::State& state) {
     fieldPath();
     while (state.KeepRunning()) {
-        const auto model = readPlainly(fieldPath().c_str());
+        const auto model = plain::readOBJ(fieldPath().c_str());
         benchmark::DoNotOptimize(model->vertices.data());
     }
-    if (!same(*readPlainly(fieldPath().c_str()), *field())) state.SkipWithError("the readers differ");
+    if (!plain::isSame(*plain::readOBJ(fieldPath().c_str()), *field())) state.SkipWithError("the readers differ");
     countBytes(state);
 }
 
@@ -165,13 +165,13 @@ void smoothLibrary(benchmark::State& state) {
     change(state, field, [](GLMmodel& model) { glmVertexNormals(&model, ANGLE, false); });
 }
 void smoothPlain(benchmark::State& state) {
-    change(state, field, [](GLMmodel& model) { smoothPlainly(model, ANGLE); });
+    change(state, field, [](GLMmodel& model) { plain::vertexNormals(model, ANGLE); });
 }
 void weldLibrary(benchmark::State& state) {
     change(state, splitField, [](GLMmodel& model) { glmWeld(&model, EPSILON); });
 }
 void weldPlain(benchmark::State& state) {
-    change(state, splitField, [](GLMmodel& model) { weldPlainly(model, EPSILON); });
+    change(state, splitField, [](GLMmodel& model) { plain::weld(model, EPSILON); });
 }
 
 BENCHMARK(readLibrary)->Unit(benchmark::kMillisecond);

@@ -1,7 +1,7 @@
 // An OBJ file and its material library in one input. The library reads and refuses what the plain reader does,
 // wherever in the file it stands.
 #include "fuzz.h"
-#include "glm_plain_reader.h"
+#include "plain_reader.h"
 #include "model_files.h"
 
 namespace {
@@ -27,11 +27,11 @@ void feed(const std::string& input) {
     writeFile("m.mtl", mtl);
     // The plain reader does without materials, and fscanf is not of one mind about numbers like "1e": no e, i, x, a, p.
     const bool known = obj.find_first_not_of("\t\n\v\f\r #+-./0123456789bcdfghklnorstuvwz") == std::string::npos;
-    const auto expected = known ? readPlainly(PATH) : std::nullopt;
+    const auto expected = known ? plain::readOBJ(PATH) : std::nullopt;
     const auto read = [&]() -> std::string {
         Model model;
         const bool done = goesOn([&] { model.reset(glmReadOBJ(PATH)); });
-        if (known) assert(done == expected.has_value() && (!done || same(*expected, *model)));
+        if (known) assert(done == expected.has_value() && (!done || plain::isSame(*expected, *model)));
         if (!done) return "refused";
         return {reinterpret_cast<const char*>(model->triangles), model->numtriangles * sizeof *model->triangles};
     };

@@ -1,5 +1,5 @@
 #include "glm/glm_util.h"
-#include "glm_plain_reader.h"
+#include "plain_reader.h"
 #include "model_files.h"
 
 #include <gtest/gtest.h>
@@ -197,9 +197,9 @@ TEST(Read, EqualsThePlainReader) {
             for (const char c : pick(lines)) obj += expand(c);
         for (unsigned edits = random() % 4; edits > 0; --edits) obj.insert(random() % obj.size(), pick(damage));
         const ModelFiles files(obj);
-        const auto plain = readPlainly(files.path.c_str());
+        const auto plain = plain::readOBJ(files.path.c_str());
         if (plain) {
-            ASSERT_TRUE(same(*plain, *files.read())) << obj;
+            ASSERT_TRUE(plain::isSame(*plain, *files.read())) << obj;
             continue;
         }
         const ChildResult result = runInChild([&] { files.read(); });

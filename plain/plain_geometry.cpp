@@ -1,4 +1,4 @@
-#include "glm_plain.h"
+#include "plain_geometry.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,7 +20,7 @@ void store(const std::vector<float>& vectors, float*& array, std::uint32_t& coun
 
 }  // namespace
 
-void smoothPlainly(GLMmodel& model, float angle) {
+void plain::vertexNormals(GLMmodel& model, float angle) {
     const auto cosAngle = static_cast<float>(std::cos(angle * std::numbers::pi / 180.0));
     std::vector<std::vector<std::uint32_t>> trianglesOf(model.numvertices + std::size_t{1});
     for (std::uint32_t i = 0; i < model.numtriangles; ++i)
@@ -55,7 +55,7 @@ void smoothPlainly(GLMmodel& model, float angle) {
     store(normals, model.normals, model.numnormals);
 }
 
-void weldPlainly(GLMmodel& model, float epsilon) {
+void plain::weld(GLMmodel& model, float epsilon) {
     using Cell = std::tuple<long, long, long>;
     std::map<Cell, std::vector<std::uint32_t>> cells;  // of size epsilon: equals are in the same or the next one
     std::vector<float> kept;

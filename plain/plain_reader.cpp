@@ -1,4 +1,4 @@
-#include "glm_plain_reader.h"
+#include "plain_reader.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -130,8 +130,8 @@ void readVector(std::FILE* file, std::vector<float>& array, int size, std::size_
     }
 }
 
-PlainModel fill(std::FILE* file, const Counts& counts) {
-    PlainModel model;
+plain::Model fill(std::FILE* file, const Counts& counts) {
+    plain::Model model;
     for (const auto& [name, triangles] : counts.triangles) model.groups[name].reserve(triangles);
     auto group = counts.triangles.find("default");
     auto* members = &model.groups["default"];
@@ -172,7 +172,7 @@ PlainModel fill(std::FILE* file, const Counts& counts) {
 
 }  // namespace
 
-std::optional<PlainModel> readPlainly(const char* path) {
+std::optional<plain::Model> plain::readOBJ(const char* path) {
     const File file(std::fopen(path, "r"), std::fclose);
     try {
         const Counts counts = count(file.get());
@@ -183,7 +183,7 @@ std::optional<PlainModel> readPlainly(const char* path) {
     }
 }
 
-bool same(const PlainModel& plain, const GLMmodel& model) {
+bool plain::isSame(const Model& plain, const GLMmodel& model) {
     const auto sameArray = [](const std::vector<float>& expected, const float* array, std::size_t size, auto count) {
         return expected.size() == size * count &&
                (count == 0 || std::memcmp(expected.data(), array + size, expected.size() * sizeof(float)) == 0);
