@@ -2,6 +2,7 @@
 
 #include "system.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -15,27 +16,15 @@ namespace {
 // Characters from the start of a keyword to what follows it: "mtllib" or "newmtl" and a separator.
 constexpr std::size_t KEYWORD_LENGTH = 7;
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
 [[noreturn]] void failWithoutMemory() {
     std::puts("couldn't allocate memory");
     std::exit(-1);
 }
 
-long lengthOf(std::FILE* file) {
-    long length = 0;
-    if (std::fseek(file, 0, SEEK_END) == 0) length = std::ftell(file);
-    std::rewind(file);
-    return length > 0 ? length : 0;
-}
-
 // The whole file in one buffer of its length.
 std::string contents(std::FILE* file) {
     try {
-        std::string text(static_cast<std::size_t>(lengthOf(file)), '\0');
+        std::string text(static_cast<std::size_t>(std::max(ryl_bytesLeft(file), 0L)), '\0');
         text.resize(std::fread(text.data(), 1, text.size(), file));
         return text;
     } catch (const std::exception&) {
@@ -73,7 +62,7 @@ int countMaterials(std::string_view text) {
 
 int ryl_loadObjModel(const char* path) {
     std::printf("[*] Loading %s.\n", path);
-    const File file(ryl_openFile(path));
+    const File file = ryl_openFile(path);
     if (file == nullptr) {
         std::printf("Couldn't open %s.\n", path);
         std::exit(-1);
@@ -88,7 +77,7 @@ int ryl_loadObjModel(const char* path) {
 }
 
 void readMtlToObj(const ryl_objModel* model) {
-    const File file(ryl_openFile(model->materialFile));
+    const File file = ryl_openFile(model->materialFile);
     if (file == nullptr) {
         std::printf("[/] Couldn't material file %s.\n", model->materialFile);
         return;

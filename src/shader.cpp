@@ -17,10 +17,6 @@ namespace {
 // A step of building a program; shown when the 0 becomes a 1.
 void trace(const char* step) { dprint(step, 0); }
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
 [[noreturn]] void failToLoad(const char* path) {
     std::printf("[!] Couldn't load shaderfile %s\n", path);
     std::exit(-1);
@@ -95,22 +91,21 @@ void setGeometryParameters(GLuint program, int inputType, int outputType) {
 
 char* loadFile(const char* path) {
     trace("fopen'ing file");
-    const std::unique_ptr<std::FILE, CloseFile> file(ryl_openFile(path));
+    const File file = ryl_openFile(path);
     trace("filehandle NULL check");
     if (!file) failToLoad(path);
     trace("getting filelength");
-    std::fseek(file.get(), 0, SEEK_END);
-    const long length = std::ftell(file.get());
-    if (length < 0) failToLoad(path);
+    const long bytes = ryl_bytesLeft(file.get());
+    if (bytes < 0) failToLoad(path);
+    const auto length = static_cast<std::size_t>(bytes);
     trace("rewinding filestreampointer");
-    std::rewind(file.get());
     trace("allocating memory ");
-    auto* text = static_cast<char*>(std::malloc(static_cast<std::size_t>(length) + 1));
+    auto* text = static_cast<char*>(std::malloc(length + 1));
     if (text == nullptr) {
         std::puts("[!] Couldn't allocate memory");
         std::exit(-1);
     }
-    text[std::fread(text, 1, static_cast<std::size_t>(length), file.get())] = '\0';
+    text[std::fread(text, 1, length, file.get())] = '\0';
     std::printf("[*] shaderfile %s loaded\n", path);
     return text;
 }

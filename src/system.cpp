@@ -21,10 +21,17 @@ bool canAllocate(std::size_t bytes) {
 
 }  // namespace
 
-std::FILE* ryl_openFile(const char* path) {
+File ryl_openFile(const char* path) {
     std::error_code unknown;
     if (std::filesystem::is_directory(path, unknown)) return nullptr;
-    return std::fopen(path, "rb");
+    return File(std::fopen(path, "rb"));
+}
+
+long ryl_bytesLeft(std::FILE* file) {
+    const long here = std::ftell(file);
+    if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return -1;
+    const long end = std::ftell(file);
+    return std::fseek(file, here, SEEK_SET) == 0 ? end - here : -1;
 }
 
 void ryl_systemCheck(int quiet) {

@@ -24,13 +24,9 @@
 
 namespace {
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 struct DestroyImage {
     void operator()(gdImage* image) const { gdImageDestroy(image); }
 };
-using File = std::unique_ptr<std::FILE, CloseFile>;
 using Image = std::unique_ptr<gdImage, DestroyImage>;
 using Bytes = std::unique_ptr<unsigned char[]>;
 using Words = std::unique_ptr<std::uint32_t[]>;
@@ -79,28 +75,19 @@ std::uint32_t texelFromColour(std::uint32_t colour) {
     return alpha << 24 | (colour & RGB);
 }
 
-// Bytes between the file's position and its end; 0 when that cannot be told.
-std::size_t bytesLeft(std::FILE* file) {
-    const long here = std::ftell(file);
-    if (here < 0 || std::fseek(file, 0, SEEK_END) != 0) return 0;
-    const long end = std::ftell(file);
-    if (std::fseek(file, here, SEEK_SET) != 0) return 0;
-    return end > here ? static_cast<std::size_t>(end - here) : 0;
-}
-
 // Whether the PNG file claims more pixels than its bytes can hold: deflate packs at most 1032 bytes into one (RFC 1951),
 // of at most 8 pixels each. libgd would take memory for all of them first.
 bool claimsTooMuch(std::FILE* file) {
     constexpr std::uint64_t MOST_PIXELS_PER_BYTE = std::uint64_t{1032} * 8;
-    const std::size_t bytes = bytesLeft(file);
-    if (bytes == 0) return false;           // not known
+    const long bytes = ryl_bytesLeft(file);
+    if (bytes < 0) return false;            // not known
     std::array<unsigned char, 24> start{};  // the first chunk holds width and height at 16 and 20
     const bool read = std::fread(start.data(), 1, start.size(), file) == start.size();
     std::rewind(file);
     const auto side = [&](std::size_t at) -> std::uint64_t {
         return start[at] * 0x1000000ull + start[at + 1] * 0x10000ull + start[at + 2] * 0x100ull + start[at + 3];
     };
-    return read && side(16) * side(20) / MOST_PIXELS_PER_BYTE > bytes;
+    return read && side(16) * side(20) / MOST_PIXELS_PER_BYTE > static_cast<std::uint64_t>(bytes);
 }
 
 struct Decoded {
@@ -110,7 +97,7 @@ struct Decoded {
 };
 
 Decoded decodePNG(const char* path) {
-    const File file(ryl_openFile(path));
+    const File file = ryl_openFile(path);
     if (!file) return {"file not found.\n"};
     const Image image(claimsTooMuch(file.get()) ? nullptr : gdImageCreateFromPng(file.get()));
     if (!image) return {"Unable to load image"};
@@ -153,7 +140,7 @@ bool readTgaHeader(std::FILE* file, TgaHeader& header) {
 
 // Exactly `count` bytes, or null when the memory cannot be had or the file ends before.
 Bytes readBytes(std::FILE* file, std::size_t count) {
-    if (bytesLeft(file) < count) return nullptr;
+    if (ryl_bytesLeft(file) < static_cast<long>(count)) return nullptr;
     Bytes bytes = allocateBytes(count);
     if (bytes && std::fread(bytes.get(), 1, count, file) != count) bytes.reset();
     return bytes;
@@ -201,7 +188,7 @@ unsigned ryl_loadPNG(const char* path) {
 }
 
 unsigned ryl_loadTGA(const char* path) {
-    File file(ryl_openFile(path));
+    File file = ryl_openFile(path);
     if (!file) {
         std::printf("[! %s] file not found \n", path);
         std::exit(-1);

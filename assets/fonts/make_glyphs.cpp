@@ -4,12 +4,12 @@
 // Uncompressed true-colour, 32 bit: white letters whose alpha is their coverage, bottom row first, so that a
 // letter stands upright on a quad whose texture coordinates grow upwards.
 
+#include "file.h"
 #include "text.h"
 
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <memory>
 #include <vector>
 
 namespace {
@@ -20,10 +20,6 @@ constexpr float EM = 56.0f;        // size of the face in a cell
 constexpr float BASELINE = 45.0f;  // pixels from the top: leaves room for the tails of g and y
 constexpr int BYTES_PER_PIXEL = 4;
 constexpr unsigned char WHITE = 255;
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
 
 Mask letterCell(const char* font, char letter) {
     const std::string text(1, letter);
@@ -68,7 +64,7 @@ int main(int argc, char* argv[]) {
     }
     const std::array<unsigned char, 18> head = header(LETTERS * CELL, CELL);
     const std::vector<unsigned char> pixels = strip(argv[1]);
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(argv[2], "wb"));
+    const File file(std::fopen(argv[2], "wb"));
     if (file && std::fwrite(head.data(), 1, head.size(), file.get()) == head.size() &&
         std::fwrite(pixels.data(), 1, pixels.size(), file.get()) == pixels.size() && std::fflush(file.get()) == 0)
         return 0;

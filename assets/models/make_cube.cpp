@@ -4,20 +4,16 @@
 // and 12 edge strips of four corners each and 8 corner triangles, 44 triangles in all, counter-clockwise seen
 // from outside.
 
+#include "file.h"
+
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 namespace {
 
 constexpr double HALF_EDGE = 1.6;  // scene units; the floor's cells are 10 apart
 constexpr double BEVEL = 0.20;     // how far the bevel reaches in from each face
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
 
 // A corner of the cube is a sign per axis. Each corner has three vertices, one on each of its faces.
 struct Corner {

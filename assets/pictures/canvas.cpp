@@ -1,5 +1,7 @@
 #include "canvas.h"
 
+#include "file.h"
+
 #include <gd.h>
 
 #include <atomic>
@@ -13,9 +15,6 @@ namespace {
 
 constexpr int PNG_LEVEL = 6;  // zlib level: beyond it the files hardly shrink
 
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
 struct FreeImage {
     void operator()(gdImage* image) const { gdImageDestroy(image); }
 };
@@ -115,7 +114,7 @@ void paint(Canvas& canvas, int samples, const Shader& shader) {
 
 bool writePng(const Canvas& canvas, const char* path) {
     const std::unique_ptr<gdImage, FreeImage> image(gdImageCreateTrueColor(canvas.width, canvas.height));
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path, "wb"));
+    const File file(std::fopen(path, "wb"));
     if (!image || !file) {
         std::fprintf(stderr, "[! %s] cannot be written\n", path);
         return false;

@@ -1,5 +1,7 @@
 #include "mp3.h"
 
+#include "file.h"
+
 #include <lame/lame.h>
 
 #include <cstdio>
@@ -11,9 +13,6 @@ constexpr int KILOBITS = 192;
 constexpr int QUALITY = 2;  // of the encoder's 0 (best) to 9 (fastest)
 constexpr size_t PIECE = 1u << 16;
 
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
 struct CloseEncoder {
     void operator()(lame_t encoder) const { lame_close(encoder); }
 };
@@ -78,7 +77,7 @@ bool writeMp3(const Stereo& mix, const Score& score, const std::string& path) {
     std::vector<unsigned char> music = encodeMusic(encoder.get(), mix);
     // The encoder leaves its first frame blank; what it knows only now, delay and padding, goes there.
     const size_t tagFrame = lame_get_lametag_frame(encoder.get(), music.data(), music.size());
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
+    const File file(std::fopen(path.c_str(), "wb"));
     if (!music.empty() && tagFrame > 0 && tagFrame <= music.size() && file && put(file.get(), tags) &&
         put(file.get(), music) && std::fflush(file.get()) == 0)
         return true;
