@@ -174,9 +174,8 @@ void glmFacetNormals(GLMmodel* model);
 // Vertex normals for smooth drawing, and every corner's index of one. At each position the triangles whose facet
 // normals are less than `angle` degrees from that of its last triangle share the normalized sum of these; the others
 // keep their facet normal. Triangles without area count neither as the last one nor in the sum, but their corners share
-// it: (0, 0, 0) where the position has no other triangles. The model (not null) has facet normals. With `keep_existing`
-// corners that have a normal keep it and new normals follow the old ones; else all are replaced. Warns of each position
-// without a triangle.
+// it, (0, 0, 0) where it is empty. The model (not null) has facet normals. With `keep_existing` corners that have a
+// normal keep it and new normals follow the old ones; else all are replaced. Warns of each position without a triangle.
 void glmVertexNormals(GLMmodel* model, float angle, bool keep_existing);
 
 // Centres the positions and scales them into the cube from -1 to 1. The model (not null) has positions. Returns the

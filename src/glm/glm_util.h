@@ -62,7 +62,7 @@ T* __glmResize(T* array, std::size_t count) {
 float* __glmEntries(std::uint32_t count, std::size_t size);
 float* __glmResizeEntries(float* entries, std::uint32_t count, std::size_t size);
 
-// Adds `more` to one of the model's counts, of what `what` says. What an index cannot tell apart is a fatal error.
+// Adds `more` to a count of the model's, of `what`. More than an index can tell apart is a fatal error.
 inline void __glmCount(const GLMmodel& model, std::uint32_t& count, std::uint32_t more, const char* what) {
     constexpr std::uint32_t MOST = GLM_NO_INDEX - 1;
     if (more > MOST - count) __glmFatalError("more than %u %s in model \"%s\"", MOST, what, model.pathname);

@@ -92,17 +92,17 @@ void setParameters(bool repeat, bool filtering, bool mipmaps) {
     glTexParameteri(_glmTextureTarget, GL_TEXTURE_WRAP_T, wrap);
 }
 
-void upload(const Image& image, bool mipmaps) {
+// False when there is no memory for the mipmaps.
+bool upload(const Image& image, bool mipmaps) {
     const auto internalFormat = static_cast<GLint>(image.format);
-    if (mipmaps && gl_sgis_generate_mipmap == 0) {
-        gluBuild2DMipmaps(_glmTextureTarget, internalFormat, image.width, image.height, image.format,
-                          GL_UNSIGNED_BYTE, image.pixels.get());
-        return;
-    }
+    if (mipmaps && gl_sgis_generate_mipmap == 0)
+        return gluBuild2DMipmaps(_glmTextureTarget, internalFormat, image.width, image.height, image.format,
+                                 GL_UNSIGNED_BYTE, image.pixels.get()) == 0;
     // The extension: GL_SGIS_generate_mipmap.
     if (mipmaps) glTexParameteri(_glmTextureTarget, GL_GENERATE_MIPMAP_SGIS, GL_TRUE);
     glTexImage2D(_glmTextureTarget, 0, internalFormat, image.width, image.height, 0, image.format, GL_UNSIGNED_BYTE,
                  image.pixels.get());
+    return true;
 }
 
 // ---- raw PPM (the netpbm format "P6") ----
@@ -176,10 +176,11 @@ std::uint32_t glmLoadTexture(const char* path, bool alpha, bool repeat, bool fil
     glPixelStorei(GL_UNPACK_ALIGNMENT, std::int64_t{image.width} * image.samples % 4 != 0 ? 1 : 4);
     const int width = targetSide(image.width);
     const int height = targetSide(image.height);
-    if ((width != image.width || height != image.height) && !resample(image, width, height)) {
-        __glmWarning("glmLoadTexture(): no memory to bring image \"%s\" to %d x %d pixels", path, width, height);
-        return 0;
-    }
+    const auto fail = [&] {
+        __glmWarning("glmLoadTexture(): no memory for image \"%s\" at %d x %d pixels", path, width, height);
+        return 0u;
+    };
+    if ((width != image.width || height != image.height) && !resample(image, width, height)) return fail();
 
     GLuint id = 0;
     glGenTextures(1, &id);
@@ -187,7 +188,10 @@ std::uint32_t glmLoadTexture(const char* path, bool alpha, bool repeat, bool fil
     const bool flat = _glmTextureTarget == GL_TEXTURE_2D;
     mipmaps = mipmaps && flat;
     setParameters(repeat, filtering, mipmaps);
-    upload(image, mipmaps);
+    if (!upload(image, mipmaps)) {
+        glDeleteTextures(1, &id);
+        return fail();
+    }
     *texcoord_width = flat ? 1.0f : static_cast<float>(image.width);
     *texcoord_height = flat ? 1.0f : static_cast<float>(image.height);
     return id;

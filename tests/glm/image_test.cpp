@@ -1,14 +1,31 @@
 #include "gl_window.h"
+#include "glm/glmimg.h"
 #include "glm/glmimg_png.h"
 #include "model_files.h"
 
 #include <GL/gl.h>
+#include <GL/glu.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
+
+// The test's own definitions come before those in the library.
+bool memoryIsShort = false;
+GLint gluScaleImage(GLenum format, GLsizei width, GLsizei height, GLenum type, const void* pixels, GLsizei newWidth,
+                    GLsizei newHeight, GLenum newType, GLvoid* newPixels) {
+    static const auto scale = reinterpret_cast<decltype(&gluScaleImage)>(dlsym(RTLD_NEXT, "gluScaleImage"));
+    return memoryIsShort ? GLU_OUT_OF_MEMORY
+                         : scale(format, width, height, type, pixels, newWidth, newHeight, newType, newPixels);
+}
+GLint gluBuild2DMipmaps(GLenum target, GLint levels, GLsizei width, GLsizei height, GLenum format, GLenum type,
+                        const void* pixels) {
+    static const auto build = reinterpret_cast<decltype(&gluBuild2DMipmaps)>(dlsym(RTLD_NEXT, "gluBuild2DMipmaps"));
+    return memoryIsShort ? GLU_OUT_OF_MEMORY : build(target, levels, width, height, format, type, pixels);
+}
 
 namespace {
 
@@ -101,6 +118,14 @@ TEST(Image, Upload) {
     EXPECT_EQ(load(ppm("100 60", 6000), true, 1),
               (std::vector<int>{64, 32, GL_LINEAR_MIPMAP_LINEAR, GL_REPEAT, 'x'}));
     EXPECT_EQ(load(ppm("1 5", 5), false, 0), (std::vector<int>{1, 8, GL_NEAREST, GL_CLAMP, 'x'}));
+    memoryIsShort = true;
+    gl_sgis_generate_mipmap = 0;  // GLU makes the mipmaps
+    for (const char* size : {"8 8", "5 8"}) {
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(glmLoadTexture(folder.write("a", ppm(size, 64)).c_str(), true, true, true, true, &width, &height),
+                  0u);
+        EXPECT_TRUE(testing::internal::GetCapturedStderr().ends_with("/a\" at 8 x 8 pixels\n"));
+    }
     _glmTextureTarget = GL_TEXTURE_RECTANGLE;  // keeps sizes and counts pixels
     EXPECT_EQ(load(ppm("5 3", 15), false, 0), (std::vector<int>{5, 3, GL_NEAREST, GL_CLAMP, 'x'}));
     EXPECT_TRUE(width == 5 && height == 3);
