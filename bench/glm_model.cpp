@@ -1,5 +1,5 @@
 // Speed of the model library on a field of a million triangles, each beside a plain implementation of the same.
-#include "glm/glm.h"
+#include "glm/glm_util.h"
 #include "plain_geometry.h"
 #include "plain_reader.h"
 
@@ -19,10 +19,7 @@ namespace {
 
 constexpr int COLUMNS = 1000, ROWS = 500;  // of cells, two triangles each
 
-struct DeleteModel {
-    void operator()(GLMmodel* model) const { glmDelete(model); }
-};
-using Model = std::unique_ptr<GLMmodel, DeleteModel>;
+using Model = GLMowned;
 
 // A file of the field, gone with the process.
 struct FieldFile {

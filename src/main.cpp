@@ -316,7 +316,7 @@ void endFrame(const Demo& demo) {
     glutSwapBuffers();
 }
 
-// ---- Standing still: paused, every frame follows from the same moment, unless a scene changes what it remembers -----
+// ---- Standing still: paused, every frame follows from the same moment, unless a scene changes what it remembers ---
 
 void noteMoment(Demo& demo) {
     const Moment now = {ryl_Get(RYL_TIME), ryl_Get(RYL_PAUSED), ryl_Get(RYL_WIDTH), ryl_Get(RYL_HEIGHT), demo.queue,

@@ -79,7 +79,7 @@ struct GLMmodel {
     GLMtexture* textures;  // one per distinct image name, or null
 };
 
-// ---- reading ----
+// ---- Reading ------------------------------------------------------------------------------------------------------
 
 // Reads the OBJ file at `path` with its material library and texture images into a new model with facet normals.
 // Polygons become fans of triangles. Never null: every failure is fatal, an index out of range included; but a file
@@ -107,7 +107,7 @@ std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name);
 // repeat, filtering and mipmaps). An image that cannot be read gets an entry with id 0, which draws untextured.
 std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name);
 
-// ---- drawing (needs a GL context) ----
+// ---- Drawing (needs a GL context) ---------------------------------------------------------------------------------
 
 // The mode word: what glmDraw sends, and what glmWriteOBJ writes, besides positions.
 constexpr int GLM_NONE = 0;
@@ -129,7 +129,7 @@ void glmDraw(const GLMmodel* model, int mode);
 // Makes a display list of what glmDraw would draw and returns its name; the caller deletes it.
 std::uint32_t glmList(const GLMmodel* model, int mode);
 
-// ---- texture images ----
+// ---- Texture images -----------------------------------------------------------------------------------------------
 
 // Target that textures are bound and uploaded to. The first texture load sets it to GL_TEXTURE_2D; choose
 // another one after that.
@@ -154,7 +154,7 @@ void glmImgInit();
 // 1 when the GL's extension list holds exactly `name`, else 0.
 int glmIsExtensionSupported(const char* name);
 
-// ---- vectors of three floats (none null) ----
+// ---- Vectors of three floats (none null) --------------------------------------------------------------------------
 
 float glmMax(float a, float b);  // a when they are equal
 float glmAbs(float f);           // -0.0 stays -0.0
@@ -165,7 +165,7 @@ void glmNormalize(float* v);
 // True when u and v differ by less than epsilon on each axis.
 bool glmEqual(const float* u, const float* v, float epsilon);
 
-// ---- geometry, in place ----
+// ---- Geometry, in place -------------------------------------------------------------------------------------------
 
 // One unit normal per triangle: counter-clockwise seen from the front points at the viewer. The model (not
 // null) has positions. A triangle without area, or one whose normal overflows, gets (0, 0, 0).
@@ -211,7 +211,7 @@ void glmLinearTexture(GLMmodel* model);
 // without a normal get none. The model (not null) has normals.
 void glmSpheremapTexture(GLMmodel* model);
 
-// ---- writing ----
+// ---- Writing ------------------------------------------------------------------------------------------------------
 
 // Both functions replace files that are there. What is written reads back, but for this:
 //   - Transparency and texture images are not written.

@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr float GL_SHININESS_MAX = 128.0f;
 constexpr int USES_MATERIAL = GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL;
 
 // What is current while a pass is drawn.
@@ -86,7 +85,7 @@ void bindTexture(const Pass& pass) {
 
 // The GL would refuse any other, and go on with that of the material before.
 float shininessOf(const GLMmaterial& material) {
-    return glmMax(0.0f, std::min(material.shininess, GL_SHININESS_MAX));
+    return glmMax(0.0f, std::min(material.shininess, GLM_GL_SHININESS));
 }
 
 void applyMaterial(Pass& pass) {

@@ -83,7 +83,7 @@ void glmReverseWinding(GLMmodel* model) {
     negate(model->normals, model->numnormals);
 }
 
-// ---- texture coordinates ----
+// ---- Texture coordinates ------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -23,10 +23,6 @@ constexpr GLMmaterial DEFAULT_MATERIAL = {
 
 constexpr std::size_t MAP_NAME_SIZE = 4096;
 
-// "Ns" counts to 100, the GL's exponent to 128.
-constexpr float MTL_SHININESS = 100.0f;
-constexpr float GL_SHININESS_MAX = 128.0f;
-
 constexpr int ILLUM_SUPPORTED = 2;  // highlights on
 
 struct MaterialReader {
@@ -124,8 +120,8 @@ void readN(MaterialReader& reader, GLMmaterial& material) {
     switch (reader.token[1]) {
     case 's':
         if (!readNumbers(reader, __glmReadFloat, number)) return;
-        material.shininess = number[0] / MTL_SHININESS;
-        material.shininess *= GL_SHININESS_MAX;
+        material.shininess = number[0] / GLM_MTL_SHININESS;
+        material.shininess *= GLM_GL_SHININESS;
         return;
     case 'i':
         __glmWarning("refraction index ignored");

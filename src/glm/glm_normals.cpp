@@ -72,7 +72,7 @@ void glmFacetNormals(GLMmodel* model) {
     }
 }
 
-// ---- vertex normals ----
+// ---- Vertex normals -----------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -2,8 +2,8 @@
 //
 // A file is taken apart from a reading position: tokens, rests of lines, numbers. These follow the C library's
 // formatted input (fscanf "%127s", fgets, "%f", "%d"), in the "C" locale whatever the program's is. A window of the
-// file is in memory and moves with the reading position, so that a model's text never takes more memory than its
-// arrays. NUL bytes are ordinary bytes that end a C string early. A file that cannot be read on is a fatal error.
+// file is in memory and moves with the reading position: a text is about as large as the arrays that are made of it, so
+// reading it whole would double the memory. NUL bytes are ordinary bytes that end a C string early. A file that cannot be read on is a fatal error.
 #pragma once
 
 #include "glm/glm_util.h"

@@ -37,6 +37,9 @@ Float* __glmVector(Float* vectors, std::uint32_t index) {
     return vectors + GLM_VECTOR_SIZE * index;
 }
 
+// "Ns" of a material counts to 100, the GL's exponent to 128.
+constexpr float GLM_MTL_SHININESS = 100.0f, GLM_GL_SHININESS = 128.0f;
+
 // Deleter of what malloc gave, for owners inside a function.
 struct __glmFree {
     void operator()(void* memory) const { std::free(memory); }
@@ -74,6 +77,12 @@ char* __glmCopy(const char* string);
 
 // The directory of `path` followed by `name`.
 GLMstring __glmBeside(const char* path, const char* name);
+
+// The model's owner inside a function.
+struct __glmDeleteModel {
+    void operator()(GLMmodel* model) const { glmDelete(model); }
+};
+using GLMowned = std::unique_ptr<GLMmodel, __glmDeleteModel>;
 
 // A new group without triangles at the head of the model's list, which holds no group of that name yet.
 GLMgroup* __glmNewGroup(GLMmodel* model, const char* name);

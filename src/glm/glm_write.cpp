@@ -12,8 +12,6 @@ namespace {
 
 constexpr int DECIMALS = 6;     // as "%f" writes
 constexpr int NAME_SIZE = 126;  // longest name that the reader takes whole: its lines hold a blank in front of it
-constexpr double MTL_SHININESS = 100.0;
-constexpr double GL_SHININESS_MAX = 128.0;
 
 int correctedMode(const GLMmodel& model, int mode) {
     const GLMcorrection corrections[] = {
@@ -147,7 +145,7 @@ void writeLibrary(const GLMmodel& model, const char* path, const char* name) {
         printVector(file, "Ka", material.ambient, 3);
         printVector(file, "Kd", material.diffuse, 3);
         printVector(file, "Ks", material.specular, 3);
-        const double shininess = material.shininess / GL_SHININESS_MAX * MTL_SHININESS;
+        const double shininess = double{material.shininess} / GLM_GL_SHININESS * GLM_MTL_SHININESS;
         printNumbers(file, "Ns", &shininess, 1);
         std::fputc('\n', file);
     }

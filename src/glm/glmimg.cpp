@@ -105,7 +105,7 @@ bool upload(const Image& image, bool mipmaps) {
     return true;
 }
 
-// ---- raw PPM (the netpbm format "P6") ----
+// ---- Raw PPM (the netpbm format "P6") -----------------------------------------------------------------------------
 
 struct PpmHeader {
     int width, height, maximum;

@@ -2,16 +2,13 @@
 #pragma once
 
 #include "child.h"
-#include "glm/glm.h"
+#include "glm/glm_util.h"
 #include "temp_dir.h"
 
 #include <memory>
 #include <string>
 
-struct DeleteModel {
-    void operator()(GLMmodel* model) const { glmDelete(model); }
-};
-using Model = std::unique_ptr<GLMmodel, DeleteModel>;
+using Model = GLMowned;
 
 // A folder with "m.obj" and "m.mtl".
 struct ModelFiles {
