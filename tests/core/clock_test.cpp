@@ -119,7 +119,7 @@ TEST(CaptureMode, WritesNumberedFramesOnAClockThatNothingMoves) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "[CAPTURE] frame 1\n[CAPTURE] frame 2\n");
     press(' ');
     for (const int key : {GLUT_KEY_LEFT, GLUT_KEY_RIGHT}) EXPECT_EQ(timeAfter(key, 5000), 50);
-    EXPECT_TRUE(fs::exists("capture/1.png") && fs::exists("capture/2.png"));
+    for (const char* file : {"capture/1.png", "capture/2.png"}) EXPECT_TRUE(fs::exists(file)) << file;
 }
 
 }  // namespace
