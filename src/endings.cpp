@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -22,9 +24,12 @@ constexpr time_t PATIENCE_S = 1;
 constexpr suseconds_t PATIENCE_US = 750'000;
 constexpr suseconds_t FILE_POLL_US = 20'000;
 
-volatile sig_atomic_t noted = 0;
-volatile sig_atomic_t announced = 0;  // the line has been printed
-volatile sig_atomic_t writing = 0;    // a file
+// A handler may run on any thread. Without locks, as it must be there.
+std::atomic<int> noted = 0;
+std::atomic<bool> announced = false;  // the line has been printed
+std::atomic<int> writing = 0;         // files; negative once no more may be begun
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+constexpr int NO_MORE = INT_MIN / 2;
 
 // To be called in a signal handler too: on Linux it is a system call and nothing else.
 void callLater(time_t seconds, suseconds_t microseconds) {
@@ -33,8 +38,8 @@ void callLater(time_t seconds, suseconds_t microseconds) {
 }
 
 void note(int signal) {
-    if (noted != 0) return;
-    noted = signal;
+    int none = 0;
+    if (!noted.compare_exchange_strong(none, signal)) return;
     callLater(PATIENCE_S, PATIENCE_US);
 }
 
@@ -44,8 +49,9 @@ void announceInHandler() {
     std::array<char, sizeof TEXT + 4> line{};
     std::size_t length = 0;
     for (; TEXT[length] != '\0'; ++length) line[length] = TEXT[length];
-    if (noted >= 10) line[length++] = static_cast<char>('0' + noted / 10);
-    line[length++] = static_cast<char>('0' + noted % 10);
+    const int signal = noted;
+    if (signal >= 10) line[length++] = static_cast<char>('0' + signal / 10);
+    line[length++] = static_cast<char>('0' + signal % 10);
     line[length++] = '.';
     line[length++] = '\n';
     pollfd room = {STDOUT_FILENO, POLLOUT, 0};
@@ -55,8 +61,9 @@ void announceInHandler() {
 
 // The time is over: the program hangs in the window system, in the sound, or on its way out.
 void endNow(int) {
-    if (writing != 0) return callLater(0, FILE_POLL_US);
-    if (announced == 0) announceInHandler();
+    int none = 0;
+    if (!writing.compare_exchange_strong(none, NO_MORE)) return callLater(0, FILE_POLL_US);
+    if (!announced) announceInHandler();
     _exit(SIGNAL_STATUS + noted);
 }
 
@@ -102,11 +109,19 @@ void ryl_watchEndings(void) {
     std::set_terminate(endUncaught);
 }
 
-void ryl_endIfAsked(void) {
+void ryl_endIfAsked(void (*finish)(void)) {
     if (noted == 0) return;
-    std::printf("[*] Ended by signal %d.\n", static_cast<int>(noted));
-    announced = 1;
+    finish();
+    std::printf("[*] Ended by signal %d.\n", noted.load());
+    announced = true;
     std::exit(SIGNAL_STATUS + noted);
 }
 
-void ryl_delayEnding(bool isWriting) { writing = isWriting ? 1 : 0; }
+void ryl_delayEnding(bool isWriting) {
+    if (!isWriting) {
+        --writing;
+        return;
+    }
+    if (++writing > 0) return;
+    for (;;) pause();  // the process ends now
+}

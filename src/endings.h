@@ -1,6 +1,6 @@
 // endings.h - the program's ends that are not its own choice: signals, a reader that goes away, no memory
 //
-// Needs    nothing of the GL. One thread.
+// Needs    nothing of the GL. The main thread, but for ryl_delayEnding.
 #pragma once
 
 // From here on SIGINT, SIGTERM and SIGHUP are noted for ryl_endIfAsked, those excepted that were ignored when the program
@@ -12,8 +12,10 @@
 // starts threads before that calls it first; calling it again does no harm.
 void ryl_watchEndings(void);
 
-// Where a signal has been noted: prints "[*] Ended by signal %d." as a line and exits with 128 plus the signal's number.
-void ryl_endIfAsked(void);
+// Where a signal has been noted: calls `finish`, prints "[*] Ended by signal %d." as a line and exits with 128 plus the
+// signal's number.
+void ryl_endIfAsked(void (*finish)(void));
 
-// While a file is being written the process does not end for want of patience: true before, false after. Not nested.
+// While files are being written the process does not end for want of patience: true before one is opened, false when it is
+// closed. Any thread; several may write at once.
 void ryl_delayEnding(bool writing);

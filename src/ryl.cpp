@@ -1,6 +1,7 @@
 #include "ryl.h"
 
 #include "endings.h"
+#include "frame_writer.h"
 #include "options.h"
 #include "ryl_sound.h"
 #include "system.h"
@@ -216,9 +217,8 @@ void captureFrame() {
     static int capture_id = 0;
     CAPTURE_TIMER += TICK_MS;
     ++capture_id;
-    const std::string name = "capture/" + std::to_string(capture_id) + ".png";
-    ryl_screenshot(CAPTURE_W, CAPTURE_H, name.c_str(), CAPTURE_CLEVEL);
-    std::printf("[CAPTURE] frame %d\n", capture_id);
+    const std::string number = std::to_string(capture_id);
+    ryl_handOverFrame(CAPTURE_W, CAPTURE_H, "capture/" + number + ".png", CAPTURE_CLEVEL, "[CAPTURE] frame " + number);
 }
 
 // Milliseconds until the next tick: it is due a period after this one was due, or at once if that is over. So late ticks do
@@ -375,6 +375,7 @@ void ryl_setDemoLength(float seconds) {
     DEMO_LENGTH = 0;
     for (int i = 0; i <= sceneid; ++i)
         DEMO_LENGTH = static_cast<int>(DEMO_LENGTH + static_cast<double>(SCENE_TIME[i]) * 1000.0);
+    ryl_finishFrames();  // their lines stand before this one
     std::printf("DEV: DEMO_LENGTH = %d SCENE_TIME[%d] = %f\n", DEMO_LENGTH, sceneid,
                 static_cast<double>(SCENE_TIME[sceneid]));
     ++sceneid;
@@ -441,7 +442,7 @@ void ryl_handleResize(int width, int height) {
 
 void ryl_update(int) {
     constexpr int AT_ONCE = 0;
-    ryl_endIfAsked();
+    ryl_endIfAsked(ryl_finishFrames);
     const bool capturing = mode() == Mode::capture;
     if (capturing) {
         drawDueFrame();

@@ -1,8 +1,6 @@
 #include "textures.h"
 
-#include "endings.h"
-#include "picture.h"
-#include "png_writer.h"
+#include "screenshot.h"
 #include "system.h"
 
 #include <GL/glew.h>
@@ -146,28 +144,6 @@ Bytes readBytes(std::FILE* file, std::size_t count) {
     return bytes;
 }
 
-// Rows of the picture, four bytes a pixel, as the GL holds them, so nothing is converted.
-struct Rows {
-    Bytes bytes;                  // null where the size, or the memory for it, cannot be had
-    const unsigned char* bottom;  // row
-    std::ptrdiff_t upwards;       // bytes from one row to the one above
-};
-
-// The picture; black where it does not reach.
-Rows readPicture(int width, int height) {
-    constexpr std::size_t PIXEL_BYTES = 4;
-    if (width <= 0 || height <= 0) return {};
-    const std::size_t rowBytes = static_cast<std::size_t>(width) * PIXEL_BYTES;
-    const std::size_t size = rowBytes * static_cast<std::size_t>(height);
-    Bytes bytes = allocateBytes(size);
-    if (!bytes) return {};
-    unsigned char* const first = bytes.get();
-    std::fill_n(first, size, static_cast<unsigned char>(0));
-    const auto step = static_cast<std::ptrdiff_t>(rowBytes);
-    if (ryl_readPicture(width, height, first)) return {std::move(bytes), first + size - rowBytes, -step};
-    return {std::move(bytes), first, step};
-}
-
 }  // namespace
 
 void ryl_decodeAhead(const std::vector<std::string>& paths) {
@@ -227,25 +203,7 @@ unsigned ryl_loadBlack(void) {
 }
 
 void ryl_screenshot(int width, int height, const char* filename, int level) {
-    const Rows rows = readPicture(width, height);
-    if (!rows.bytes) {
-        std::printf("[/] no memory for a picture of %d x %d. screenshot not performed\n", width, height);
-        return;
-    }
-    File file(std::fopen(filename, "wb"));
-    if (!file) {
-        std::printf("couldn't open %s for writing. screenshot not performed\n", filename);
-        return;
-    }
-    if (level > 9 || level < 0) {
-        std::puts("[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo");
-        return;
-    }
-    ryl_delayEnding(true);
-    const bool written = ryl_writePng(file.get(), width, height, rows.bottom, rows.upwards, level);
-    if (std::fclose(file.release()) != 0 || !written) {
-        std::printf("[/] couldn't write %s. screenshot not performed\n", filename);
-        std::remove(filename);
-    }
-    ryl_delayEnding(false);
+    Screenshot shot;
+    ryl_readScreenshot(width, height, shot);
+    ryl_writeScreenshot(shot, filename, level);
 }

@@ -1,5 +1,6 @@
 // The demo clock in its three modes, and the keys. The window's own timer never
 // runs here: ticks are called.
+#include "frame_writer.h"
 #include "gl_window.h"
 #include "ryl.h"
 #include "ryl_sound.h"
@@ -116,6 +117,7 @@ TEST(CaptureMode, WritesNumberedFramesOnAClockThatNothingMoves) {
     ryl_startMusic();
     ryl_update(0);
     ryl_update(0);
+    ryl_finishFrames();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "[CAPTURE] frame 1\n[CAPTURE] frame 2\n");
     press(' ');
     for (const int key : {GLUT_KEY_LEFT, GLUT_KEY_RIGHT}) EXPECT_EQ(timeAfter(key, 5000), 50);

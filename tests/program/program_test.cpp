@@ -230,7 +230,11 @@ TEST(Capture, TwoRunsGiveTheSameBytes) {
         EXPECT_TRUE(program.waitForLine("[CAPTURE] frame " + std::to_string(FRAMES) + "\n")) << program.output();
         kill(program.id(), SIGTERM);
         EXPECT_EQ(program.finish(), TERMINATED);
-        EXPECT_TRUE(program.output().ends_with("[*] Ended by signal 15.\n")) << program.output();
+        // Every file is announced, and nothing comes after the last line.
+        const auto files = std::distance(fs::directory_iterator(directory->path() / "capture"), {});
+        EXPECT_TRUE(program.output().ends_with("[CAPTURE] frame " + std::to_string(files) +
+                                               "\n[*] Ended by signal 15.\n"))
+            << program.output();
     }
     for (int frame = 1; frame <= FRAMES; ++frame) {
         const std::string file = "capture/" + std::to_string(frame) + ".png";
