@@ -66,6 +66,7 @@ struct Demo {
     unsigned cubeList = 0;  // the model as drawn, flat
 
     SceneMemory memory = {};
+    bool unseen = false;  // the frame leaves nothing in the picture of any frame that is kept
     Moment moment = {};   // of the frame before
     int stillFrames = 0;  // in a row that had the moment of the one before
 };
@@ -79,6 +80,7 @@ struct Scene {
     float level;       // grey of the window behind the scene: its pictures fade to it
     float targetGrey;  // grey, and alpha, of the empty scene target. Transparent black shows what is behind.
     void (*draw)(const SceneFrame& frame, Demo& demo);
+    void (*remember)(float t, SceneMemory& memory) = nullptr;  // what drawing remembers, without drawing; null: nothing
 };
 
 constexpr const char* GREETINGS[] = {
@@ -87,13 +89,24 @@ constexpr const char* GREETINGS[] = {
     "love to all who share what they make, and to all who watch         code, graphics and sound by the ryl crew. good night",
 };
 
+template <int GREETING>
+void drawGreeting(const SceneFrame& frame, Demo& demo) {
+    drawCubeField(frame, GREETINGS[GREETING], demo.memory.seed[GREETING]);
+}
+template <int GREETING>
+void rememberGreeting(float t, SceneMemory& memory) {
+    memory.seed[GREETING] = seedAfterCubeField(t, memory.seed[GREETING]);
+}
+void drawOpening(const SceneFrame& frame, Demo& demo) { drawRibbons(frame, demo.images, demo.memory.scale); }
+void rememberOpening(float t, SceneMemory& memory) { memory.scale = zoomAfterRibbons(t, memory.scale); }
+
 constexpr Scene TIMELINE[] = {
-    {10.4f, WHITE, WHITE, [](const SceneFrame& f, Demo& d) { drawRibbons(f, d.images, d.memory.scale); }},
-    {20.4f, WHITE, BLACK, [](const SceneFrame& f, Demo& d) { drawCubeField(f, GREETINGS[0], d.memory.seed[0]); }},
+    {10.4f, WHITE, WHITE, drawOpening, rememberOpening},
+    {20.4f, WHITE, BLACK, drawGreeting<0>, rememberGreeting<0>},
     {30.4f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, false); }},
-    {20.4f, WHITE, BLACK, [](const SceneFrame& f, Demo& d) { drawCubeField(f, GREETINGS[1], d.memory.seed[1]); }},
+    {20.4f, WHITE, BLACK, drawGreeting<1>, rememberGreeting<1>},
     {25.0f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, true); }},
-    {25.4f, WHITE, BLACK, [](const SceneFrame& f, Demo& d) { drawCubeField(f, GREETINGS[2], d.memory.seed[2]); }},
+    {25.4f, WHITE, BLACK, drawGreeting<2>, rememberGreeting<2>},
     {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // the end: CLOSING_S into it the program is over
     {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // from here on only by "-s"
     {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},
@@ -252,12 +265,36 @@ void load(Demo& demo) {
     if (demo.progress >= 2 * barHalf() && isEverythingLoaded(demo)) startTimeline(demo);
 }
 
+// ---- Frames that are not kept -------------------------------------------------------------------------------------
+//
+// Where colours rest, the motion blur keeps a trace of what they came from for as long as they rest, because it rounds: 22
+// stays 22, and 23 stays 23, under either. The white that a scene fades to and the black of the cut behind it wipe that out,
+// so a picture depends on no frame before the end of the scene before.
+
+// Where the scene of that demo time begins, seconds; the first at 0.
+float startOfScene(float time) {
+    float start = 0;
+    for (const Scene& scene : TIMELINE) {
+        if (start + scene.sceneTime >= time) break;
+        start += scene.sceneTime;
+    }
+    return start;
+}
+
+// Whether the frame at demo time `ms` leaves nothing in the pictures that are kept.
+bool isUnseen(float ms) {
+    constexpr float MS = 1000, FADE_S = 1;  // and the cut, which is over by then as well
+    const auto keptFrom = static_cast<float>(ryl_keptFrom());
+    return ms < keptFrom && ms < MS * (startOfScene(keptFrom / MS - FADE_S) - FADE_S);
+}
+
 // ---- One frame ----------------------------------------------------------------------------------------------------
 //
 // Every clear uses the colour that was set before it: the scene target is cleared to the grey that the frame before left
 // in gColor, the window to the one that the frame before left in windowGrey, or that its scene lays out.
 
 void beginFrame(Demo& demo) {
+    demo.unseen = isUnseen(ryl_Get(RYL_TIME));
     demo.layers = {.windowGrey = demo.windowGrey};
     demo.bar = 0;
     demo.windowGrey = demo.gColor;
@@ -267,10 +304,11 @@ void beginFrame(Demo& demo) {
     glTranslatef(0, 0, -RYL_CAMERA_Z);
 }
 
-// Binds the scene target. Returns its texture.
+// Binds the scene target, if there is something to be drawn on it. Returns its texture.
 unsigned beginScene(Demo& demo, float level) {
     demo.gColor = level;
     demo.mblur = SCENE_BLUR;
+    if (demo.unseen) return 0;
     return ryl_enableFBO(demo.FBO, demo.gColor, demo.gColor, demo.gColor);
 }
 
@@ -297,7 +335,10 @@ void playScene(Demo& demo, int k) {
     const Scene& scene = TIMELINE[k];
     const auto t = static_cast<float>(ryl_Get(RYL_TIME) / 1000.0 - demo.loadingTime);
     const unsigned picture = beginScene(demo, scene.level);
-    scene.draw({t, demo.cubeList}, demo);
+    if (!demo.unseen)
+        scene.draw({t, demo.cubeList}, demo);
+    else if (scene.remember != nullptr)
+        scene.remember(t, demo.memory);
     demo.gColor = scene.targetGrey;
     layOut(demo, layersOf(demo, scene, t, picture));
     if (k == CLOSING_SCENE && t > CLOSING_S) std::exit(0);
@@ -305,6 +346,7 @@ void playScene(Demo& demo, int k) {
 }
 
 void endFrame(const Demo& demo) {
+    if (demo.unseen) return;
     const bool paused = ryl_Get(RYL_PAUSED) != 0;
     const auto drawOver = [&] {
         if (demo.bar > 0) drawBar(demo.bar);

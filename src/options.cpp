@@ -5,7 +5,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
@@ -20,6 +20,7 @@ constexpr char HELP[] =
     "  -m                   silent: no sound, a clock of its own\n"
     "  -s SCENE             start at scene 1, 3, 5 (greetings), 2, 4 (walls) or 6 (the end)\n"
     "  -c LEVEL             capture: each 25 ms become capture/1.png, 2.png ...; PNG level 0 to 9\n"
+    "  --from-frame N       capture frame N and what follows; those before it are not written\n"
     "  --delay MS           show the picture later than the sound by MS milliseconds, or earlier: --delay -80\n"
     "  --help, --version    print this, or the version, and end\n"
     "\n"
@@ -27,11 +28,25 @@ constexpr char HELP[] =
 
 constexpr int MIN_SIDE = 2;  // pixels; GLUT never draws a window that is one pixel wide or high
 
+// The whole of `text` as a number; nothing where it is none.
+std::optional<int> wholeNumber(const char* text) {
+    const std::string_view digits = text == nullptr ? "" : text;
+    int number = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+    return number;
+}
+
+int frameNumber(const char* value) {
+    const std::optional<int> number = wholeNumber(value);
+    if (number >= 1) return *number;
+    std::puts("[!] --from-frame <number from 1>");
+    std::exit(-1);
+}
+
 int delayOf(const char* value) {
-    int delay = 0;
-    const char* end = value != nullptr ? value + std::strlen(value) : nullptr;
-    const auto [read, error] = std::from_chars(value, end, delay);
-    if (value != nullptr && error == std::errc() && read == end && std::abs(delay) <= RYL_MAX_DELAY) return delay;
+    const std::optional<int> delay = wholeNumber(value);
+    if (delay && *delay >= -RYL_MAX_DELAY && *delay <= RYL_MAX_DELAY) return *delay;
     std::printf("[/] --delay takes milliseconds from -%d to %d, it is ignored: %s\n", RYL_MAX_DELAY, RYL_MAX_DELAY,
                 value != nullptr ? value : "none given");
     return 0;
@@ -52,6 +67,7 @@ void readOption(std::string_view option, const char* value, Options& options) {
         options.level = std::atoi(value);
         options.capture = true;
     }
+    if (option == "--from-frame") options.fromFrame = frameNumber(value);
     if (option == "-s" && value != nullptr) options.scene = std::atoi(value);
     if (option == "--delay") options.delay = delayOf(value);
 }

@@ -19,6 +19,7 @@ struct Options {
     int level = 0;           // PNG compression, the value of "-c"; not judged here
     int scene = 0;           // "-s"
     int delay = 0;           // "--delay": of the picture against the sound, milliseconds
+    int fromFrame = 1;       // "--from-frame": the first that is captured, from 1
 };
 
 constexpr int RYL_MAX_DELAY = 5000;  // milliseconds, either way
@@ -27,8 +28,8 @@ constexpr int RYL_MAX_DELAY = 5000;  // milliseconds, either way
 void ryl_printHelpOrVersion(int argc, const char* const* argv);
 
 // Reads argv[1] to argv[argc - 1]. Each is tested as an option, the values of other options included; unknown ones are
-// ignored. "-c" as the last one ends the process with -1 after a message. A "--delay" that is no whole number, or beyond
-// RYL_MAX_DELAY, is ignored with a "[/]" line.
+// ignored. "-c" as the last one, and "--from-frame" without a number from 1 behind it, end the process with -1 after a
+// message. A "--delay" that is no whole number, or beyond RYL_MAX_DELAY, is ignored with a "[/]" line.
 Options ryl_readOptions(int argc, const char* const* argv);
 
 // What a size is used for.

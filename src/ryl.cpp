@@ -4,6 +4,7 @@
 #include "frame_writer.h"
 #include "options.h"
 #include "ryl_sound.h"
+#include "swap_interval.h"
 #include "system.h"
 #include "textures.h"
 
@@ -59,6 +60,8 @@ Mode mode() {
     return SOUND_ON != 0 ? Mode::sound : Mode::silent;
 }
 
+int firstKeptFrame = 1;  // "--from-frame"
+
 // ---- Start-up -----------------------------------------------------------------------------------------------------
 
 std::string gameMode(const PixelSize& size) {
@@ -74,6 +77,7 @@ void takeOptions(const Options& options) {
     CAPTURE_H = options.size.height;
     S_SCENE = options.scene;
     PICTURE_DELAY = options.delay;
+    firstKeptFrame = options.fromFrame;
 }
 
 void printResolution(const PixelSize& asked) {
@@ -217,6 +221,7 @@ void captureFrame() {
     static int capture_id = 0;
     CAPTURE_TIMER += TICK_MS;
     ++capture_id;
+    if (capture_id < firstKeptFrame) return;
     const std::string number = std::to_string(capture_id);
     ryl_handOverFrame(CAPTURE_W, CAPTURE_H, "capture/" + number + ".png", CAPTURE_CLEVEL, "[CAPTURE] frame " + number);
 }
@@ -300,6 +305,7 @@ void ryl_init(int argc, char** argv, void (*display)(void)) {
     ryl_initRendering();
     requireGl();
     fitToGl(options);
+    if (mode() == Mode::capture) ryl_swapAtOnce();
 
     contentDisplay = display;
     glutDisplayFunc(displayFrame);
@@ -366,6 +372,11 @@ int ryl_getTime(void) {
     }
     const double lead = isPlaying() ? pictureLeadMs : 0;
     return std::max(0, soundPosition() + static_cast<int>(lead) - PICTURE_DELAY);
+}
+
+int ryl_keptFrom(void) {
+    constexpr int LAST = std::numeric_limits<int>::max();
+    return mode() == Mode::capture ? std::min(firstKeptFrame - 1, LAST / TICK_MS) * TICK_MS : 0;
 }
 
 void ryl_setDemoLength(float seconds) {

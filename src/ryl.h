@@ -37,8 +37,9 @@ extern float SCENE_TIME[MAX_SCENES];  // registered scene lengths, seconds, in o
 
 // Checks the host, reads the options, opens the window or the full screen, installs the callbacks and enters
 // GLUT's main loop; `display` draws a frame. Returns only when GLUT's loop does.
-// Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE, --delay MS, --help, --version; others
-// are ignored. Ends the process with status -1 for "-c" without a level and where the GL lacks what is needed: framebuffer
+// Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE, --from-frame N, --delay MS, --help,
+// --version; others are ignored. Ends the process with status -1 for "-c" without a level, "--from-frame" without a number
+// from 1, and where the GL lacks what is needed: framebuffer
 // objects and textures of any size. A "[/]" line says which size is replaced because it cannot be had.
 void ryl_init(int argc, char** argv, void (*display)(void));
 
@@ -73,6 +74,10 @@ constexpr int RYL_PAUSED = 6;  // not 0 in a pause
 
 // One value by selector. Any selector but those above: a quiet NaN.
 float ryl_Get(int selector);
+
+// The demo time from which on frames are kept, ms: 0 but in capture mode with "--from-frame". Of an earlier frame nothing
+// is needed but what it leaves for those that are kept.
+int ryl_keptFrom(void);
 
 // ---- GLUT callbacks -----------------------------------------------------------------------------------------------
 

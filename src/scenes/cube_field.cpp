@@ -14,6 +14,7 @@ namespace {
 constexpr int FRONT_CUBES = 100;
 constexpr float FRONT_REACH = 30;  // a front cube is drawn while its x lies within +-30
 constexpr int FLOOR_REACH = 100, FLOOR_STEP = 10;
+constexpr int FLOOR_ROW = 2 * FLOOR_REACH / FLOOR_STEP;  // cells
 constexpr double BEATS_PER_SECOND = 3;
 
 // Each cube has a fixed place in the row; all slide to the right at 10 units a second and shake together.
@@ -30,12 +31,16 @@ void drawFrontRow(double t) {
     }
 }
 
+// 1 on the beat, from there down to 0.
+double pulseAt(double t) { return ryl_sawWave(static_cast<float>(BEATS_PER_SECOND * t)); }
+
+bool isJustAfterBeat(double pulse) { return pulse > 0.99; }
+
 // Bright cells shrink from each beat to the next. Just after a beat the seed advances with every cell, so
 // each cell of that frame asks another pattern, and the floor has a new one until the next beat.
 void drawFloor(unsigned cube, double t, int& seed) {
     constexpr float BRIGHT_ABOVE = 0.5f;
-    constexpr double JUST_AFTER_BEAT = 0.99;
-    const double pulse = ryl_sawWave(static_cast<float>(BEATS_PER_SECOND * t));
+    const double pulse = pulseAt(t);
     const auto size = static_cast<float>(pulse);
     for (int x = -FLOOR_REACH; x < FLOOR_REACH; x += FLOOR_STEP) {
         for (int z = -FLOOR_REACH; z < FLOOR_REACH; z += FLOOR_STEP) {
@@ -47,7 +52,7 @@ void drawFloor(unsigned cube, double t, int& seed) {
             } else {
                 glColor4f(0, 0.2f, 0, 1);
             }
-            if (pulse > JUST_AFTER_BEAT) ++seed;
+            if (isJustAfterBeat(pulse)) ++seed;
             glCallList(cube);
             glPopMatrix();
         }
@@ -55,6 +60,8 @@ void drawFloor(unsigned cube, double t, int& seed) {
 }
 
 }  // namespace
+
+int seedAfterCubeField(float t, int seed) { return isJustAfterBeat(pulseAt(t)) ? seed + FLOOR_ROW * FLOOR_ROW : seed; }
 
 void drawCubeField(const SceneFrame& frame, const char* line, int& seed) {
     const double t = frame.t;

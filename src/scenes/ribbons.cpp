@@ -30,11 +30,16 @@ void drawRibbon(int i, double t) {
 
 }  // namespace
 
+float zoomAfterRibbons(float t, float scale) {
+    if (t <= ZOOM_START_S || scale >= FULL_SCALE) return scale;
+    return static_cast<float>(2 * (t - ZOOM_START_S));
+}
+
 void drawRibbons(const SceneFrame& frame, const OpeningImages& images, float& scale) {
     const double t = frame.t;
     glPushMatrix();
     glPushMatrix();
-    if (t > ZOOM_START_S && scale < FULL_SCALE) scale = static_cast<float>(2 * (t - ZOOM_START_S));
+    scale = zoomAfterRibbons(frame.t, scale);
     glScalef(scale, scale, scale);
     glRotatef(frame.t, 0, 0, 1);
     for (int i = 0; i < RIBBONS; ++i) drawRibbon(i, t);

@@ -23,10 +23,16 @@ struct OpeningImages {
 // turns. `scale` is the zoom; it grows from 0 and stays where it first reaches 1.1, also for a later visit.
 void drawRibbons(const SceneFrame& frame, const OpeningImages& images, float& scale);
 
+// The zoom that such a frame at t leaves.
+float zoomAfterRibbons(float t, float scale);
+
 // Greetings: a tumbling floor of cubes that pulses three times a second, the swarm, a row of green cubes
 // sliding past in front, and `line` scrolling from right to left at 20 units a second. `seed` is the floor's
 // pattern; on frames just after a beat it advances with every cell.
 void drawCubeField(const SceneFrame& frame, const char* line, int& seed);
+
+// The pattern that such a frame at t leaves.
+int seedAfterCubeField(float t, int seed);
 
 // A long slab of 3000 cubes that snakes away from the camera, a large spinning cube before it, and the swarm,
 // all rolling slowly. With `bobbing` the slab and the large cube move up and down.

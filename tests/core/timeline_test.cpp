@@ -26,6 +26,7 @@ using Words = std::set<std::string>;
 std::string calls;  // since the frame's beginning, in a row
 Words watched;      // the only ones written down; all when empty
 std::map<int, float> answers = {{1, 640.0f}, {2, 360.0f}, {4, 0.0f}, {5, 0.0f}, {6, 0.0f}};  // of ryl_Get
+int keptFrom = 0;  // ms
 bool isCapturing = false, isKeeping = true, isStarted = false;
 
 template <typename... Arguments>
@@ -66,6 +67,7 @@ int load(int startScene = 0) {
 // ---- The recorders ------------------------------------------------------------------------------------------------
 
 float ryl_Get(int selector) { return answers.at(selector); }
+int ryl_keptFrom() { return keptFrom; }
 void ryl_watchEndings() {}
 void ryl_init(int, char**, void (*)(void)) {}
 void ryl_loadMusic(const char* file) { record("loadMusic", file); }
@@ -96,6 +98,8 @@ void drawRibbons(const SceneFrame& frame, const OpeningImages& images, float&) {
 void drawCubeField(const SceneFrame& frame, const char* line, int& seed) {
     record("field", milliseconds(frame), line[0], seed++);
 }
+float zoomAfterRibbons(float, float scale) { return scale; }
+int seedAfterCubeField(float, int seed) { return seed + 1; }
 void drawCubeWall(const SceneFrame& frame, bool bobbing) { record("wall", milliseconds(frame), bobbing); }
 
 extern "C" {
@@ -169,6 +173,18 @@ TEST(Frame, IsShownAgainWhilePausedOnceTheMotionBlurRests) {
     isKeeping = true;
     frameAt(15000);
     EXPECT_EQ(stillFrames(15000), 20) << "the floor pattern goes on";
+}
+
+TEST(Frame, ThatLeavesNothingIsRememberedButNotDrawn) {
+    keptFrom = 31800;  // a second into the walls, which follow the greetings of 10.4 to 30.8 s
+    EXPECT_NE(frameAt(0, {"loadPNG"}), "");
+    EXPECT_EQ(load(), 31) << "as many as always";
+    EXPECT_EQ(frameAt(9375, {}), "clearColour 1, camera -50, clearColour 0");
+    keptFrom = 31825;
+    EXPECT_EQ(frameAt(10425, {}), "clearColour 1, camera -50, clearColour 0, clearColour 0") << "the greetings have begun";
+    const Words drawing = {"target", "field", "finish", "swap"};
+    EXPECT_EQ(frameAt(29775, drawing), "");
+    EXPECT_EQ(frameAt(29800, drawing), "target 5 1, field 19400 h 102, finish 640 360 1 1 13 12 22 0.2, swap");
 }
 
 TEST(Timeline, HandsOverWithinTheFrameAndBackInTheNext) {

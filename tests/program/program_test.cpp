@@ -87,7 +87,7 @@ std::set<std::string> optionsOfManual() {
     std::string page = readFile(RYL_MANUAL);
     page = page.substr(page.find(".SH OPTIONS"), page.find(".SH KEYS") - page.find(".SH OPTIONS"));
     std::set<std::string> options;
-    const std::regex escaped(R"((\\-)+[a-z]+)");
+    const std::regex escaped(R"((\\-)+[a-z]+(\\-[a-z]+)*)");
     for (std::sregex_iterator found(page.begin(), page.end(), escaped), end; found != end; ++found)
         options.insert(std::regex_replace(found->str(), std::regex(R"(\\-)"), "-"));
     return options;
