@@ -4,15 +4,17 @@
 //
 // Starts PROGRAM in the working directory and waits for its "[CAPTURE] frame N" lines. Each frame from FIRST to
 // LAST (numbered from 1) goes to standard output as raw pixels: WIDTH x HEIGHT x 3 bytes, red, green, blue, the
-// picture's top row first. Every file capture/N.png is removed once it is passed on or skipped. A LAST of the form
-// ~N means that the program's own end is the end, N being what is expected.
+// picture's top row first. Every file capture/N.png is removed once it is passed on or skipped. The program may begin
+// with any frame up to FIRST. A LAST of the form ~N means that the program's own end is the end, N being what is
+// expected; ~ alone, that nobody knows.
 // Progress goes to descriptor 3 where that is open: a bar on a terminal, else plain lines.
 // Exit status 0: every frame was passed on. 1: a frame is missing, empty, damaged or of another size, or the program
 // failed or went silent; one "[!]" line on standard error says which. 2: wrong arguments. 3: the reader of standard
 // output is gone.
 //
 // The program is never more than a few frames ahead: its lines go through a pipe in packet mode, in which each line
-// takes one of a fixed number of places, and a full pipe makes it wait.
+// takes one of a fixed number of places, and a full pipe makes it wait. What is decoded is passed on by a thread of its
+// own, two frames behind at most, so decoding goes on while the encoder takes its time.
 #include <fcntl.h>
 #include <png.h>
 #include <poll.h>
@@ -27,6 +29,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
@@ -34,8 +37,10 @@
 #include <cstring>
 #include <deque>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -43,19 +48,21 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int FAILED = 1, WRONG_ARGUMENTS = 2, NO_READER = 3;
-constexpr int PROGRESS = 3;                // descriptor
-constexpr int SILENCE_LIMIT_MS = 120'000;  // the slowest frame, loading included, takes seconds
-constexpr int LINES_AHEAD = 16;            // places in the program's pipe: how many frames may wait
-constexpr int PAGE = 4096;                 // bytes in one place of a pipe
-constexpr int FRAME_PIPE_BYTES = 1 << 20;  // the most that an ordinary user may ask for
-constexpr std::size_t LINES_KEPT = 6;      // of the program's other output, to show when it fails
-constexpr int PLAIN_LINE_EVERY = 200;      // frames
+constexpr int PROGRESS = 3;                  // descriptor
+constexpr int SILENCE_LIMIT_MS = 120'000;    // the slowest frame, loading included, takes seconds
+constexpr int LINES_AHEAD = 16;              // places in the program's pipe: how many frames may wait
+constexpr int PAGE = 4096;                   // bytes in one place of a pipe
+constexpr int FRAME_PIPE_BYTES = 1 << 20;    // the most that an ordinary user may ask for
+constexpr std::size_t PICTURES_AT_ONCE = 3;  // one being decoded, the others decoded and not yet passed on
+constexpr std::size_t LINES_KEPT = 6;        // of the program's other output, to show when it fails
+constexpr int PLAIN_LINE_EVERY = 200;        // frames
 constexpr auto BAR_EVERY = std::chrono::milliseconds(100);
 constexpr int BAR_WIDTH = 30;  // characters
-constexpr std::string_view FRAME_LINE = "[CAPTURE] frame ";
+constexpr std::string_view FRAME_LINE = "[CAPTURE] frame ", LENGTH_LINE = "DEV: DEMO_LENGTH = ";
+constexpr int FRAME_MS = 25;  // of demo time
 
 struct Range {
-    int first = 0, last = 0;  // frame numbers
+    int first = 0, last = 0;  // frame numbers; last 0: not known
     bool open = false;        // last is only expected: the program's end decides
 };
 
@@ -69,6 +76,7 @@ struct Source {
     int lines = -1;  // descriptor
     std::string text;
     std::deque<std::string> remarks;
+    int lengthMs = 0;  // the sum of its scenes' lengths, once it has said so
 };
 Source source;
 
@@ -156,21 +164,22 @@ bool nextLine(std::string& line) {
     }
 }
 
-// The number in a frame line, 0 in any other.
-int frameNumber(std::string_view line) {
-    if (!line.starts_with(FRAME_LINE)) return 0;
-    line.remove_prefix(FRAME_LINE.size());
+// The number that follows `start` in such a line, and 0 in any other.
+int numberAfter(std::string_view start, std::string_view line) {
+    if (!line.starts_with(start)) return 0;
+    line.remove_prefix(start.size());
     int number = 0;
     const auto [end, error] = std::from_chars(line.data(), line.data() + line.size(), number);
-    return error == std::errc() && end == line.data() + line.size() ? number : 0;
+    return error == std::errc() && (end == line.data() + line.size() || *end == ' ') ? number : 0;
 }
 
 // Reads on to the next frame line. 0 at the end of the program's output.
 int nextFrame() {
     std::string line;
     while (nextLine(line)) {
-        const int number = frameNumber(line);
+        const int number = numberAfter(FRAME_LINE, line), length = numberAfter(LENGTH_LINE, line);
         if (number != 0) return number;
+        if (length != 0) source.lengthMs = length;
         source.remarks.push_back(line);
         if (source.remarks.size() > LINES_KEPT) source.remarks.pop_front();
     }
@@ -216,44 +225,144 @@ void readFrame(int frame, Size size, std::vector<std::uint8_t>& pixels) {
         fail("frame %d is damaged: %s: %s", frame, name.c_str(), image.message);
 }
 
-void passOn(const std::vector<std::uint8_t>& pixels) {
+// Returns 0, or what went wrong (errno).
+int passOn(const std::vector<std::uint8_t>& pixels) {
     std::size_t done = 0;
     while (done < pixels.size()) {
         const ssize_t count = write(STDOUT_FILENO, pixels.data() + done, pixels.size() - done);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0 && errno == EPIPE) {
-            endProgram(SIGKILL);
-            std::exit(NO_READER);
-        }
-        if (count < 0) fail("frames cannot be passed on: %s", std::strerror(errno));
+        if (count < 0) return errno;
         done += static_cast<std::size_t>(count);
     }
+    return 0;
+}
+
+// A ring of decoded pictures. Those from passedOn up to decoded are the passing thread's, the next one is the decoder's.
+struct Pictures {
+    std::array<std::vector<std::uint8_t>, PICTURES_AT_ONCE> ring;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::size_t decoded = 0, passedOn = 0;  // from the start; guarded by the mutex
+    bool over = false;                      // guarded by the mutex
+    int error = 0;                          // errno of what could not be passed on, the end; guarded by the mutex
+
+    std::vector<std::uint8_t>& place(std::size_t number) { return ring[number % ring.size()]; }
+};
+
+void passOnPictures(Pictures& pictures) {
+    std::unique_lock lock(pictures.mutex);
+    for (;;) {
+        pictures.changed.wait(lock, [&] { return pictures.over || pictures.passedOn != pictures.decoded; });
+        if (pictures.passedOn == pictures.decoded) return;
+        const std::vector<std::uint8_t>& pixels = pictures.place(pictures.passedOn);
+        lock.unlock();
+        const int error = passOn(pixels);
+        lock.lock();
+        ++pictures.passedOn;
+        pictures.error = error;
+        pictures.changed.notify_all();
+        if (error != 0) return;
+    }
+}
+
+void checkPassing(int error) {
+    if (error == 0) return;
+    if (error != EPIPE) fail("frames cannot be passed on: %s", std::strerror(error));
+    endProgram(SIGKILL);
+    std::exit(NO_READER);
+}
+
+void decode(int frame, Size size, Pictures& pictures) {
+    std::unique_lock lock(pictures.mutex);
+    pictures.changed.wait(
+        lock, [&] { return pictures.decoded - pictures.passedOn < PICTURES_AT_ONCE || pictures.error != 0; });
+    checkPassing(pictures.error);
+    std::vector<std::uint8_t>& pixels = pictures.place(pictures.decoded);
+    lock.unlock();
+    readFrame(frame, size, pixels);
+    lock.lock();
+    ++pictures.decoded;
+    pictures.changed.notify_all();
+}
+
+void finish(Pictures& pictures, std::thread& passing) {
+    {
+        const std::lock_guard lock(pictures.mutex);
+        pictures.over = true;
+    }
+    pictures.changed.notify_all();
+    passing.join();
+    checkPassing(pictures.error);
 }
 
 // ---- Progress -----------------------------------------------------------------------------------------------------
 
 struct Progress {
     bool terminal = isatty(PROGRESS) != 0;
-    Clock::time_point start = Clock::now(), shown;
+    Clock::time_point start, shown;  // the first frame of the range, the last report
 };
 
-void showProgress(Progress& progress, int frame, const Range& range, bool finished) {
-    const Clock::time_point now = Clock::now();
-    const bool due = progress.terminal ? now - progress.shown >= BAR_EVERY : frame % PLAIN_LINE_EVERY == 0;
-    if (!due && !finished) return;
-    progress.shown = now;
-    const double seconds = std::max(std::chrono::duration<double>(now - progress.start).count(), 1e-3);
-    const double rate = frame / seconds;
-    const int left = finished ? 0 : static_cast<int>(std::lround(std::max(range.last - frame, 0) / rate));
-    std::string bar;
-    if (progress.terminal) {
-        const int filled = finished ? BAR_WIDTH : std::min(BAR_WIDTH * frame / range.last, BAR_WIDTH);
-        bar = "[" + std::string(static_cast<std::size_t>(filled), '#') +
-              std::string(static_cast<std::size_t>(BAR_WIDTH - filled), '.') + "] ";
+// What is known of the last frame: its number, and how well.
+struct Expected {
+    int last;  // 0: nothing
+    const char* how;
+};
+
+Expected expectedEnd(int frame, const Range& range) {
+    if (!range.open) return {range.last, ""};
+    if (range.last >= frame) return {range.last, "about "};
+    const int atMost = source.lengthMs / FRAME_MS + 1;
+    return range.last == 0 && atMost >= frame ? Expected{atMost, "at most "} : Expected{0, ""};
+}
+
+std::string barOf(double share) {
+    const auto filled = static_cast<std::size_t>(BAR_WIDTH * share);
+    return "[" + std::string(filled, '#') + std::string(BAR_WIDTH - filled, '.') + "] ";
+}
+
+// Frames are counted from the first of the range, and the time from when it came: what lies before takes no time to speak
+// of, or far longer.
+std::string progressOf(int frame, const Range& range, double seconds, bool bar) {
+    const int done = frame - range.first + 1;
+    const Expected expected = expectedEnd(frame, range);
+    // The first frame starts the clock.
+    const double rate = (done - 1) / std::max(seconds, 1e-3);
+    std::string text = "frame " + std::to_string(done);
+    std::array<char, 64> number{};
+    if (expected.last != 0) {
+        const int all = expected.last - range.first + 1;
+        if (bar) text = barOf(static_cast<double>(done) / all) + text;
+        text += std::string(" of ") + expected.how + std::to_string(all);
     }
-    dprintf(PROGRESS, "%s[*] %sframe %d of %s%d, %.1f frames per second, %d:%02d left%s",
-            progress.terminal ? "\r" : "", bar.c_str(), frame, range.open && !finished ? "about " : "",
-            finished ? frame : range.last, rate, left / 60, left % 60, progress.terminal && !finished ? " " : "\n");
+    std::snprintf(number.data(), number.size(), ", %.1f frames per second", rate);
+    text += number.data();
+    if (expected.last == 0 || rate <= 0) return text;
+    const long left = std::lround((expected.last - frame) / rate);
+    std::snprintf(number.data(), number.size(), ", %s%ld:%02ld left", expected.how, left / 60, left % 60);
+    return text + number.data();
+}
+
+// After each frame of the range.
+void showProgress(Progress& progress, int frame, const Range& range) {
+    const Clock::time_point now = Clock::now();
+    if (frame == range.first) progress.start = now;
+    const bool due =
+        progress.terminal ? now - progress.shown >= BAR_EVERY : (frame - range.first + 1) % PLAIN_LINE_EVERY == 0;
+    if (!due) return;
+    progress.shown = now;
+    const double seconds = std::chrono::duration<double>(now - progress.start).count();
+    // The line before may have been longer.
+    constexpr char TO_LINE_END[] = "\033[K";
+    const std::string text = progressOf(frame, range, seconds, progress.terminal);
+    dprintf(PROGRESS, progress.terminal ? "\r[*] %s%s" : "[*] %s%s\n", text.c_str(),
+            progress.terminal ? TO_LINE_END : "");
+}
+
+void showEnd(const Progress& progress, int frame, const Range& range) {
+    const double seconds = std::chrono::duration<double>(Clock::now() - progress.start).count();
+    const Range whole = {range.first, frame, false};
+    const std::string text = progressOf(frame, whole, seconds, progress.terminal);
+    dprintf(PROGRESS, "%s[*] %s\n", progress.terminal ? "\r" : "", text.c_str());
 }
 
 // ---- Arguments ----------------------------------------------------------------------------------------------------
@@ -278,9 +387,10 @@ bool readSize(std::string_view text, Size& size) {
 bool readRange(std::string_view first, std::string_view last, Range& range) {
     range.open = last.starts_with('~');
     if (range.open) last.remove_prefix(1);
+    const bool unknown = range.open && last.empty();
     range.first = takeNumber(first);
     range.last = takeNumber(last);
-    return first.empty() && last.empty() && range.first > 0 && range.last >= range.first;
+    return first.empty() && last.empty() && range.first > 0 && (unknown || range.last >= range.first);
 }
 
 void checkEnd(int frame, const Range& range) {
@@ -293,7 +403,8 @@ void checkEnd(int frame, const Range& range) {
 
 void streamFrames(Size size, const Range& range) {
     Progress progress;
-    std::vector<std::uint8_t> pixels;
+    Pictures pictures;
+    std::thread passing(passOnPictures, std::ref(pictures));
     int frame = 0;
     while (range.open || frame < range.last) {
         const int next = nextFrame();
@@ -301,17 +412,16 @@ void streamFrames(Size size, const Range& range) {
             checkEnd(frame, range);
             break;
         }
-        if (next != frame + 1) fail("frame %d came after frame %d", next, frame);
+        const bool follows = frame == 0 ? next <= range.first : next == frame + 1;
+        if (!follows) fail("frame %d came after frame %d", next, frame);
         frame = next;
-        if (frame >= range.first) {
-            readFrame(frame, size, pixels);
-            passOn(pixels);
-        }
+        if (frame >= range.first) decode(frame, size, pictures);
         const std::string name = fileOf(frame);
         if (unlink(name.c_str()) != 0) fail("frame %d is missing: %s: %s", frame, name.c_str(), std::strerror(errno));
-        showProgress(progress, frame, range, false);
+        if (frame >= range.first) showProgress(progress, frame, range);
     }
-    showProgress(progress, frame, range, true);
+    finish(pictures, passing);
+    showEnd(progress, frame, range);
 }
 
 }  // namespace

@@ -29,6 +29,8 @@ TEST(Options, AreTestedOneByOneValuesIncluded) {
     EXPECT_FALSE(both.sound);
     EXPECT_EQ(optionsOf("-c 12 -c 7").level, 7);
     EXPECT_EQ(optionsOf("-s 2 -s -4").scene, -4);
+    EXPECT_EQ(both.fromFrame, 1);
+    EXPECT_EQ(optionsOf("--from-frame 4600").fromFrame, 4600);
 }
 
 TEST(Options, TakeTheFirstSizeThatIsNotZero) {

@@ -47,6 +47,8 @@ TEST(Ends, HaveAStatusAndAReason) {
         std::string message;
     } cases[] = {
         {"", "-nf -c", FAILED, "[*] systemcheck.\n[*] system seems fine\n[!] -c <compressionlevel 0-9>\n"},
+        {"", "-nf -c 0 --from-frame 0", FAILED,
+         "[*] systemcheck.\n[*] system seems fine\n[!] --from-frame <number from 1>\n"},
         {PICTURE, "-nf -w 9", FAILED, "[*] Resolution set to default becouse nothing else was given\n" + NO_PICTURE},
         {PICTURE, "-x -nf -w 0 -w 32 -w 7 -h 20 -s", FAILED, "[*] Resolution set to 32x20:32@75\n" + NO_PICTURE},
         {PICTURE, "-nf -w -5 -h 1", FAILED, "[/] -5 x 1 is no size for a window, taking 640 x 480\n" + NO_PICTURE},
@@ -232,14 +234,34 @@ TEST(Capture, TwoRunsGiveTheSameBytes) {
         EXPECT_EQ(program.finish(), TERMINATED);
         // Every file is announced, and nothing comes after the last line.
         const auto files = std::distance(fs::directory_iterator(directory->path() / "capture"), {});
-        EXPECT_TRUE(program.output().ends_with("[CAPTURE] frame " + std::to_string(files) +
-                                               "\n[*] Ended by signal 15.\n"))
+        EXPECT_TRUE(
+            program.output().ends_with("[CAPTURE] frame " + std::to_string(files) + "\n[*] Ended by signal 15.\n"))
             << program.output();
     }
     for (int frame = 1; frame <= FRAMES; ++frame) {
         const std::string file = "capture/" + std::to_string(frame) + ".png";
         EXPECT_EQ(imageSize(first.path() / file), "160x90");
         EXPECT_TRUE(readFile(first.path() / file) == readFile(second.path() / file)) << file;
+    }
+}
+
+// The walls begin 30.8 s into the demo, so of what lies before frame 1290 only the last frames are drawn. What the opening
+// and the greetings remember, and the motion blur, must be what they were.
+TEST(Capture, FromAFrameOnGivesTheBytesOfAWholeRun) {
+    constexpr int FIRST = 1290, LAST = 1295;
+    const RunDirectory whole, part;
+    const std::string options = "-nf -c 1 -w 64 -h 36";
+    for (const auto& [directory, from] : {std::pair(&whole, ""), std::pair(&part, " --from-frame 1290")}) {
+        Program program(*directory, words(options + from));
+        EXPECT_TRUE(program.waitForLine("[CAPTURE] frame " + std::to_string(LAST) + "\n")) << program.output();
+        kill(program.id(), SIGTERM);
+        EXPECT_EQ(program.finish(), TERMINATED);
+    }
+    EXPECT_FALSE(fs::exists(part.path() / ("capture/" + std::to_string(FIRST - 1) + ".png")));
+    for (int frame = FIRST; frame <= LAST; ++frame) {
+        const std::string file = "capture/" + std::to_string(frame) + ".png";
+        EXPECT_EQ(imageSize(part.path() / file), "64x36");
+        EXPECT_TRUE(readFile(whole.path() / file) == readFile(part.path() / file)) << file;
     }
 }
 

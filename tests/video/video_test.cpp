@@ -103,29 +103,54 @@ TEST(Video, SaysWhatIsWrongAndLeavesNothing) {
 }
 
 // Streams what `script` does with a good frame of the size and damaged ones, into `then`.
-Ran stream(const std::string& size, int last, const std::string& script, const std::string& then) {
+Ran stream(const std::string& size, const std::string& range, const std::string& script, const std::string& then) {
     const TempDir folder;
     folder.write("program", "frame() { cp $2 capture/$1.png; echo \"[CAPTURE] frame $1\"; }\n" + script);
     return run(
-        "cd " + folder.path().string() + "; mkdir capture; : >empty; ffmpeg -v error -f lavfi -i testsrc=s=" + size +
+        "cd " + folder.path().string() +
+        "; mkdir capture; mkfifo reader; : >empty; ffmpeg -v error -f lavfi -i testsrc=s=" + size +
         " -frames:v 1 -f image2 -c png good; head -c -12 good >torn; { head -c 90 torn; tail -c 12 good; } >hole; " +
-        RYL_DEMO_DIR "/frame_stream " + size + " 1 " + std::to_string(last) + " sh program " + then);
+        RYL_DEMO_DIR "/frame_stream " + size + " " + range + " sh program " + then);
 }
 
 TEST(FrameStream, StopsWithOneMessageAtWhateverIsWrong) {
     const std::pair<const char*, const char*> cases[] = {
         {"frame 1 good; echo 'no room on disk'; echo '[CAPTURE] frame 2'",
          "[!] frame 2 is missing: capture/2.png: No such file or directory\n    no room on disk\n"},
-        {"frame 1 empty", "[!] frame 1 is empty: capture/1.png\n"},
-        {"frame 1 torn", "[!] frame 1 is torn: capture/1.png has no end\n"},
-        {"frame 1 hole", "[!] frame 1 is damaged: capture/1.png: "},
-        {"frame 1 good; frame 3 good", "[!] frame 3 came after frame 1\n"},
+        {"frame 2 empty", "[!] frame 2 is empty: capture/2.png\n"},
+        {"frame 2 torn", "[!] frame 2 is torn: capture/2.png has no end\n"},
+        {"frame 2 hole", "[!] frame 2 is damaged: capture/2.png: "},
+        {"frame 2 good; frame 4 good", "[!] frame 4 came after frame 2\n"},
+        {"frame 3 good", "[!] frame 3 came after frame 0\n"},
+        {"frame 1 good; echo 'no text' >&2; exit 7", "[!] the demo ended with status 7 after frame 1\n    no text\n"},
     };
     for (const auto& [script, message] : cases) {
-        const Ran ran = stream("16x16", 3, script, "2>&1 >/dev/null");
+        const Ran ran = stream("16x16", "2 3", script, "2>&1 >/dev/null");
         EXPECT_EQ(ran.status, 1) << script;
         EXPECT_TRUE(ran.output.starts_with(message)) << script << "\n" << ran.output;
     }
+}
+
+// Of frames 5 to 209 those from 7 on are wanted.
+TEST(FrameStream, SaysHowManyFramesOfTheRangeHaveCome) {
+    const std::string frames = "for i in $(seq 5 209); do frame $i good; done";
+    const std::string length = "echo 'DEV: DEMO_LENGTH = 9975 SCENE_TIME[0] = 9.975000'; ";
+    const std::pair<std::string, std::string> cases[] = {
+        {"209", "203"}, {"~240", "about 234"}, {"~", "at most 394"}, {"~7", ""}};
+    for (const auto& [last, all] : cases) {
+        const Ran ran = stream("16x16", "7 '" + last + "'", length + frames, "3>&1 >/dev/null");
+        EXPECT_EQ(ran.status, 0);
+        const std::string of = all.empty() ? "" : " of " + all;
+        EXPECT_TRUE(ran.output.starts_with("[*] frame 200" + of + ", ")) << ran.output;
+        EXPECT_NE(ran.output.find("\n[*] frame 203 of 203, "), std::string::npos) << ran.output;
+        EXPECT_TRUE(ran.output.ends_with(" frames per second, 0:00 left\n")) << ran.output;
+    }
+}
+
+TEST(FrameStream, EndsWithItsReader) {
+    const std::string frames = "i=0; while :; do i=$((i + 1)); frame $i good; done";
+    EXPECT_EQ(stream("16x16", "1 '~'", frames, ">reader & head -c 768 reader | wc -c; wait $!; echo $?").output,
+              "768\n3\n");
 }
 
 }  // namespace
