@@ -13,7 +13,6 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
-#include <utility>
 
 namespace {
 
@@ -111,14 +110,14 @@ void readBack(Queue& queue, Frame& frame, int width, int height) {
 
 }  // namespace
 
-void ryl_handOverFrame(int width, int height, std::string filename, int level, std::string line) {
+void ryl_handOverFrame(int width, int height, const std::string& filename, int level, const std::string& line) {
     Queue& queue = theQueue();
     static const bool hasWriter = startWriter(queue);
     waitForFrames(queue, queue.frames.size() - 1);
     Frame& frame = queue.place(queue.handedOver);
     readBack(queue, frame, width, height);
-    frame.filename = std::move(filename);
-    frame.line = std::move(line);
+    frame.filename = filename;
+    frame.line = line;
     frame.level = level;
     if (!hasWriter) {
         writeFrame(frame);

@@ -14,7 +14,7 @@ constexpr int RYL_FRAMES_AT_ONCE = 3;  // one being written, two waiting or bein
 // Reads the picture last drawn back, like ryl_screenshot, and has it written behind the caller's back: frame by frame in
 // the order in which they come here. `line` is printed on standard output, with a line end, when the file is closed or
 // could not be written, which a line before says in the words of ryl_screenshot. Waits while there is no place.
-void ryl_handOverFrame(int width, int height, std::string filename, int level, std::string line);
+void ryl_handOverFrame(int width, int height, const std::string& filename, int level, const std::string& line);
 
 // Waits until every frame that was handed over is written and its line printed. Who prints a line that has its place
 // behind theirs calls it first.

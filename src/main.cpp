@@ -80,7 +80,7 @@ struct Scene {
     float level;       // grey of the window behind the scene: its pictures fade to it
     float targetGrey;  // grey, and alpha, of the empty scene target. Transparent black shows what is behind.
     void (*draw)(const SceneFrame& frame, Demo& demo);
-    void (*remember)(float t, SceneMemory& memory) = nullptr;  // what drawing remembers, without drawing; null: nothing
+    void (*remember)(float t, SceneMemory& memory) = nullptr;  // what drawing leaves there, without drawing
 };
 
 constexpr const char* GREETINGS[] = {

@@ -223,7 +223,8 @@ void captureFrame() {
     ++capture_id;
     if (capture_id < firstKeptFrame) return;
     const std::string number = std::to_string(capture_id);
-    ryl_handOverFrame(CAPTURE_W, CAPTURE_H, "capture/" + number + ".png", CAPTURE_CLEVEL, "[CAPTURE] frame " + number);
+    ryl_handOverFrame(CAPTURE_W, CAPTURE_H, "capture/" + number + ".png", CAPTURE_CLEVEL,
+                      "[CAPTURE] frame " + number);
 }
 
 // Milliseconds until the next tick: it is due a period after this one was due, or at once if that is over. So late ticks do

@@ -342,10 +342,9 @@ std::string progressOf(int frame, const Range& range, double seconds, bool bar) 
     return text + number.data();
 }
 
-// After each frame of the range.
+// After each frame of the range but the last, which showEnd is for.
 void showProgress(Progress& progress, int frame, const Range& range) {
     const Clock::time_point now = Clock::now();
-    if (frame == range.first) progress.start = now;
     const bool due =
         progress.terminal ? now - progress.shown >= BAR_EVERY : (frame - range.first + 1) % PLAIN_LINE_EVERY == 0;
     if (!due) return;
@@ -416,9 +415,10 @@ void streamFrames(Size size, const Range& range) {
         if (!follows) fail("frame %d came after frame %d", next, frame);
         frame = next;
         if (frame >= range.first) decode(frame, size, pictures);
+        if (frame == range.first) progress.start = Clock::now();
         const std::string name = fileOf(frame);
         if (unlink(name.c_str()) != 0) fail("frame %d is missing: %s: %s", frame, name.c_str(), std::strerror(errno));
-        if (frame >= range.first) showProgress(progress, frame, range);
+        if (frame >= range.first && (range.open || frame < range.last)) showProgress(progress, frame, range);
     }
     finish(pictures, passing);
     showEnd(progress, frame, range);

@@ -61,7 +61,9 @@ void drawFloor(unsigned cube, double t, int& seed) {
 
 }  // namespace
 
-int seedAfterCubeField(float t, int seed) { return isJustAfterBeat(pulseAt(t)) ? seed + FLOOR_ROW * FLOOR_ROW : seed; }
+int seedAfterCubeField(float t, int seed) {
+    return isJustAfterBeat(pulseAt(t)) ? seed + FLOOR_ROW * FLOOR_ROW : seed;
+}
 
 void drawCubeField(const SceneFrame& frame, const char* line, int& seed) {
     const double t = frame.t;

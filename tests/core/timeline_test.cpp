@@ -26,7 +26,7 @@ using Words = std::set<std::string>;
 std::string calls;  // since the frame's beginning, in a row
 Words watched;      // the only ones written down; all when empty
 std::map<int, float> answers = {{1, 640.0f}, {2, 360.0f}, {4, 0.0f}, {5, 0.0f}, {6, 0.0f}};  // of ryl_Get
-int keptFrom = 0;  // ms
+int keptFrom = 0;                                                                            // ms
 bool isCapturing = false, isKeeping = true, isStarted = false;
 
 template <typename... Arguments>
@@ -181,7 +181,8 @@ TEST(Frame, ThatLeavesNothingIsRememberedButNotDrawn) {
     EXPECT_EQ(load(), 31) << "as many as always";
     EXPECT_EQ(frameAt(9375, {}), "clearColour 1, camera -50, clearColour 0");
     keptFrom = 31825;
-    EXPECT_EQ(frameAt(10425, {}), "clearColour 1, camera -50, clearColour 0, clearColour 0") << "the greetings have begun";
+    EXPECT_EQ(frameAt(10425, {}), "clearColour 1, camera -50, clearColour 0, clearColour 0")
+        << "the greetings have begun";
     const Words drawing = {"target", "field", "finish", "swap"};
     EXPECT_EQ(frameAt(29775, drawing), "");
     EXPECT_EQ(frameAt(29800, drawing), "target 5 1, field 19400 h 102, finish 640 360 1 1 13 12 22 0.2, swap");
