@@ -109,7 +109,7 @@ void onSignal(int signalNumber) {
     std::fputc('\n', stderr);
     va_end(arguments);
     for (const std::string& remark : source.remarks) std::fprintf(stderr, "    %s\n", remark.c_str());
-    std::exit(FAILED);
+    _exit(FAILED);  // the thread that passes pictures on may wait for the reader
 }
 
 void startProgram(char** command) {
@@ -269,7 +269,7 @@ void checkPassing(int error) {
     if (error == 0) return;
     if (error != EPIPE) fail("frames cannot be passed on: %s", std::strerror(error));
     endProgram(SIGKILL);
-    std::exit(NO_READER);
+    _exit(NO_READER);
 }
 
 void decode(int frame, Size size, Pictures& pictures) {
