@@ -13,6 +13,7 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -22,15 +23,17 @@ struct Frame {
     int level = 0;
 };
 
-// A ring. The caller's thread owns the places from handedOver up to written + RYL_FRAMES_AT_ONCE, the writer's those from
-// written up to handedOver.
+constexpr std::size_t WRITERS = 2;  // compressing takes longer than drawing where a graphics card draws
+
+// A ring. The caller's thread owns the places from handedOver up to written + RYL_FRAMES_AT_ONCE; each one from written up
+// to taken is a writer's.
 struct Queue {
     std::array<Frame, RYL_FRAMES_AT_ONCE> frames;
     std::mutex mutex;
     std::condition_variable changed;
-    std::size_t handedOver = 0, written = 0;  // frames, from the start; guarded by the mutex
-    bool over = false;                        // guarded by the mutex
-    std::thread writer;                       // none where the system has no thread to give
+    std::size_t handedOver = 0, taken = 0, written = 0;  // frames, from the start; guarded by the mutex
+    bool over = false;                                   // guarded by the mutex
+    std::vector<std::thread> writers;                    // none where the system has no thread to give
 
     Frame& place(std::size_t number) { return frames[number % frames.size()]; }
 };
@@ -40,19 +43,25 @@ Queue& theQueue() {
     return queue;
 }
 
-void writeFrame(const Frame& frame) {
-    ryl_writeScreenshot(frame.shot, frame.filename.c_str(), frame.level);
+void writeFrame(const Frame& frame, const CompressedPng& png) {
+    ryl_writeScreenshot(frame.shot, png, frame.filename.c_str(), frame.level);
     std::printf("%s\n", frame.line.c_str());
 }
 
+// Each writer compresses a frame by itself and waits for its turn to write it.
 void writeFrames(Queue& queue) {
     std::unique_lock lock(queue.mutex);
     for (;;) {
-        queue.changed.wait(lock, [&] { return queue.over || queue.written != queue.handedOver; });
-        if (queue.written == queue.handedOver) return;
-        const Frame& frame = queue.place(queue.written);
+        queue.changed.wait(lock, [&] { return queue.over || queue.taken != queue.handedOver; });
+        if (queue.taken == queue.handedOver) return;
+        const std::size_t number = queue.taken++;
+        const Frame& frame = queue.place(number);
         lock.unlock();
-        writeFrame(frame);
+        const CompressedPng png = ryl_compressScreenshot(frame.shot, frame.level);
+        lock.lock();
+        queue.changed.wait(lock, [&] { return queue.written == number; });
+        lock.unlock();
+        writeFrame(frame, png);
         lock.lock();
         ++queue.written;
         queue.changed.notify_all();
@@ -65,14 +74,14 @@ void waitForFrames(Queue& queue, std::size_t count) {
     queue.changed.wait(lock, [&] { return queue.handedOver - queue.written <= count; });
 }
 
-void stopWriter() {
+void stopWriters() {
     Queue& queue = theQueue();
     {
         const std::lock_guard lock(queue.mutex);
         queue.over = true;
     }
     queue.changed.notify_all();
-    queue.writer.join();
+    for (std::thread& writer : queue.writers) writer.join();
 }
 
 // Signals are left to the other threads, so that none interrupts the writing of a file.
@@ -89,14 +98,18 @@ struct SignalsBlocked {
     SignalsBlocked& operator=(const SignalsBlocked&) = delete;
 };
 
-bool startWriter(Queue& queue) try {
+// Returns whether there is one.
+bool startWriters(Queue& queue) {
     const SignalsBlocked blocked;
-    queue.writer = std::thread(writeFrames, std::ref(queue));
     // The queue is older than what is registered here, so it is destroyed later.
-    std::atexit(stopWriter);
+    std::atexit(stopWriters);
+    try {
+        queue.writers.reserve(WRITERS);
+        while (queue.writers.size() < WRITERS) queue.writers.emplace_back(writeFrames, std::ref(queue));
+    } catch (const std::system_error&) {
+        return !queue.writers.empty();
+    }
     return true;
-} catch (const std::system_error&) {
-    return false;
 }
 
 // Where there is no memory for one picture more, one at a time may do.
@@ -112,7 +125,7 @@ void readBack(Queue& queue, Frame& frame, int width, int height) {
 
 void ryl_handOverFrame(int width, int height, const std::string& filename, int level, const std::string& line) {
     Queue& queue = theQueue();
-    static const bool hasWriter = startWriter(queue);
+    static const bool hasWriter = startWriters(queue);
     waitForFrames(queue, queue.frames.size() - 1);
     Frame& frame = queue.place(queue.handedOver);
     readBack(queue, frame, width, height);
@@ -120,7 +133,7 @@ void ryl_handOverFrame(int width, int height, const std::string& filename, int l
     frame.line = line;
     frame.level = level;
     if (!hasWriter) {
-        writeFrame(frame);
+        writeFrame(frame, ryl_compressScreenshot(frame.shot, level));
         return;
     }
     {

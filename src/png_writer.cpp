@@ -17,9 +17,8 @@
 
 namespace {
 
-// The picture's rows in so many bands, each compressed by a thread of its own. The number is fixed, so that the same
-// picture gives the same file on every machine.
-constexpr int BANDS = 4;
+// Each band of rows is compressed by a thread of its own.
+constexpr int BANDS = static_cast<int>(RYL_PNG_BANDS);
 constexpr std::size_t PIXEL_BYTES = 4, SAMPLES = 3;
 constexpr unsigned char FILTER_SUB = 1;  // each sample as its difference from the one of the pixel before it
 
@@ -31,15 +30,6 @@ struct Picture {
     int width, height;            // pixels
     const unsigned char* pixels;  // B, G, R and one byte more
     std::ptrdiff_t rowStep;       // bytes
-};
-
-// A piece of a zlib stream (RFC 1950) that ends on a byte and refers to nothing before it. The first opens the stream,
-// and the last closes it but for the checksum of all.
-struct Band {
-    uLong checksum;                                       // Adler-32 of the filtered rows
-    std::size_t length;                                   // of the filtered rows, bytes
-    std::unique_ptr<unsigned char[]> deflated = nullptr;  // null where the memory could not be had
-    std::size_t deflatedLength = 0;
 };
 
 struct EndStream {
@@ -57,13 +47,14 @@ void filterRow(const unsigned char* pixel, int width, unsigned char* filtered) {
         }
 }
 
-Band compressBand(const Picture& picture, int index, int level) {
+// The first band opens the stream, and the last closes it but for the checksum of all.
+PngBand compressBand(const Picture& picture, int index, int level) {
     constexpr int DEFAULT_MEM_LEVEL = 8;
     constexpr uLong FLUSH_BYTES = 16;  // beyond zlib's bound: it does not count a flush
     const auto rowOf = [&](int band) { return static_cast<int>(std::int64_t{picture.height} * band / BANDS); };
     const int firstRow = rowOf(index), endRow = rowOf(index + 1);
     std::vector<unsigned char> filtered(1 + static_cast<std::size_t>(picture.width) * SAMPLES);
-    Band band = {adler32(0, nullptr, 0), filtered.size() * static_cast<std::size_t>(endRow - firstRow)};
+    PngBand band = {adler32(0, nullptr, 0), filtered.size() * static_cast<std::size_t>(endRow - firstRow)};
     z_stream state = {};
     if (deflateInit2(&state, level, Z_DEFLATED, index == 0 ? MAX_WBITS : -MAX_WBITS, DEFAULT_MEM_LEVEL,
                      level <= LAST_RUN_LENGTH_LEVEL ? Z_RLE : Z_DEFAULT_STRATEGY) != Z_OK)
@@ -88,34 +79,33 @@ Band compressBand(const Picture& picture, int index, int level) {
     return band;
 }
 
-std::array<Band, BANDS> compressBands(const Picture& picture, int level) {
-    std::array<std::future<Band>, BANDS> compressing;
+std::array<PngBand, RYL_PNG_BANDS> compressBands(const Picture& picture, int level) {
+    std::array<std::future<PngBand>, BANDS> compressing;
     // Where no thread can be had, the band waits for get().
     for (int i = 0; i < BANDS; ++i)
         compressing[static_cast<std::size_t>(i)] = std::async([=] { return compressBand(picture, i, level); });
-    std::array<Band, BANDS> bands{};
+    std::array<PngBand, RYL_PNG_BANDS> bands{};
     std::transform(compressing.begin(), compressing.end(), bands.begin(), [](auto& band) { return band.get(); });
     return bands;
 }
 
-std::array<unsigned char, 4> checksumOf(const std::array<Band, BANDS>& bands) {
+std::array<unsigned char, 4> checksumOf(const std::array<PngBand, RYL_PNG_BANDS>& bands) {
     uLong sum = adler32(0, nullptr, 0);
-    for (const Band& band : bands) sum = adler32_combine(sum, band.checksum, static_cast<z_off_t>(band.length));
+    for (const PngBand& band : bands) sum = adler32_combine(sum, band.checksum, static_cast<z_off_t>(band.length));
     return {static_cast<unsigned char>(sum >> 24), static_cast<unsigned char>(sum >> 16),
             static_cast<unsigned char>(sum >> 8), static_cast<unsigned char>(sum)};
 }
 
 // libpng jumps back to the setjmp on any error: no object with a destructor may live in here.
-bool writeChunks(png_structp png, png_infop info, std::FILE* file, const Picture& picture,
-                 const std::array<Band, BANDS>& bands) {
+bool writeChunks(png_structp png, png_infop info, std::FILE* file, const CompressedPng& picture) {
     constexpr png_byte DATA[] = "IDAT", END[] = "IEND";
     if (setjmp(png_jmpbuf(png)) != 0) return false;
     png_init_io(png, file);
     png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 8,
                  PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    for (const Band& band : bands) png_write_chunk(png, DATA, band.deflated.get(), band.deflatedLength);
-    const std::array<unsigned char, 4> checksum = checksumOf(bands);
+    for (const PngBand& band : picture.bands) png_write_chunk(png, DATA, band.deflated.get(), band.deflatedLength);
+    const std::array<unsigned char, 4> checksum = checksumOf(picture.bands);
     png_write_chunk(png, DATA, checksum.data(), checksum.size());
     png_write_chunk(png, END, nullptr, 0);
     return true;
@@ -127,17 +117,20 @@ void ignoreWarning(png_structp, png_const_charp) {}
 
 }  // namespace
 
-bool ryl_writePng(std::FILE* file, int width, int height, const unsigned char* pixels, std::ptrdiff_t rowStep,
-                  int level) try {
-    const Picture picture = {width, height, pixels, rowStep};
-    const std::array<Band, BANDS> bands = compressBands(picture, level);
-    if (std::any_of(bands.begin(), bands.end(), [](const Band& band) { return !band.deflated; })) return false;
+CompressedPng ryl_compressPng(int width, int height, const unsigned char* pixels, std::ptrdiff_t rowStep,
+                              int level) try {
+    return {width, height, compressBands({width, height, pixels, rowStep}, level)};
+} catch (const std::bad_alloc&) {
+    return {width, height};
+}
+
+bool ryl_writePng(std::FILE* file, const CompressedPng& picture) {
+    const auto& bands = picture.bands;
+    if (std::any_of(bands.begin(), bands.end(), [](const PngBand& band) { return !band.deflated; })) return false;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, jumpBack, ignoreWarning);
     if (png == nullptr) return false;
     png_infop info = png_create_info_struct(png);
-    const bool written = info != nullptr && writeChunks(png, info, file, picture, bands);
+    const bool written = info != nullptr && writeChunks(png, info, file, picture);
     png_destroy_write_struct(&png, &info);
     return written;
-} catch (const std::bad_alloc&) {
-    return false;
 }

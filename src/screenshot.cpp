@@ -2,7 +2,7 @@
 
 #include "endings.h"
 #include "picture.h"
-#include "png_writer.h"
+#include "system.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -12,9 +12,7 @@ namespace {
 
 constexpr std::size_t PIXEL_BYTES = 4;
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
+bool isLevel(int level) { return level >= 0 && level <= 9; }
 
 // Bytes that the picture takes; 0 where there can be none of this size.
 std::size_t bytesOf(int width, int height) {
@@ -41,29 +39,34 @@ void ryl_readScreenshot(int width, int height, Screenshot& shot) {
     shot.topFirst = ryl_readPicture(width, height, shot.bytes.get());
 }
 
-void ryl_writeScreenshot(const Screenshot& shot, const char* filename, int level) {
+CompressedPng ryl_compressScreenshot(const Screenshot& shot, int level) {
+    if (!shot.bytes || !isLevel(level)) return {};
+    const auto rowBytes = static_cast<std::ptrdiff_t>(shot.width) * static_cast<std::ptrdiff_t>(PIXEL_BYTES);
+    const unsigned char* const first = shot.bytes.get();
+    const unsigned char* const last = first + (shot.height - 1) * rowBytes;
+    return ryl_compressPng(shot.width, shot.height, shot.topFirst ? last : first,
+                           shot.topFirst ? -rowBytes : rowBytes, level);
+}
+
+void ryl_writeScreenshot(const Screenshot& shot, const CompressedPng& png, const char* filename, int level) {
     if (!shot.bytes) {
         std::printf("[/] no memory for a picture of %d x %d. screenshot not performed\n", shot.width, shot.height);
         return;
     }
     ryl_delayEnding(true);
-    std::unique_ptr<std::FILE, CloseFile> file(std::fopen(filename, "wb"));
+    File file(std::fopen(filename, "wb"));
     if (!file) {
         ryl_delayEnding(false);
         std::printf("couldn't open %s for writing. screenshot not performed\n", filename);
         return;
     }
-    if (level > 9 || level < 0) {
+    if (!isLevel(level)) {
         file.reset();
         ryl_delayEnding(false);
         std::puts("[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo");
         return;
     }
-    const auto rowBytes = static_cast<std::ptrdiff_t>(shot.width) * static_cast<std::ptrdiff_t>(PIXEL_BYTES);
-    const unsigned char* const first = shot.bytes.get();
-    const unsigned char* const last = first + (shot.height - 1) * rowBytes;
-    const bool written = ryl_writePng(file.get(), shot.width, shot.height, shot.topFirst ? last : first,
-                                      shot.topFirst ? -rowBytes : rowBytes, level);
+    const bool written = ryl_writePng(file.get(), png);
     const bool whole = std::fclose(file.release()) == 0 && written;
     if (!whole) std::remove(filename);
     ryl_delayEnding(false);

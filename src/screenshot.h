@@ -4,6 +4,8 @@
 // Prints   on standard output what cannot be had or written, in the words of ryl_screenshot.
 #pragma once
 
+#include "png_writer.h"
+
 #include <cstddef>
 #include <memory>
 
@@ -19,6 +21,9 @@ struct Screenshot {
 // Reads the lower left width x height pixels of the picture last drawn, black where it does not reach.
 void ryl_readScreenshot(int width, int height, Screenshot& shot);
 
-// Writes it, bottom row first, with zlib `level` 0 to 9. A file that cannot be written whole is removed; one that is being
-// written delays the end by a signal (endings.h).
-void ryl_writeScreenshot(const Screenshot& shot, const char* filename, int level);
+// What the file will hold, bottom row first, with zlib `level` 0 to 9; nothing for a level out of range or without bytes.
+CompressedPng ryl_compressScreenshot(const Screenshot& shot, int level);
+
+// Writes the file. One that cannot be written whole is removed; one that is being written delays the end by a signal
+// (endings.h).
+void ryl_writeScreenshot(const Screenshot& shot, const CompressedPng& png, const char* filename, int level);

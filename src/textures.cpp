@@ -205,5 +205,5 @@ unsigned ryl_loadBlack(void) {
 void ryl_screenshot(int width, int height, const char* filename, int level) {
     Screenshot shot;
     ryl_readScreenshot(width, height, shot);
-    ryl_writeScreenshot(shot, filename, level);
+    ryl_writeScreenshot(shot, ryl_compressScreenshot(shot, level), filename, level);
 }
