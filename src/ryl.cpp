@@ -120,6 +120,9 @@ void openFullScreen(const PixelSize& size) {
     if (glutEnterGameMode() > 0) {
         // Whatever ends the program, the viewer gets the desktop's own mode back.
         std::atexit([] { glutLeaveGameMode(); });
+        // Many X servers show a small mode as a corner of a screen that keeps its size, and GLUT's window is as large as the
+        // screen.
+        glutReshapeWindow(size.width, size.height);
         return;
     }
     std::printf("[/] no game mode %s on this screen, taking a full-screen window\n", screenMode.c_str());
