@@ -96,12 +96,11 @@ void openMissingStreams() {
 
 void ryl_watchEndings(void) {
     openMissingStreams();
-    struct sigaction once = {};
-    once.sa_handler = note;
-    once.sa_flags = static_cast<int>(SA_RESETHAND);
+    struct sigaction first = {};
+    first.sa_handler = note;
     // What a shell or nohup has had ignored stays so.
     for (const int ending : {SIGINT, SIGTERM, SIGHUP})
-        if (!isIgnored(ending)) sigaction(ending, &once, nullptr);
+        if (!isIgnored(ending)) sigaction(ending, &first, nullptr);
     struct sigaction late = {};
     late.sa_handler = endNow;
     sigaction(SIGALRM, &late, nullptr);

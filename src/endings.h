@@ -4,9 +4,9 @@
 #pragma once
 
 // From here on SIGINT, SIGTERM and SIGHUP are noted for ryl_endIfAsked, those excepted that were ignored when the program
-// started; the second one of a kind ends the process at once. Where ryl_endIfAsked does not come in time, because the
-// window system or the sound hangs, the process ends within two seconds of the signal all the same, in the same words and
-// with the same status, but without what is done at `exit`.
+// started. The first one counts: later ones do not cut short what is done at `exit`. Where ryl_endIfAsked does not come in
+// time, because the window system or the sound hangs, the process ends within two seconds of the signal all the same, in
+// the same words and with the same status, but without what is done at `exit`.
 // Output that nobody reads any more, or that was closed from the start, is lost without an end. Running out of memory
 // prints "[!] There is not enough memory." as a line and exits with -1. ryl_init calls it; a program that opens files or
 // starts threads before that calls it first; calling it again does no harm.
