@@ -34,11 +34,6 @@ std::string imageSize(const fs::path& path) {
     return size;
 }
 
-std::vector<std::string> words(const std::string& text) {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
-}
-
 TEST(Ends, HaveAStatusAndAReason) {
     const std::string PICTURE = "data/images/summer.png", NO_PICTURE = "[! data/images/summer.png] file not found.\n";
     const struct {

@@ -13,6 +13,8 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
@@ -106,6 +108,11 @@ Outcome runProgram(const RunDirectory& directory, const std::vector<std::string>
     return {status, program.output()};
 }
 
+std::vector<std::string> words(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
 std::string shell(const std::string& commandLine) {
     startPrivateDisplay();
     std::string printed;
@@ -116,8 +123,7 @@ std::string shell(const std::string& commandLine) {
     return printed;
 }
 
-// Without a window manager nobody hands the focus out.
+// GLUT has a title of its own in a game mode. The window gets the key whether or not it has the focus.
 void pressKey(const std::string& key) {
-    shell("xdotool search --sync --onlyvisible --name '^ryl-framework$' windowfocus --sync key --clearmodifiers " +
-          key);
+    shell("xdotool search --sync --onlyvisible --name '^(ryl-framework|FREEGLUT)$' key --clearmodifiers " + key);
 }

@@ -48,8 +48,11 @@ struct Outcome {
 };
 Outcome runProgram(const RunDirectory& directory, const std::vector<std::string>& options, int seconds = 60);
 
+// Options as one writes them in a shell, without quotes.
+std::vector<std::string> words(const std::string& text);
+
 // Runs a shell command line on the private display and returns what it prints.
 std::string shell(const std::string& commandLine);
 
-// Presses a key (an xdotool name such as "space") with the keyboard focus on the program's window.
+// Presses a key (an xdotool name such as "space") in the program's window, or several, one after the other.
 void pressKey(const std::string& key);

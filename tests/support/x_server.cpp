@@ -9,18 +9,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 namespace {
 
 constexpr int START_LIMIT_MS = 20000;
+constexpr int DISPLAY_FD = 3;  // of the server's
 
 pid_t server = 0;
 pid_t owner = 0;
-
-[[noreturn]] void fail(const char* what) {
-    std::fprintf(stderr, "private display: %s\n", what);
-    std::exit(EXIT_FAILURE);
-}
 
 // A death test's child inherits this handler with the parent's server: only the owner may end it.
 void stopServer() {
@@ -29,21 +26,23 @@ void stopServer() {
     waitpid(server, nullptr, 0);
 }
 
-[[noreturn]] void runServer(int displayFd, const std::string& screen) {
+[[noreturn]] void runServer(std::vector<std::string> command, int displayFd) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    const std::string fd = std::to_string(displayFd);
-    execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp", "-noreset",
-           nullptr);
+    if (displayFd != DISPLAY_FD) dup2(displayFd, DISPLAY_FD);
+    std::vector<char*> arguments;
+    for (std::string& word : command) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
     _exit(127);
 }
 
-// Xvfb writes the display number and a line end once it accepts connections.
+// The number and a line end come once the server accepts connections; nothing if it does not start.
 std::string readDisplayNumber(int fd) {
     std::string number;
     pollfd waiting{fd, POLLIN, 0};
     while (number.find('\n') == std::string::npos) {
         char byte = 0;
-        if (poll(&waiting, 1, START_LIMIT_MS) <= 0 || read(fd, &byte, 1) != 1) fail("Xvfb does not start");
+        if (poll(&waiting, 1, START_LIMIT_MS) <= 0 || read(fd, &byte, 1) != 1) return {};
         number += byte;
     }
     number.pop_back();
@@ -52,22 +51,33 @@ std::string readDisplayNumber(int fd) {
 
 }  // namespace
 
-void startPrivateDisplay(int width, int height) {
-    if (server != 0) return;
+bool startPrivateServer(const std::vector<std::string>& command) {
     int ends[2];
-    if (pipe(ends) != 0) fail("no pipe");
-    owner = getpid();
-    server = fork();
-    if (server == 0) runServer(ends[1], std::to_string(width) + "x" + std::to_string(height) + "x24");
-    if (server < 0) fail("no process");
+    if (pipe(ends) != 0) return false;
+    const pid_t child = fork();
+    if (child == 0) runServer(command, ends[1]);
     close(ends[1]);
+    if (child > 0) {
+        owner = getpid();
+        server = child;
+        std::atexit(stopServer);
+    }
     const std::string number = readDisplayNumber(ends[0]);
     close(ends[0]);
-    std::atexit(stopServer);
     setenv("DISPLAY", (":" + number).c_str(), 1);
     // The second alone does nothing where another vendor's GLX answers first.
     setenv("__GLX_VENDOR_LIBRARY_NAME", "mesa", 0);
     setenv("LIBGL_ALWAYS_SOFTWARE", "1", 0);
+    return !number.empty();
+}
+
+void startPrivateDisplay(int width, int height) {
+    if (server != 0) return;
+    const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
+    if (startPrivateServer({"Xvfb", "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp", "-noreset"}))
+        return;
+    std::fputs("private display: Xvfb does not start\n", stderr);
+    std::exit(EXIT_FAILURE);
 }
 
 void signalPrivateDisplay(int signal) { kill(server, signal); }

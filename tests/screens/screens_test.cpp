@@ -1,0 +1,292 @@
+// The program on real screens: an X server that changes its mode, window managers, a Wayland compositor. Always silent.
+// Where one of them is missing, its cases are skipped and say so.
+#include "command.h"
+#include "program.h"
+#include "x_server.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int TERMINATED = 128 + SIGTERM;
+constexpr auto PATIENCE = std::chrono::seconds(40);
+
+// The first program that is not installed here; empty if all are.
+std::string missing(const std::vector<std::string>& programs) {
+    for (const std::string& program : programs)
+        if (run("command -v " + program).status != 0) return program;
+    return {};
+}
+
+bool comesTrue(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + PATIENCE;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    return true;
+}
+
+// Size and checksum of a picture, given as input options of ffmpeg; empty if there is none.
+std::string picture(const std::string& input) {
+    return run("ffmpeg -v quiet " + input +
+               " -frames:v 1 -pix_fmt rgb24 -f framemd5 - | "
+               "awk '/dimensions/ { print $3 } /^0/ { print $NF }'")
+        .output;
+}
+
+// The upper left part, of that size, of what the X server shows.
+std::string shown(const std::string& size) {
+    return picture("-f x11grab -draw_mouse 0 -video_size " + size + " -i " + std::getenv("DISPLAY"));
+}
+
+std::string screenshot(const RunDirectory& directory) {
+    pressKey("s");
+    const std::string turned = " -vf vflip";  // screenshots stand upside down
+    return picture("-i " + (directory.path() / "screenshot.png").string() + turned);
+}
+
+// The program's picture is all that `screen` gives, once the motion blur rests; paused.
+void expectWhole(const RunDirectory& directory, const std::function<std::string()>& screen) {
+    std::string wanted, seen;
+    comesTrue([&] {
+        wanted = screenshot(directory);
+        seen = screen();
+        return !wanted.empty() && wanted == seen;
+    });
+    EXPECT_NE(wanted, "");
+    EXPECT_EQ(wanted, seen);
+}
+
+bool isPaused(Program& program) {
+    pressKey("space");
+    return program.waitForLine("PAUSED AT : ");
+}
+
+// ---- An X server with modes ---------------------------------------------------------------------------------------
+
+constexpr char MODES[] = R"(
+Section "ServerFlags"
+    Option "AutoAddDevices" "false"
+    Option "AutoAddGPU" "false"
+EndSection
+Section "Device"
+    Identifier "card"
+    Driver "dummy"
+    VideoRam 32768
+EndSection
+Section "Monitor"
+    Identifier "monitor"
+    HorizSync 5-1000
+    VertRefresh 5-200
+    Modeline "1600x1000" 192.00 1600 1712 1880 2160 1000 1003 1009 1060
+    Modeline "1280x800" 107.70 1280 1368 1504 1728 800 801 804 831
+    Modeline "1024x768" 81.80 1024 1080 1192 1360 768 769 772 802
+EndSection
+Section "Screen"
+    Identifier "screen"
+    Device "card"
+    Monitor "monitor"
+    DefaultDepth 24
+    SubSection "Display"
+        Modes "1600x1000" "1280x800" "1024x768"
+    EndSubSection
+EndSection
+)";
+
+// "1600x1000", whatever size the screen has for clients.
+std::string mode() { return run("xvidtune -show | awk -F'\"' '{ printf $2 }'").output; }
+
+// Plays in the mode, full screen, until `end`.
+void playInMode(const std::string& wanted, const std::string& options, int status,
+                const std::function<void(Program&)>& end) {
+    if (const std::string lacking = missing({"Xorg", "xvidtune"}); !lacking.empty())
+        GTEST_SKIP() << "There is no " << lacking << " here.";
+    const TempDir folder;
+    if (!startPrivateServer({"Xorg", "-displayfd", "3", "-config", folder.write("modes.conf", MODES), "-logfile",
+                             folder.path() / "log", "-noreset", "-nolisten", "tcp"}))
+        GTEST_SKIP() << "Xorg does not start here with the dummy driver:\n"
+                     << run("cat " + folder.path().string() + "/log").output;
+    ASSERT_EQ(mode(), "1600x1000");
+    const RunDirectory directory;
+    Program program(directory, words("-m " + options));
+    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    ASSERT_TRUE(isPaused(program)) << program.output();
+    EXPECT_EQ(mode(), wanted);
+    expectWhole(directory, [&] { return shown(wanted); });
+    pressKey("space");
+    end(program);
+    EXPECT_EQ(program.finish(), status) << program.output();
+    EXPECT_EQ(mode(), "1600x1000");
+}
+
+TEST(GameMode, IsLeftByEscape) {
+    // From the keyboard, which the window has to itself.
+    playInMode("1280x800", "-s 2", 0, [](Program&) { shell("xdotool key Escape"); });
+}
+
+TEST(GameMode, IsLeftAtTheEnd) {
+    playInMode("1024x768", "-s 6 -w 1024 -h 768", 0, [](Program&) {});
+}
+
+TEST(GameMode, IsLeftAfterASignal) {
+    playInMode("1024x768", "-s 2 -w 1024 -h 768", TERMINATED, [](Program& program) { kill(program.id(), SIGTERM); });
+}
+
+TEST(GameMode, IsLeftAfterManySignals) {
+    playInMode("1280x800", "-s 2", TERMINATED, [](Program& program) {
+        for (int i = 0; i < 50; ++i) {
+            kill(program.id(), SIGTERM);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+}
+
+// ---- Window managers ----------------------------------------------------------------------------------------------
+
+struct WindowManager {
+    std::string program, start;  // how it is started, in its home directory
+    std::string resize, close;   // what changes the size of the program's window, and asks it to close
+    std::string leave, back;     // to another workspace, and from there
+};
+
+const WindowManager OPENBOX = {"openbox",
+                               "openbox",
+                               "xdotool search --name '^ryl-framework$' windowsize 500 300",
+                               "xdotool key alt+F4",
+                               "xdotool set_desktop 1",
+                               "xdotool set_desktop 0"};
+const WindowManager I3 = {"i3",
+                          "echo 'font pango:monospace 8' >config && i3 -c config",
+                          "i3-msg floating enable",
+                          "i3-msg kill",
+                          "i3-msg workspace 2",
+                          "i3-msg workspace 1"};
+
+constexpr char SCREEN[] = "1280x1024";
+
+// Plays under the window manager, which ends with the display.
+void under(const WindowManager& manager, void (*play)(const WindowManager&)) {
+    if (!missing({manager.program}).empty()) GTEST_SKIP() << "There is no " << manager.program << " here.";
+    const TempDir home;
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"}) setenv(name, home.path().c_str(), 1);
+    shell("cd; (" + manager.start + ") >log 2>&1 &");
+    ASSERT_TRUE(comesTrue([] { return run("xdotool get_desktop 2>&1").status == 0; })) << run("cat ~/log").output;
+    play(manager);
+}
+
+void fillsTheScreenAndCloses(const WindowManager& manager) {
+    const RunDirectory directory;
+    Program program(directory, words("-m -s 2"));
+    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    ASSERT_TRUE(isPaused(program)) << program.output();
+    expectWhole(directory, [] { return shown(SCREEN); });
+    shell(manager.close);
+    EXPECT_EQ(program.finish(), 0) << program.output();
+}
+
+// "WIDTHxHEIGHT" of the program's window.
+std::string windowSize() {
+    return shell(
+        "eval $(xdotool search --name '^ryl-framework$' getwindowgeometry --shell); printf ${WIDTH}x$HEIGHT");
+}
+
+void playsOnResized(const WindowManager& manager) {
+    const RunDirectory directory;
+    Program program(directory, words("-nf -m -s 5"));
+    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    const std::string before = windowSize();
+    shell(manager.resize);
+    EXPECT_TRUE(comesTrue([&] { return windowSize() != before; })) << before;
+    const std::string size = windowSize();
+    EXPECT_TRUE(comesTrue([&] { return screenshot(directory).starts_with(size); })) << size;
+    std::string nearlyToTheEnd;
+    for (int second = 105; second < 135; ++second) nearlyToTheEnd += " Right";
+    pressKey(nearlyToTheEnd);
+    EXPECT_EQ(program.finish(), 0) << program.output();
+}
+
+int framesIn(const RunDirectory& directory) {
+    return static_cast<int>(std::distance(fs::directory_iterator(directory.path() / "capture"), {}));
+}
+
+// Ends a capture. Its frames 1 to `last`, as a checksum; empty if one is missing.
+std::string endedWith(Program& program, const RunDirectory& directory, int last) {
+    kill(program.id(), SIGTERM);
+    EXPECT_EQ(program.finish(), TERMINATED) << program.output();
+    const std::string files = "$(seq -f %g.png " + std::to_string(last) + ")";
+    return run("cd " + directory.path().string() + "/capture && cat " + files + " >all && md5sum all").output;
+}
+
+void losesNoFrame(const WindowManager& manager) {
+    const auto options = words("-nf -c 1 -w 160 -h 90");
+    const auto waitForFrame = [](Program& program, int frame) {
+        return program.waitForLine("[CAPTURE] frame " + std::to_string(frame) + "\n");
+    };
+    const RunDirectory hidden, undisturbed;
+    Program program(hidden, options);
+    int last = 20;
+    ASSERT_TRUE(waitForFrame(program, last)) << program.output();
+    for (const bool visible : {false, true}) {
+        shell(visible ? manager.back : manager.leave);
+        ASSERT_TRUE(comesTrue([&] {
+            return visible != shell("xdotool search --onlyvisible --name '^ryl-framework$'").empty();
+        })) << visible;
+        last = framesIn(hidden) + 50;
+        ASSERT_TRUE(waitForFrame(program, last)) << program.output();
+    }
+    const std::string frames = endedWith(program, hidden, last);
+    Program again(undisturbed, options);
+    ASSERT_TRUE(waitForFrame(again, last)) << again.output();
+    EXPECT_NE(frames, "");
+    EXPECT_EQ(frames, endedWith(again, undisturbed, last)) << last;
+}
+
+TEST(Openbox, IsCoveredAndClosesTheWindow) { under(OPENBOX, fillsTheScreenAndCloses); }
+TEST(Openbox, ResizesTheWindow) { under(OPENBOX, playsOnResized); }
+TEST(Openbox, ShowsAnotherWorkspaceDuringACapture) { under(OPENBOX, losesNoFrame); }
+TEST(I3, IsCoveredAndClosesTheWindow) { under(I3, fillsTheScreenAndCloses); }
+TEST(I3, ResizesTheWindow) { under(I3, playsOnResized); }
+TEST(I3, ShowsAnotherWorkspaceDuringACapture) { under(I3, losesNoFrame); }
+
+// ---- A Wayland compositor -----------------------------------------------------------------------------------------
+
+// On a screen without the default mode: XWayland 22 crashes when the game mode moves a pointer that the compositor lacks.
+TEST(Weston, IsCoveredByTheWindow) {
+    if (const std::string lacking = missing({"weston", "weston-screenshooter", "Xwayland"}); !lacking.empty())
+        GTEST_SKIP() << "There is no " << lacking << " here.";
+    const TempDir home;
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"}) setenv(name, home.path().c_str(), 1);
+    setenv("WAYLAND_DISPLAY", "screen", 1);
+    const std::string launched = home.write("launched", "#!/bin/sh\necho ${DISPLAY#:} >&3\n");
+    fs::permissions(launched, fs::perms::owner_all);
+    const std::string settings =
+        home.write("settings", "[core]\nxwayland=true\n[autolaunch]\npath=" + launched + "\n");
+    if (!startPrivateServer({"weston", "--backend=headless-backend.so", "--use-pixman", "--width=1024",
+                             "--height=640", "--idle-time=0", "--debug", "--socket=screen", "--config=" + settings,
+                             "--log=" + (home.path() / "log").string()}))
+        GTEST_SKIP() << "weston does not start here:\n" << run("cat ~/log").output;
+    const RunDirectory directory;
+    Program program(directory, words("-m -s 2"));
+    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    ASSERT_TRUE(isPaused(program)) << program.output();
+    expectWhole(directory, [] {
+        run("cd && rm -f wayland-screenshot* && weston-screenshooter");
+        return picture("-i ~/wayland-screenshot*");
+    });
+    pressKey("Escape");
+    EXPECT_EQ(program.finish(), 0) << program.output();
+}
+
+}  // namespace
