@@ -155,12 +155,6 @@ TEST(Keys, PauseSeekScreenshotAndQuit) {
     EXPECT_EQ(imageSize(directory.path() / "screenshot.png"), "200x120");
 }
 
-// "X,Y WIDTHxHEIGHT" of the program's window.
-std::string windowPlace() {
-    return shell("eval $(xdotool search --sync --onlyvisible --name '^ryl-framework$' getwindowgeometry --shell);"
-                 "printf $X,$Y' '${WIDTH}x$HEIGHT");
-}
-
 TEST(FullScreen, CoversTheScreenWithoutAWindowManager) {
     startPrivateDisplay(800, 500);
     const RunDirectory directory;

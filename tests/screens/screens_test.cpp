@@ -196,20 +196,14 @@ void fillsTheScreenAndCloses(const WindowManager& manager) {
     EXPECT_EQ(program.finish(), 0) << program.output();
 }
 
-// "WIDTHxHEIGHT" of the program's window.
-std::string windowSize() {
-    return shell(
-        "eval $(xdotool search --name '^ryl-framework$' getwindowgeometry --shell); printf ${WIDTH}x$HEIGHT");
-}
-
 void playsOnResized(const WindowManager& manager) {
     const RunDirectory directory;
     Program program(directory, words("-nf -m -s 5"));
     ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
-    const std::string before = windowSize();
+    const std::string before = windowPlace();
     shell(manager.resize);
-    EXPECT_TRUE(comesTrue([&] { return windowSize() != before; })) << before;
-    const std::string size = windowSize();
+    EXPECT_TRUE(comesTrue([&] { return windowPlace() != before; })) << before;
+    const std::string place = windowPlace(), size = place.substr(place.find(' ') + 1);
     EXPECT_TRUE(comesTrue([&] { return screenshot(directory).starts_with(size); })) << size;
     std::string nearlyToTheEnd;
     for (int second = 105; second < 135; ++second) nearlyToTheEnd += " Right";
@@ -281,10 +275,13 @@ TEST(Weston, IsCoveredByTheWindow) {
     Program program(directory, words("-m -s 2"));
     ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
     ASSERT_TRUE(isPaused(program)) << program.output();
-    expectWhole(directory, [] {
-        run("cd && rm -f wayland-screenshot* && weston-screenshooter");
-        return picture("-i ~/wayland-screenshot*");
-    });
+    EXPECT_TRUE(windowPlace().ends_with(" 1024x640")) << windowPlace();
+    // Version 14 moves a window that goes full screen by the margin of the frame that it had.
+    if (!run("weston --version").output.starts_with("weston 14"))
+        expectWhole(directory, [] {
+            run("cd && rm -f wayland-screenshot* && weston-screenshooter");
+            return picture("-i ~/wayland-screenshot*");
+        });
     pressKey("Escape");
     EXPECT_EQ(program.finish(), 0) << program.output();
 }

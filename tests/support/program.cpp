@@ -127,3 +127,8 @@ std::string shell(const std::string& commandLine) {
 void pressKey(const std::string& key) {
     shell("xdotool search --sync --onlyvisible --name '^(ryl-framework|FREEGLUT)$' key --clearmodifiers " + key);
 }
+
+std::string windowPlace() {
+    return shell("eval $(xdotool search --sync --onlyvisible --name '^ryl-framework$' getwindowgeometry --shell);"
+                 "printf '%s,%s %sx%s' $X $Y $WIDTH $HEIGHT");
+}

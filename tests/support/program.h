@@ -56,3 +56,6 @@ std::string shell(const std::string& commandLine);
 
 // Presses a key (an xdotool name such as "space") in the program's window, or several, one after the other.
 void pressKey(const std::string& key);
+
+// "X,Y WIDTHxHEIGHT" of the program's window, once it can be seen.
+std::string windowPlace();
