@@ -1,6 +1,5 @@
 #include "fmod.h"
 
-#include "audio_device.h"
 #include "mp3_stream.h"
 #include "playback.h"
 
@@ -60,13 +59,10 @@ constexpr std::array<ErrorText, 11> ERROR_TEXTS = {{
 // All systems, and through them everything that is ever made: it is never freed, because threads use it until
 // the very end of the process.
 FMOD_SYSTEM* systems = nullptr;
-bool audioStarted = false;
 
 void stopAtExit() {
-    bool stopped = true;
     for (FMOD_SYSTEM* system = systems; system; system = system->next)
-        if (system->channel.playback && !stopPlayback(*system->channel.playback)) stopped = false;
-    if (audioStarted && stopped) stopAudio();
+        if (system->channel.playback) stopPlayback(*system->channel.playback);
 }
 
 FMOD_RESULT resultOf(Mp3Open opened) {
@@ -141,9 +137,8 @@ FMOD_RESULT FMOD_System_Init(FMOD_SYSTEM* system, int maxChannels, unsigned int 
     if (maxChannels < 1) return FMOD_ERR_PARAMETER;
     if (flags != FMOD_INIT_NORMAL) return FMOD_ERR_UNSUPPORTED;
     if (system->initialized) return FMOD_ERR_INITIALIZED;
-    if (!audioStarted) audioStarted = startAudio();
     return withResources([&] {
-        system->channel.playback = makePlayback(audioStarted);
+        system->channel.playback = makePlayback();
         system->initialized = true;
     });
 }
@@ -157,8 +152,12 @@ FMOD_RESULT FMOD_System_CreateSound(FMOD_SYSTEM* system, const char* name, unsig
     std::unique_ptr<FMOD_SOUND> made(new (std::nothrow) FMOD_SOUND{system, {}, system->sounds});
     if (!made) return FMOD_ERR_RESOURCES;
     if (const Mp3Open opened = openMp3(name, made->stream); opened != Mp3Open::Ok) return resultOf(opened);
-    *sound = system->sounds = made.release();
-    return FMOD_OK;
+    const FMOD_RESULT prepared = withResources([&] { preparePlayback(*system->channel.playback, made->stream); });
+    if (prepared == FMOD_OK)
+        *sound = system->sounds = made.release();
+    else
+        closeMp3(made->stream);
+    return prepared;
 }
 
 FMOD_RESULT FMOD_System_PlaySound(FMOD_SYSTEM* system, int channel, FMOD_SOUND* sound, FMOD_BOOL paused,

@@ -49,27 +49,28 @@ FMOD_API FMOD_RESULT FMOD_System_Create(FMOD_SYSTEM** system);
 // The library's version: major number in the upper 16 bits, minor number in the lower 16.
 FMOD_API FMOD_RESULT FMOD_System_GetVersion(FMOD_SYSTEM* system, unsigned int* version);
 
-// Finds the audio service. `maxChannels` is 1 or more (one channel is provided), `flags` FMOD_INIT_NORMAL,
-// `driverData` is not used. No audio service is no error: one line on standard error, and sounds play
-// silently.
+// `maxChannels` is 1 or more (one channel is provided), `flags` FMOD_INIT_NORMAL, `driverData` is not used. RYL_SOUND in
+// the environment chooses the audio output: "pulse" (PulseAudio, PipeWire), "alsa" or "none"; without it the first that
+// is there.
 FMOD_API FMOD_RESULT FMOD_System_Init(FMOD_SYSTEM* system, int maxChannels, unsigned int flags, void* driverData);
 
-// Opens the mp3 file `name` and measures it; nothing plays yet. `mode` is any union of the modes above,
+// Opens the mp3 file `name` and measures it; nothing plays yet, but the audio device is opened in its format. `mode` is any union of the modes above,
 // `info` is null. On failure `*sound` is left as it was.
 FMOD_API FMOD_RESULT FMOD_System_CreateSound(FMOD_SYSTEM* system, const char* name, unsigned int mode, void* info,
                                              FMOD_SOUND** sound);
 
 // Plays `sound` from its start, once, in place of what the channel plays. `channel` is FMOD_CHANNEL_FREE or
 // 0; `paused` non-zero holds it at 0 until FMOD_Channel_SetPaused. May wait for the audio device, 2 s at the
-// most.
+// most. No device is no error: one line on standard error, and the sound plays silently until there is one.
 FMOD_API FMOD_RESULT FMOD_System_PlaySound(FMOD_SYSTEM* system, int channel, FMOD_SOUND* sound, FMOD_BOOL paused,
                                            FMOD_CHANNEL** playing);
 
 // Length in milliseconds, rounded down from an exact count of samples. `unit` is FMOD_TIMEUNIT_MS.
 FMOD_API FMOD_RESULT FMOD_Sound_GetLength(FMOD_SOUND* sound, unsigned int* length, unsigned int unit);
 
-// What the listener hears now, in milliseconds from the start of the sound, rounded down. Grows smoothly in
-// real time while playing, whatever becomes of the audio device; stands still while paused, and stands at the
+// What the listener hears now, in milliseconds from the start of the sound, rounded down: what the sound server and the
+// hardware still hold is not heard yet. Grows smoothly in real time while playing, whatever becomes of the audio device,
+// but stands at a new position until it is heard; stands still while paused, at the last that is heard, and at the
 // length once the sound has played to its end.
 FMOD_API FMOD_RESULT FMOD_Channel_GetPosition(FMOD_CHANNEL* channel, unsigned int* position, unsigned int unit);
 

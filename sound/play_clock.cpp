@@ -3,51 +3,45 @@
 #include <algorithm>
 #include <cassert>
 #include <cmath>
+#include <span>
+#include <tuple>
 
 namespace {
 
 constexpr double NS_PER_S = 1e9;
-constexpr std::int64_t WINDOW_NS = 1'000'000'000;
-constexpr double SLEW_SECONDS = 2.0;  // a difference is to be gone after this time
+constexpr std::int64_t WINDOW_NS = 500'000'000;        // of reports that are compared
+constexpr std::int64_t JOIN_NS = 250'000'000;          // of reports that must agree before a device joins
+constexpr std::int64_t REPORT_SPACING_NS = 4'000'000;  // so that a window's reports fit
+constexpr double JOIN_SECONDS = 0.005;                 // what both halves of them may differ by
+constexpr double PIECE_SECONDS = 0.05;                 // servers read no larger pieces
+constexpr int LEAST = 10;                              // a tenth of the reports is below what is believed
+constexpr double SLEW_SECONDS = 2.0;                   // a difference is to be gone after this time
 constexpr double SLEW_LIMIT = 0.005;
-constexpr double QUEUE_TOLERANCE = 0.25;  // of a buffer
-constexpr double STOP_SECONDS = 0.05;     // what a stop of our process may move the position by
+constexpr double MOVE_SECONDS = 0.015;  // a difference beyond this moves the sound
+constexpr double STOP_SECONDS = 0.05;   // what a stop of our process may move the position by
 
-// Whether the line may go on beyond what was handed over. Not before the device is known to play: many take a while.
-bool mayRunAhead(const PlayClock& clock, std::int64_t now) {
-    return clock.queueKnown || now - clock.windowNs >= WINDOW_NS;
+using Report = PlayClock::Report;
+
+// The line, if nothing holds it. `at` may lie a little before the last change.
+double unheld(const PlayClock& clock, std::int64_t at) {
+    return clock.lineFrames + static_cast<double>(at - clock.lineNs) / NS_PER_S * clock.rate * clock.lineSpeed;
 }
 
-// The device frame that is heard at `now`.
-double heard(const PlayClock& clock, std::int64_t now) {
-    if (!clock.running) return clock.lineFrames;
+// The line at `now`.
+double line(const PlayClock& clock, std::int64_t now) {
     assert(now >= clock.lineNs);
-    const double line =
-        clock.lineFrames + static_cast<double>(now - clock.lineNs) / NS_PER_S * clock.rate * clock.lineSpeed;
-    if (!clock.followsDevice) return line;
-    const double ahead = mayRunAhead(clock, now) ? clock.shown + STOP_SECONDS * clock.rate : 0;
-    return std::min(line, std::max(static_cast<double>(clock.handed), ahead));
+    if (!clock.joined) return unheld(clock, now);
+    return std::min(unheld(clock, now),
+                    std::max(static_cast<double>(clock.handed), clock.shown + STOP_SECONDS * clock.rate));
 }
 
-// Lets the line go on from (`now`, `frames`) at its speed.
-void setLine(PlayClock& clock, std::int64_t now, double frames) {
+void setSpeed(PlayClock& clock, std::int64_t now, double speed) {
+    clock.lineFrames = line(clock, now);
     clock.lineNs = now;
-    clock.lineFrames = frames;
+    clock.lineSpeed = speed;
 }
 
-void startWindow(PlayClock& clock, std::int64_t now) {
-    clock.windowNs = now;
-    clock.windowQueue = 0;
-}
-
-void startLine(PlayClock& clock, std::int64_t now) {
-    clock.running = true;
-    clock.shown = clock.lineFrames;
-    setLine(clock, now, clock.lineFrames);
-    startWindow(clock, now);
-}
-
-// Counts the next `frames` device frames as handed over. Returns how many of them come before the stream's.
+// Counts the next `frames` frames as handed over. Returns how many of them come before the stream's.
 std::int64_t hand(PlayClock& clock, std::int64_t frames) {
     const std::int64_t wait = std::clamp<std::int64_t>(clock.streamFrom - clock.handed, 0, frames);
     const std::int64_t silent = clock.paused ? frames : wait;
@@ -56,51 +50,91 @@ std::int64_t hand(PlayClock& clock, std::int64_t frames) {
     return silent;
 }
 
-// What a starved device has not asked for in time is lost. A little of it is only the line's own error: that is left to
-// the bending.
+// The sound is late: frames are left out. It is early: the stream waits.
+void moveSound(PlayClock& clock, std::int64_t late) {
+    if (late >= 0) {
+        hand(clock, late);
+        return;
+    }
+    clock.streamFrom = std::max(clock.streamFrom, clock.handed);
+    clock.handed += late;
+}
+
+// What a device that ran dry has not asked for in time is lost.
 void dropMissed(PlayClock& clock) {
     const double missed = clock.lineFrames - static_cast<double>(clock.handed);
-    if (missed > QUEUE_TOLERANCE * static_cast<double>(clock.buffer)) hand(clock, static_cast<std::int64_t>(missed));
+    if (missed < 0) return;
+    moveSound(clock, std::llround(missed));
+    clock.reportCount = 0;
 }
 
-// Nothing of the stream is heard yet, so the line may jump to what the device must have heard by now. Until its queue
-// is known that is only: it has begun.
-void skipSilence(PlayClock& clock, std::int64_t now) {
-    const double reached = static_cast<double>(clock.handed - clock.queue);
-    double limit = clock.paused ? reached : clock.tieDevice;
-    if (!clock.queueKnown) limit = 0;
-    if (std::min(reached, limit) > clock.lineFrames) setLine(clock, now, std::min(reached, limit));
+// Lays the stream under the line. `ahead`: how far the device's count of frames is ahead of the line.
+void join(PlayClock& clock, double ahead) {
+    clock.joined = true;
+    clock.handed = std::llround(static_cast<double>(clock.written) - ahead);
+    clock.streamFrom = clock.handed;
+    if (clock.paused) return;
+    // What is tied to a later frame waits for it.
+    clock.streamFrom = std::max(clock.handed, static_cast<std::int64_t>(std::ceil(clock.tieLine)));
+    const double next = clock.tieStream + static_cast<double>(clock.streamFrom) - clock.tieLine;
+    clock.stream = std::min(static_cast<std::int64_t>(next), clock.length);
 }
 
-// A queue holds whole buffers. What was seen is more than that if the line started late, and a little less if no
-// request was quite on time.
-void learnQueue(PlayClock& clock) {
-    const double buffers = std::floor(clock.windowQueue / static_cast<double>(clock.buffer) + QUEUE_TOLERANCE);
-    clock.queue = std::max(static_cast<std::int64_t>(buffers), std::int64_t{1}) * clock.buffer;
-    clock.queueKnown = true;
+// How far ahead of the line the device is. A server that reads in pieces tells of a piece as soon as it has read it, so a
+// report is as much ahead as is left of the piece: the least ones are believed. But not one that is far from most.
+double aheadOf(std::span<const Report> reports, double rate) {
+    std::array<double, std::tuple_size_v<decltype(PlayClock::reports)>> sorted{};
+    const auto end = std::ranges::transform(reports, sorted.begin(), &Report::ahead).out;
+    std::sort(sorted.begin(), end);
+    const double middle = sorted[reports.size() / 2];
+    const auto least = std::lower_bound(sorted.begin(), end, middle - PIECE_SECONDS * rate);
+    return *(least + (end - least) / LEAST);
 }
 
-// Learns the queue from the first second and then bends the line, once a second, towards what the requests say.
-void compareWithDevice(PlayClock& clock, std::int64_t now) {
-    skipSilence(clock, now);
-    clock.windowQueue = std::max(clock.windowQueue, static_cast<double>(clock.handed) - clock.lineFrames);
-    if (now - clock.windowNs < WINDOW_NS) return;
-    if (!clock.queueKnown) learnQueue(clock);
-    const double behind = clock.windowQueue - static_cast<double>(clock.queue);
-    clock.lineSpeed = 1 + std::clamp(behind / (clock.rate * SLEW_SECONDS), -SLEW_LIMIT, SLEW_LIMIT);
-    startWindow(clock, now);
+// Joins a device whose reports keep step with time; of one that does not, the older half is forgotten.
+void joinWhenSteady(PlayClock& clock) {
+    const std::span reports(clock.reports.data(), static_cast<std::size_t>(clock.reportCount));
+    const std::size_t half = reports.size() / 2;
+    const std::span newer = reports.subspan(half);
+    if (std::abs(aheadOf(reports.first(half), clock.rate) - aheadOf(newer, clock.rate)) <=
+        JOIN_SECONDS * clock.rate) {
+        join(clock, aheadOf(reports, clock.rate));
+        clock.reportCount = 0;
+        return;
+    }
+    std::copy(newer.begin(), newer.end(), reports.begin());
+    clock.reportCount = static_cast<int>(newer.size());
+}
+
+// Bends the line towards what the reports of a second say, or moves the sound.
+void compare(PlayClock& clock, std::int64_t now) {
+    const double ahead =
+        aheadOf(std::span(clock.reports).first(static_cast<std::size_t>(clock.reportCount)), clock.rate);
+    clock.reportCount = 0;
+    double bend = ahead / (clock.rate * SLEW_SECONDS);
+    if (std::abs(ahead) > MOVE_SECONDS * clock.rate) {
+        moveSound(clock, std::llround(-ahead));
+        bend = 0;
+    }
+    setSpeed(clock, now, 1 + std::clamp(bend, -SLEW_LIMIT, SLEW_LIMIT));
+}
+
+// The stream's frame `frame` comes next, and the position stands there until it is heard.
+void tie(PlayClock& clock, std::int64_t now, double frame) {
+    clock.tieStream = frame;
+    clock.tieLine = line(clock, now);
+    clock.stream = static_cast<std::int64_t>(frame);
+    if (!clock.joined) return;
+    clock.streamFrom = std::max(clock.handed, static_cast<std::int64_t>(std::ceil(clock.tieLine)));
+    clock.tieLine = static_cast<double>(clock.streamFrom);
 }
 
 }  // namespace
 
-PlayClock startClock(double rate, std::int64_t buffer, bool followsDevice) {
+PlayClock startClock(double rate, std::int64_t now) {
     PlayClock clock;
     clock.rate = rate;
-    clock.buffer = buffer;
-    clock.queue = buffer;
-    clock.followsDevice = followsDevice;
-    // A device that waits before it asks again was full, of silence, before the first request.
-    if (followsDevice) clock.lineFrames = -static_cast<double>(buffer);
+    clock.lineNs = now;
     return clock;
 }
 
@@ -110,66 +144,56 @@ void clockPlay(PlayClock& clock, std::int64_t now, std::int64_t length, bool pau
     clockSeek(clock, now, 0);
 }
 
-void clockStart(PlayClock& clock, std::int64_t now) {
-    if (clock.running) return;
-    startLine(clock, now);
-    clock.windowNs -= WINDOW_NS;
-}
-
 double clockPosition(PlayClock& clock, std::int64_t now) {
-    setLine(clock, now, heard(clock, now));
+    setSpeed(clock, now, clock.lineSpeed);
     clock.shown = clock.lineFrames;
-    const double moved = clock.paused ? 0 : std::max(0.0, clock.lineFrames - clock.tieDevice);
+    const double moved = clock.paused ? 0 : std::max(0.0, clock.lineFrames - clock.tieLine);
     return std::min(clock.tieStream + moved, static_cast<double>(clock.length));
-}
-
-Handout clockRequest(PlayClock& clock, std::int64_t now, int frames) {
-    if (!clock.running) startLine(clock, now);
-    setLine(clock, now, heard(clock, now));
-    if (clock.followsDevice) {
-        dropMissed(clock);
-        compareWithDevice(clock, now);
-    }
-    const std::int64_t first = clock.stream;
-    return {first, static_cast<int>(hand(clock, frames))};
 }
 
 void clockSeek(PlayClock& clock, std::int64_t now, std::int64_t frame) {
     assert(frame >= 0 && frame <= clock.length);
-    const double line = heard(clock, now);
-    clock.stream = frame;
-    clock.streamFrom = clock.handed;
-    clock.tieStream = static_cast<double>(frame);
-    clock.tieDevice = line;
-    if (!clock.followsDevice) return;
-    clock.streamFrom = std::max(clock.handed, static_cast<std::int64_t>(std::ceil(line)));
-    clock.tieDevice = static_cast<double>(clock.streamFrom);
+    tie(clock, now, static_cast<double>(frame));
 }
 
 void clockPause(PlayClock& clock, std::int64_t now) {
     if (clock.paused) return;
-    clock.tieStream = clockPosition(clock, now);
+    const double position = clockPosition(clock, now);
+    clock.tieStream = clock.joined ? std::max(position, static_cast<double>(clock.stream)) : position;
     clock.paused = true;
 }
 
 void clockResume(PlayClock& clock, std::int64_t now) {
     if (!clock.paused) return;
     clock.paused = false;
-    const double line = heard(clock, now);
-    clock.streamFrom = clock.handed;
-    clock.tieDevice = line;
-    if (!clock.followsDevice) return;
-    // Where the rest of the stream would have to stand for the position to move at once; if that is handed
-    // over already, the position waits.
-    const double wanted = line + (static_cast<double>(clock.stream) - clock.tieStream);
-    clock.streamFrom = std::max(clock.handed, static_cast<std::int64_t>(std::ceil(wanted)));
-    clock.tieDevice = line + (static_cast<double>(clock.streamFrom) - wanted);
+    tie(clock, now, clock.tieStream);
 }
 
-void clockLeaveDevice(PlayClock& clock, std::int64_t now) {
-    const double line = heard(clock, now);
-    clock.running = true;
-    clock.followsDevice = false;
-    clock.lineSpeed = 1;
-    setLine(clock, now, line);
+void clockResetDevice(PlayClock& clock, std::int64_t now) {
+    setSpeed(clock, now, 1);
+    clock.joined = false;
+    clock.written = 0;
+    clock.reportCount = 0;
+}
+
+Handout clockRequest(PlayClock& clock, std::int64_t now, int frames) {
+    setSpeed(clock, now, clock.lineSpeed);
+    clock.written += frames;
+    if (!clock.joined) return {clock.stream, frames};
+    dropMissed(clock);
+    const std::int64_t first = clock.stream;
+    return {first, static_cast<int>(hand(clock, frames))};
+}
+
+void clockHeard(PlayClock& clock, std::int64_t at, double frames) {
+    int& count = clock.reportCount;
+    if (count > 0 && at - clock.reports[count - 1].ns < REPORT_SPACING_NS) return;
+    // The device's next frame is the line's `handed` once it has joined.
+    const double base = clock.joined ? static_cast<double>(clock.handed - clock.written) : 0;
+    clock.reports[count++] = {at, frames + base - unheld(clock, at)};
+    if (count < 2 || at - clock.reports[0].ns < (clock.joined ? WINDOW_NS : JOIN_NS)) return;
+    if (clock.joined)
+        compare(clock, std::max(at, clock.lineNs));
+    else
+        joinWhenSteady(clock);
 }

@@ -1,90 +1,72 @@
-// play_clock.h - what the listener hears at a moment, from what the audio device has asked for so far
+// play_clock.h - what the listener hears at a moment, from what the audio device says
 //
 // Plain arithmetic on one record: reads no clock, takes no lock, knows no device. Every function takes the
 // monotonic time in nanoseconds; times must not go back from one call to the next.
 //
-// The model. The device counts frames from the first one that it asked for. `heard`, the device frame that leaves the
-// speaker now, is a straight line over monotonic time. The audio interface tells only when the device asks for another
-// buffer, and that moment is late by however long our thread waited for the CPU (jitter), so a single request never
-// moves the line. Requests correct it in three ways.
+// The model. What is heard, counted in frames, is a straight line over monotonic time. Nothing makes it step, and it never
+// goes back. Without a device it is monotonic time itself. A device takes frames ahead of it, as many as hardware and
+// sound server hold, and reports now and then how many have been heard. The reports of half a second are collected, and
+// compared with the line. A server that reads the stream in pieces counts a piece as soon as it has read it, so its report
+// is ahead by what is left of the piece: the least ahead are believed. Single reports far from the others, as servers give
+// when something changes, are not.
 //
-// Bending: a device asks as soon as its queue has room, so at a request that is on time `handed - queue` frames have
-// been heard, and at a late one more. The most punctual request of a second is believed, and the line bent towards it by
-// SLEW_LIMIT of its speed at most: 0.5 %, far more than crystals differ and too little to be seen. Requests that are
-// uneven because rates are converted, or because a server asks for several buffers at once, are so within that second,
-// not over it. The queue is learned from the first second: a device plays from its first request on and fills its
-// queue at once. It is one buffer at least: a device asks for the next while it plays the last.
+// Joining: a new device plays silence until its reports keep step with time. Then the stream is laid under the line: what
+// is handed over next is the frame that the line will have reached when it is heard, however far away the loudspeaker.
 //
-// Running ahead: a device that starves or is gone asks for nothing, and the line goes on beyond what was handed over: the
-// position keeps the time whatever the device does. When it asks again, what it has missed is dropped, so the sound is
-// back where the clock is. Only a stop of our own process holds the clock: it goes ahead by no more than a twentieth of
-// a second from one query of the position to the next. And before a device has been at work for a second nothing is
-// heard that has not been handed over, because many take a while to begin.
+// Bending: when the reports are off, the line is bent towards them by SLEW_LIMIT of its speed at most: 0.5 %, far more
+// than crystals differ and too little to be seen. When they are off by more than that mends soon (the device has moved to
+// another loudspeaker, or its server has missed something) the sound is moved instead: it skips, or waits.
 //
-// Skipping: while nothing of the stream is heard (paused, or a new position is still on its way through the queue) the
-// line may be set forward at once.
+// Running dry: when the line reaches what was handed over, the device hangs or we are late. The line goes on and keeps the
+// time, and what the device has missed is left out when it asks again. Only a stop of our own process holds the line: it
+// goes ahead by no more than a twentieth of a second from one query of the position to the next.
 //
-// The start, a seek and a resume tie the stream to the device frames: from device frame `tieDevice` on, what is heard is
-// the stream from `tieStream` on. A seek ties the new position to the first device frame that is not handed over yet,
-// and until that one is heard, a few hundredths of a second later, the position stands at the target: the old sound in
-// the queue cannot be taken back. A pause hands out silence while what is queued is still heard; on resume there is just
-// so much silence that the stream goes on without a gap and the position without a step.
-//
-// What this cannot see: how long a sound server and the hardware hold frames after they have left that queue.
-//
-// A device with no clock of its own (none at all, one that is lost, the interface's drivers that only sleep) is not
-// followed: the line is then monotonic time itself.
+// The start, a seek and a resume tie the stream to the line: from `tieLine` on, what is heard is the stream from
+// `tieStream` on. They tie the new position to the first frame that is not handed over yet, and until that one is heard
+// the position stands: the sound before it cannot be taken back. For the same reason a pause stands at the last frame
+// that was handed over, which is the last to be heard.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
-// Counts are frames (one sample per audio channel) from the stream's or the device's start. Written only by
-// the functions below; `paused` and `stream` are for others to read.
+// Counts are frames (one sample per audio channel). Written only by the functions below; `joined`, `paused` and `stream`
+// are for others to read.
 struct PlayClock {
     double rate = 0;          // frames per second
     std::int64_t length = 0;  // frames in the stream
-    std::int64_t buffer = 0;  // frames that the device asks for at a time
-    std::int64_t queue = 0;   // frames that the device still holds when it asks for more, on time
-    bool queueKnown = false;  // learned from this device, not assumed
-    bool followsDevice = false;
 
-    bool running = false;       // the device has asked for its first frames
-    std::int64_t handed = 0;    // device frames handed over, or missed
-    double shown = 0;           // device frame that was heard at the last query
-    std::int64_t lineNs = 0;    // the line: at this time ...
-    double lineFrames = 0;      // ... this device frame is heard,
-    double lineSpeed = 1;       // and it moves at this multiple of `rate`
-    std::int64_t windowNs = 0;  // start of the second in which the requests are compared
-    double windowQueue = 0;     // the most that was handed over and not heard at a request in it
+    std::int64_t lineNs = 0;  // the line: at this time ...
+    double lineFrames = 0;    // ... it is here,
+    double lineSpeed = 1;     // and it moves at this multiple of `rate`
+    double shown = 0;         // where it was at the last query
 
-    bool paused = false;
+    bool joined = false;       // the device takes part
+    std::int64_t handed = 0;   // the line's frame that is handed over next
+    std::int64_t written = 0;  // the device's count of frames that were handed to it
+
+    struct Report {
+        std::int64_t ns;
+        double ahead;  // frames that the device is ahead of the line
+    };
+    std::array<Report, 256> reports{};
+    int reportCount = 0;
+
+    bool paused = true;
     std::int64_t stream = 0;      // next frame of the stream to hand over
-    std::int64_t streamFrom = 0;  // at this device frame
-    double tieDevice = 0;
+    std::int64_t streamFrom = 0;  // at this frame of the line
+    double tieLine = 0;
     double tieStream = 0;
 };
 
-// A clock for a device of `rate` frames per second that has asked for nothing yet; `buffer` is the size of
-// its requests. The clock starts with the first one.
-PlayClock startClock(double rate, std::int64_t buffer, bool followsDevice);
+// A clock for `rate` frames per second, without a device and a stream.
+PlayClock startClock(double rate, std::int64_t now);
 
 // Plays a stream of `length` frames from frame 0.
 void clockPlay(PlayClock& clock, std::int64_t now, std::int64_t length, bool paused);
 
-// The device does not ask for its first frames: the clock starts without it.
-void clockStart(PlayClock& clock, std::int64_t now);
-
 // The stream's position: the frame that is heard, 0 to `length`, with its fraction.
 double clockPosition(PlayClock& clock, std::int64_t now);
-
-// What a request gets: `silent` frames of silence, then the stream from frame `first` on.
-struct Handout {
-    std::int64_t first;
-    int silent;
-};
-
-// The device asks for `frames` frames.
-Handout clockRequest(PlayClock& clock, std::int64_t now, int frames);
 
 // Moves to `frame` (0 to `length`); from the next request on the stream is handed over from there.
 void clockSeek(PlayClock& clock, std::int64_t now, std::int64_t frame);
@@ -92,5 +74,17 @@ void clockSeek(PlayClock& clock, std::int64_t now, std::int64_t frame);
 void clockPause(PlayClock& clock, std::int64_t now);
 void clockResume(PlayClock& clock, std::int64_t now);
 
-// Goes on by monotonic time from the position that the clock shows now: there is no device, or none any more.
-void clockLeaveDevice(PlayClock& clock, std::int64_t now);
+// A device has come that has played nothing, or the one that was there is gone.
+void clockResetDevice(PlayClock& clock, std::int64_t now);
+
+// What a request gets: `silent` frames of silence, then the stream from frame `first` on.
+struct Handout {
+    std::int64_t first;
+    int silent;
+};
+
+// The device takes `frames` more.
+Handout clockRequest(PlayClock& clock, std::int64_t now, int frames);
+
+// The device reports that it had played `frames` of those that it took, at the time `at`, which may lie a little back.
+void clockHeard(PlayClock& clock, std::int64_t at, double frames);

@@ -1,15 +1,19 @@
 #include "playback.h"
 
-#include "audio_device.h"
+#include "audio_driver.h"
 #include "play_clock.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -18,9 +22,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto DEVICE_PATIENCE = 2s;      // for the first request after the device has been opened
+constexpr auto DEVICE_PATIENCE = 2s;      // for a device to come, and to go
+constexpr auto DEVICE_RETRY = 1s;         // until the next try when there is none
 constexpr auto DECODER_PATIENCE = 500ms;  // of the device's thread, before it plays silence
-constexpr int CHUNK_FRAMES = 1152;        // decoded at a time: one frame of layer III
+constexpr double NS_PER_S = 1e9;
+constexpr double AHEAD_SECONDS = 2;  // further ahead of time is no device that plays: it only takes what it is given
+constexpr int CHUNK_FRAMES = 1152;   // decoded at a time: one frame of layer III
+
+using Drivers = std::span<const AudioDriver* const>;
+
+// In the order in which they are tried.
+constexpr std::array<const AudioDriver*, 2> DRIVERS = {&PULSE_DRIVER, &ALSA_DRIVER};
 
 // Decoded frames that wait for the device, a second of them.
 struct Ring {
@@ -34,38 +46,37 @@ struct Ring {
 // What the decoder is to do; a new number makes it start over.
 struct Request {
     unsigned int number = 0;
-    const Mp3Stream* stream = nullptr;
+    const Mp3Stream* stream = nullptr;  // null: nothing
     std::int64_t frame = 0;
 };
+
+struct Format {
+    int rate = 0;  // 0: none yet
+    int channels = 0;
+    bool operator==(const Format&) const = default;
+};
+
+enum class DeviceState { Opening, Open, Missing, Ended };
 
 }  // namespace
 
 struct Playback {
-    // Guards all that follows it. Held for a copy of some kilobytes at the longest: never while decoding,
-    // reading a file or inside SDL, so that a position query does not wait.
+    // Guards all of it; `format` and `request` change on the calling thread only. Held for a copy of some kilobytes at the longest: never while decoding, reading a file or inside
+    // ALSA, so that a position query does not wait.
     std::mutex lock;
-    std::condition_variable decoderWork;  // a request, or room in the ring
-    std::condition_variable deviceWork;   // frames, an end, a pause
-    std::condition_variable deviceAsked;
+    std::condition_variable decoderWork;    // a request, or room in the ring
+    std::condition_variable deviceWork;     // frames, an end, a pause, another format
+    std::condition_variable deviceChanged;  // its state, or it has joined the clock
     PlayClock clock;
     Ring ring;
     Request request;
+    Format format;  // that the device is to have
+    DeviceState device = DeviceState::Opening;
+    Drivers drivers;
     bool stopping = false;
-
-    // The calling thread's own.
-    AudioDevice device;
-    int rate = 0;
-    int channels = 0;
-    bool audio = false;
 };
 
 namespace {
-
-// To be read while the lock is held: then times follow each other in the order of the changes.
-std::int64_t nowNs() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
 
 std::int64_t capacity(const Ring& ring) {
     return ring.channels == 0 ? 0 : static_cast<std::int64_t>(ring.samples.size()) / ring.channels;
@@ -135,7 +146,8 @@ void decode(Playback& playback) {
     const auto sought = [&] { return served.number != playback.request.number; };
     const auto room = [&] { return !ring.ended && capacity(ring) - ring.filled >= CHUNK_FRAMES; };
     for (;;) {
-        playback.decoderWork.wait(held, [&] { return playback.stopping || sought() || room(); });
+        playback.decoderWork.wait(
+            held, [&] { return playback.stopping || (playback.request.stream && (sought() || room())); });
         if (playback.stopping) return;
         const bool seek = sought();
         served = playback.request;
@@ -153,92 +165,182 @@ void decode(Playback& playback) {
     }
 }
 
-// On SDL's thread.
-void fillDevice(void* context, unsigned char* bytes, int size) {
-    Playback& playback = *static_cast<Playback*>(context);
-    auto* samples = reinterpret_cast<std::int16_t*>(bytes);
-    std::unique_lock held(playback.lock);
-    const int channels = playback.ring.channels;
-    const int frames = size / (channels * static_cast<int>(sizeof(std::int16_t)));
+bool wanted(const Playback& playback, Format format) { return !playback.stopping && playback.format == format; }
+
+void setDevice(Playback& playback, DeviceState state) {
+    playback.device = state;
+    playback.deviceChanged.notify_one();
+}
+
+// Makes the decoder go where the clock is, if the ring does not reach so far: seeking takes less time than decoding.
+void followClock(Playback& playback) {
+    const Ring& ring = playback.ring;
+    const std::int64_t next = playback.clock.stream;
+    if (next < ring.first || (!ring.ended && next > ring.first + ring.filled))
+        requestStream(playback, playback.request.stream, next);
+}
+
+// Fills `samples` with what the device plays next. False when the format is no longer wanted.
+bool fill(Playback& playback, std::unique_lock<std::mutex>& held, Format format, std::span<std::int16_t> samples) {
+    const int frames = static_cast<int>(samples.size()) / format.channels;
+    const auto silent = [&] { return playback.clock.paused || !playback.clock.joined; };
+    if (!silent()) followClock(playback);
     // The device keeps what it has meanwhile. Only a file that hangs takes longer than that, and the clock
     // does not wait for it.
     playback.deviceWork.wait_for(held, DECODER_PATIENCE, [&] {
-        return playback.stopping || playback.clock.paused || ringHas(playback.ring, playback.clock.stream, frames);
+        return !wanted(playback, format) || silent() || ringHas(playback.ring, playback.clock.stream, frames);
     });
-    const auto [first, silent] = clockRequest(playback.clock, nowNs(), frames);
-    // The device has missed more than what waits: decoding that would take longer than seeking.
-    if (!playback.ring.ended && first > playback.ring.first + playback.ring.filled)
-        requestStream(playback, playback.request.stream, first);
-    std::int16_t* sound = std::fill_n(samples, std::ptrdiff_t{silent} * channels, std::int16_t{0});
-    takeFromRing(playback.ring, first, sound, frames - silent);
+    if (!wanted(playback, format)) return false;
+    const auto [first, wait] = clockRequest(playback.clock, audioClockNs(), frames);
+    std::int16_t* sound = std::fill_n(samples.data(), std::ptrdiff_t{wait} * format.channels, std::int16_t{0});
+    if (wait < frames) takeFromRing(playback.ring, first, sound, frames - wait);
     playback.decoderWork.notify_one();
-    playback.deviceAsked.notify_one();
+    return true;
 }
 
-bool fitsDevice(const Playback& playback, const Mp3Stream& stream) {
-    return playback.device.id != 0 && playback.rate == stream.rate && playback.channels == stream.channels &&
-           !audioDeviceLost(playback.device);
+// Feeds the device until it is gone or no longer wanted. One that takes frames as fast as they come, such as a file, is
+// held to the pace of time.
+void feed(Playback& playback, std::unique_lock<std::mutex>& held, Format format, const AudioDriver& driver,
+          void* device, int period) {
+    std::vector<std::int16_t> samples(static_cast<std::size_t>(period) * static_cast<std::size_t>(format.channels));
+    const std::int64_t began = audioClockNs();
+    std::int64_t written = 0;
+    while (wanted(playback, format)) {
+        held.unlock();
+        const Room room = driver.waitForRoom(device);
+        const std::optional<HeardReport> report = driver.report(device);
+        held.lock();
+        if (room == Room::Gone || !wanted(playback, format)) return;
+        if (report) {
+            clockHeard(playback.clock, report->ns, report->frames);
+            playback.deviceChanged.notify_one();
+        }
+        if (room == Room::None) continue;
+        if (!fill(playback, held, format, samples)) return;
+        held.unlock();
+        driver.write(device, samples);
+        held.lock();
+        written += period;
+        const double ahead = static_cast<double>(written) / format.rate -
+                             static_cast<double>(audioClockNs() - began) / NS_PER_S - AHEAD_SECONDS;
+        if (ahead > 0)
+            playback.deviceWork.wait_for(held, std::chrono::duration<double>(ahead),
+                                         [&] { return !wanted(playback, format); });
+    }
 }
 
-void startStream(Playback& playback, const Mp3Stream& stream, bool paused) {
-    clockPlay(playback.clock, nowNs(), stream.frames, paused);
-    requestStream(playback, &stream, 0);
+// Opens a device with the first driver that can, which is the only one from then on: a sound card that is free because
+// its server has crashed is the server's. Null when there is none; `period`: frames to write at a time.
+void* openDevice(Format format, Drivers& drivers, int& period) {
+    for (const AudioDriver* const& driver : drivers) {
+        if (void* device = driver->open(format.rate, format.channels, period)) {
+            drivers = Drivers(&driver, 1);
+            return device;
+        }
+    }
+    return nullptr;
 }
 
-bool dropDevice(Playback& playback) { return closeAudioDevice(std::exchange(playback.device, AudioDevice())); }
+// The device's thread: finds a device, feeds it, and finds another when it is gone. Whatever hangs in a driver or in a
+// server holds up nobody else.
+void runDevice(Playback& playback) {
+    Drivers drivers = playback.drivers;
+    std::unique_lock held(playback.lock);
+    while (!playback.stopping) {
+        const Format format = playback.format;
+        const auto changed = [&] { return !wanted(playback, format); };
+        if (format.rate == 0) {
+            playback.deviceWork.wait(held, changed);
+            continue;
+        }
+        held.unlock();
+        int period = 0;
+        void* device = openDevice(format, drivers, period);
+        held.lock();
+        if (device && wanted(playback, format)) {
+            clockResetDevice(playback.clock, audioClockNs());
+            setDevice(playback, DeviceState::Open);
+            feed(playback, held, format, *drivers.front(), device, period);
+            if (wanted(playback, format)) clockResetDevice(playback.clock, audioClockNs());
+        }
+        if (wanted(playback, format)) setDevice(playback, DeviceState::Missing);
+        if (device) {
+            held.unlock();
+            drivers.front()->close(device);
+            held.lock();
+        }
+        playback.deviceWork.wait_for(held, DEVICE_RETRY, changed);
+    }
+    setDevice(playback, DeviceState::Ended);
+}
 
-// A device that hangs still has our function to call, so there is no other after it.
-void openDevice(Playback& playback, const Mp3Stream& stream) {
-    if (!dropDevice(playback)) playback.audio = false;
-    if (playback.audio) playback.device = openAudioDevice(stream.rate, stream.channels, fillDevice, &playback);
-    playback.rate = stream.rate;
-    playback.channels = stream.channels;
+// Nothing plays until a stream is requested.
+void setFormat(Playback& playback, const Mp3Stream& stream) {
+    const Format format{stream.rate, stream.channels};
+    if (playback.format == format) return;
+    std::vector<std::int16_t> samples(static_cast<std::size_t>(stream.rate) *
+                                      static_cast<std::size_t>(stream.channels));
+    const std::lock_guard held(playback.lock);
+    playback.format = format;
+    playback.device = DeviceState::Opening;
+    playback.ring = {.samples = std::move(samples), .channels = stream.channels};
+    playback.request = {.number = playback.request.number + 1};
+    playback.clock = startClock(stream.rate, audioClockNs());
+    playback.deviceWork.notify_one();
+}
+
+// Those that RYL_SOUND names.
+Drivers chosenDrivers() {
+    const char* name = std::getenv("RYL_SOUND");
+    const std::string_view chosen = name ? name : "";
+    if (chosen == "none") return {};
+    for (const AudioDriver* const& driver : DRIVERS)
+        if (chosen == driver->name) return Drivers(&driver, 1);
+    if (!chosen.empty())
+        std::fprintf(stderr, "sound: RYL_SOUND is \"%s\", not pulse, alsa or none: taking the default\n", name);
+    return DRIVERS;
+}
+
+void reportNoDevice() {
+    static bool reported = false;
+    if (!reported) std::fputs("sound: no audio device, playing silently\n", stderr);
+    reported = true;
 }
 
 }  // namespace
 
-Playback* makePlayback(bool audio) {
+Playback* makePlayback() {
     auto playback = std::make_unique<Playback>();
-    playback->audio = audio;
-    if (audio) std::thread(decode, std::ref(*playback)).detach();
-    return playback.release();
+    playback->drivers = chosenDrivers();
+    std::thread(decode, std::ref(*playback)).detach();
+    // The first thread lives on, so the record must, too.
+    Playback* made = playback.release();
+    std::thread(runDevice, std::ref(*made)).detach();
+    return made;
+}
+
+void preparePlayback(Playback& playback, const Mp3Stream& stream) {
+    if (playback.request.stream == nullptr) setFormat(playback, stream);
 }
 
 void play(Playback& playback, const Mp3Stream& stream, bool paused) {
-    if (fitsDevice(playback, stream)) {
-        const std::lock_guard held(playback.lock);
-        startStream(playback, stream, paused);
-        return;
-    }
-    std::vector<std::int16_t> samples(static_cast<std::size_t>(stream.rate) *
-                                      static_cast<std::size_t>(stream.channels));
-    openDevice(playback, stream);
-    const AudioDevice& device = playback.device;
+    setFormat(playback, stream);
     std::unique_lock held(playback.lock);
-    playback.ring.channels = stream.channels;
-    playback.ring.samples.swap(samples);
-    playback.clock = startClock(stream.rate, device.buffer, device.hasClock);
-    if (device.id == 0) clockLeaveDevice(playback.clock, nowNs());
-    startStream(playback, stream, paused);
-    if (device.id == 0) return;
-    held.unlock();
-    runAudioDevice(device);
-    held.lock();
-    playback.deviceAsked.wait_for(held, DEVICE_PATIENCE, [&] { return playback.clock.running; });
-    clockStart(playback.clock, nowNs());
+    playback.deviceChanged.wait_for(held, DEVICE_PATIENCE,
+                                    [&] { return playback.clock.joined || playback.device == DeviceState::Missing; });
+    if (playback.device != DeviceState::Open && !playback.drivers.empty()) reportNoDevice();
+    clockPlay(playback.clock, audioClockNs(), stream.frames, paused);
+    requestStream(playback, &stream, 0);
 }
 
 double playPosition(Playback& playback) {
-    const bool lost = playback.device.id != 0 && audioDeviceLost(playback.device);
     const std::lock_guard held(playback.lock);
-    const std::int64_t now = nowNs();
-    if (lost && playback.clock.followsDevice) clockLeaveDevice(playback.clock, now);
-    return clockPosition(playback.clock, now);
+    return clockPosition(playback.clock, audioClockNs());
 }
 
 void seekPlayback(Playback& playback, std::int64_t frame) {
     const std::lock_guard held(playback.lock);
-    clockSeek(playback.clock, nowNs(), frame);
+    clockSeek(playback.clock, audioClockNs(), frame);
     requestStream(playback, playback.request.stream, frame);
 }
 
@@ -250,17 +352,16 @@ bool playbackPaused(Playback& playback) {
 void pausePlayback(Playback& playback, bool paused) {
     const std::lock_guard held(playback.lock);
     if (paused)
-        clockPause(playback.clock, nowNs());
+        clockPause(playback.clock, audioClockNs());
     else
-        clockResume(playback.clock, nowNs());
+        clockResume(playback.clock, audioClockNs());
     playback.deviceWork.notify_one();
 }
 
-bool stopPlayback(Playback& playback) {
+void stopPlayback(Playback& playback) {
     std::unique_lock held(playback.lock);
     playback.stopping = true;
     playback.decoderWork.notify_one();
     playback.deviceWork.notify_one();
-    held.unlock();
-    return dropDevice(playback);
+    playback.deviceChanged.wait_for(held, DEVICE_PATIENCE, [&] { return playback.device == DeviceState::Ended; });
 }

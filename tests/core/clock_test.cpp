@@ -57,7 +57,7 @@ TEST(SilentMode, PausesAndSeeksWithoutAnEnd) {
 }
 
 TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    setenv("RYL_SOUND", "none", 1);
     openTestWindow(WIDTH, HEIGHT);
     testing::internal::CaptureStdout();
     ryl_startMusic();

@@ -29,7 +29,7 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
     for (const char* name : {"ryl", "libs", "data", "tools", "capture"}) fs::remove_all(start.path() / name);
     fs::create_symlink(launcher, start.path() / "ryl");
 
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    setenv("RYL_SOUND", "none", 1);
     Program shown(start, {"-nf", "-s", "5", "-w", "200", "-h", "120"});
     ASSERT_TRUE(shown.waitForLine("song start pos = ")) << shown.output();
     pressKey("s");

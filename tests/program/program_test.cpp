@@ -58,7 +58,7 @@ TEST(Ends, HaveAStatusAndAReason) {
         {"data/tune.mp3", "-nf -w 160 -h 90", FAILED, "[!] FMOD error! ("},
         {"libs", "", NO_LIBRARY, "libs/libfmodex.so"},
     };
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    setenv("RYL_SOUND", "none", 1);
     for (const auto& [missing, options, status, message] : cases) {
         const RunDirectory directory;
         if (!missing.empty()) fs::remove(directory.path() / missing);
@@ -132,7 +132,7 @@ TEST(Output, NeedNotBeRead) {
 }
 
 TEST(Keys, PauseSeekScreenshotAndQuit) {
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    setenv("RYL_SOUND", "none", 1);
     const RunDirectory directory;
     Program program(directory, words("-nf -s 5 -w 200 -h 120"));
     ASSERT_TRUE(program.waitForLine("song start pos = 105000\n")) << program.output();

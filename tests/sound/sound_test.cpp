@@ -1,13 +1,12 @@
-// The sound library through its interface, on SDL's drivers that need no hardware.
+// The sound library through its interface, without a sound server.
 #include "child.h"
-#include "command.h"
-#include "fmod.h"
-#include "mp3_stream.h"
-#include "temp_dir.h"
+#include "player.h"
 
-#include <SDL.h>
+#include <alsa/asoundlib.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,109 +14,36 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 // The test's own definition comes before that in the library.
 bool deviceHangs = false;
-void SDL_CloseAudioDevice(SDL_AudioDeviceID device) {
+int snd_pcm_close(snd_pcm_t* device) {
     while (deviceHangs) pause();
-    reinterpret_cast<decltype(&SDL_CloseAudioDevice)>(dlsym(RTLD_NEXT, "SDL_CloseAudioDevice"))(device);
+    return reinterpret_cast<decltype(&snd_pcm_close)>(dlsym(RTLD_NEXT, "snd_pcm_close"))(device);
 }
 
 namespace {
 
-constexpr unsigned int STREAM = FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM, MS = FMOD_TIMEUNIT_MS;
 constexpr const char* NO_DEVICE = "sound: no audio device, playing silently\n";
+constexpr unsigned int MS = FMOD_TIMEUNIT_MS;
 
-// Makes `seconds` of loud noise that never repeats, so that any two places differ. Returns the file's path.
-std::string noiseMp3(const TempDir& folder, int seconds, int rate = 44100, int channels = 2) {
-    const std::string path = folder.path() / (std::to_string(rate) + ".mp3");
-    const std::string source = "anoisesrc=a=0.5:c=pink:seed=7:r=" + std::to_string(rate);
-    run("ffmpeg -v error -f lavfi -i " + source + " -t " + std::to_string(seconds) + " -ac " +
-        std::to_string(channels) + " " + path);
-    return path;
+// ALSA's configuration for this process: `output` is its default output, and there is no other.
+void setAlsa(const TempDir& folder, const std::string& output) {
+    setenv("ALSA_CONFIG_PATH", folder.write("asound.conf", "pcm.!default { " + output + " }\n").c_str(), 1);
+    setenv("RYL_SOUND", "alsa", 1);
 }
-
-// Every sample of the file, interleaved.
-std::vector<std::int16_t> decoded(const std::string& path) {
-    Mp3Stream stream;
-    EXPECT_EQ(openMp3(path.c_str(), stream), Mp3Open::Ok);
-    std::vector<std::int16_t> samples(static_cast<std::size_t>(stream.frames * stream.channels));
-    for (std::size_t at = 0; at < samples.size();)
-        at += static_cast<std::size_t>(readMp3(stream, std::span(samples).subspan(at)) * stream.channels);
-    closeMp3(stream);
-    return samples;
-}
-
-// The last bit of a sample depends on what the decoder has decoded before.
-bool sameSample(std::int16_t a, std::int16_t b) { return std::abs(a - b) <= 1; }
-
-constexpr double TOLERANCE_MS = 5;  // how far a position may be off
-
-using Clock = std::chrono::steady_clock;
-double msSince(Clock::time_point time) {
-    return std::chrono::duration<double, std::milli>(Clock::now() - time).count();
-}
-
-// Sampled every millisecond for `ms`, the position (in ms) never goes back, never jumps and keeps the time.
-template <typename Position>
-void expectSmooth(double ms, Position position) {
-    const Clock::time_point asked = Clock::now();
-    const double first = position();
-    const Clock::time_point answered = Clock::now();
-    for (double last = first; msSince(asked) < ms; usleep(1000)) {
-        const double least = first + msSince(answered) - TOLERANCE_MS, now = position();
-        ASSERT_GE(now, std::max(last, least));
-        ASSERT_LT(now, first + msSince(asked) + TOLERANCE_MS);
-        last = now;
-    }
-}
-
-struct Player {
-    FMOD_SYSTEM* system = nullptr;
-    FMOD_SOUND* sound = nullptr;
-    FMOD_CHANNEL* channel = nullptr;
-
-    FMOD_RESULT open(const std::string& path) {
-        return FMOD_System_CreateSound(system, path.c_str(), STREAM, nullptr, &sound);
-    }
-    // The first call that fails, or FMOD_OK.
-    FMOD_RESULT play(const char* driver, const std::string& path) {
-        setenv("SDL_AUDIODRIVER", driver, 1);
-        FMOD_RESULT result = system ? FMOD_OK : FMOD_System_Create(&system);
-        if (result == FMOD_OK) result = FMOD_System_Init(system, 1, FMOD_INIT_NORMAL, nullptr);
-        if (result == FMOD_OK || result == FMOD_ERR_INITIALIZED) result = open(path);
-        return result == FMOD_OK ? FMOD_System_PlaySound(system, FMOD_CHANNEL_FREE, sound, 0, &channel) : result;
-    }
-    unsigned int position() const {
-        unsigned int position = ~0U;
-        EXPECT_EQ(FMOD_Channel_GetPosition(channel, &position, MS), FMOD_OK);
-        return position;
-    }
-    void smooth(double ms) const {
-        expectSmooth(ms, [&] { return static_cast<double>(position()); });
-    }
-    void standsStill(unsigned int ms) const {
-        for (int i = 0; i < 100; ++i, usleep(1000)) ASSERT_EQ(position(), ms);
-    }
-    void seek(unsigned int ms) const {
-        const Clock::time_point before = Clock::now();
-        EXPECT_EQ(FMOD_Channel_SetPosition(channel, ms, MS), FMOD_OK);
-        const unsigned int reached = position();
-        EXPECT_GE(reached, ms);
-        EXPECT_LT(reached, ms + msSince(before) + TOLERANCE_MS);
-    }
-};
 
 TEST(Sound, PositionIsInTimeThroughPausesSeeksAndTheEnd) {
     const TempDir folder;
     const std::string tune = noiseMp3(folder, 6), other = noiseMp3(folder, 2, 22050, 1);
-    for (const char* driver : {"dummy", "nonexistent"}) {
+    setAlsa(folder, "type null");
+    for (const char* driver : {"none", "alsa"}) {
+        setenv("RYL_SOUND", driver, 1);
         Player player;
-        ASSERT_EQ(player.play(driver, tune), FMOD_OK);
+        ASSERT_EQ(player.play(tune), FMOD_OK);
         player.smooth(3000);
         FMOD_Channel_SetPaused(player.channel, 1);
         player.standsStill(player.position());
@@ -135,73 +61,86 @@ TEST(Sound, PositionIsInTimeThroughPausesSeeksAndTheEnd) {
         EXPECT_EQ(FMOD_Sound_GetLength(player.sound, &length, MS), FMOD_OK);
         EXPECT_EQ(length, 6000U);
         player.seek(length - 50);
-        usleep(100000);
+        usleep(200000);
         player.standsStill(length);
         EXPECT_EQ(FMOD_Channel_SetPosition(player.channel, length + 1, MS), FMOD_ERR_POSITION);
         player.seek(5000);
         player.smooth(100);
-        ASSERT_EQ(player.play(driver, other), FMOD_OK);  // of another format, so on another device
+        ASSERT_EQ(player.play(other), FMOD_OK);  // of another format, so on another device
         EXPECT_LT(player.position(), 100U);
         player.smooth(300);
     }
 }
 
-// What SDL's disk driver has recorded but for requests that got silence.
-std::vector<std::int16_t> recorded(const std::string& path, std::size_t channels) {
-    const std::string bytes = run("cat " + path).output;
-    std::vector<std::int16_t> samples, block(256 * channels);  // the smallest request
-    for (std::size_t at = 0; at + block.size() * 2 <= bytes.size(); at += block.size() * 2) {
-        std::memcpy(block.data(), bytes.data() + at, block.size() * 2);
-        if (std::ranges::any_of(block, [](int sample) { return sample != 0; }))
-            samples.insert(samples.end(), block.begin(), block.end());
-    }
-    return samples;
+// Without the frames of silence.
+std::vector<std::int16_t> sounding(const std::vector<std::int16_t>& samples, int channels) {
+    std::vector<std::int16_t> frames;
+    for (auto frame = samples.begin(); frame + channels <= samples.end(); frame += channels)
+        if (std::any_of(frame, frame + channels, [](int sample) { return sample != 0; }))
+            frames.insert(frames.end(), frame, frame + channels);
+    return frames;
 }
 
+// Plays, pauses and seeks, and looks for what should have been heard in what ALSA has written to a file.
+testing::AssertionResult writesWhatIsDecoded(int rate, int channels) {
+    const TempDir folder;
+    const std::string path = noiseMp3(folder, 12, rate, channels), disk = folder.path() / "recording.raw";
+    setAlsa(folder, "type file format raw slave.pcm { type null } file " + disk);
+    Player player;
+    if (player.play(path) != FMOD_OK) return testing::AssertionFailure() << "it does not play";
+    const long second = long{rate} * channels;
+    const auto record = [&](long ms) {
+        const auto size = [&] { return static_cast<long>(std::filesystem::file_size(disk)); };
+        const long target = size() + second * 2 / 1000 * ms;
+        for (int i = 0; i < 6000 && size() < target; ++i) usleep(10000);
+    };
+    record(500);
+    FMOD_Channel_SetPaused(player.channel, 1);
+    const unsigned int stand = player.position();
+    record(250);
+    FMOD_Channel_SetPaused(player.channel, 0);
+    if (player.position() != stand) return testing::AssertionFailure() << "a step after the pause";
+    record(500);
+    constexpr long TARGETS[] = {4567, 17, 9999, 10777};
+    for (const long target : TARGETS) {
+        // Comes while the decoder is at work on another.
+        FMOD_Channel_SetPosition(player.channel, 3210, MS);
+        usleep(static_cast<unsigned int>(target) % 1000);
+        FMOD_Channel_SetPosition(player.channel, static_cast<unsigned int>(target), MS);
+        record(250);
+    }
+    record(2000);
+
+    const std::vector<std::int16_t> stream = decoded(path);
+    const std::string bytes = run("cat " + disk).output;
+    std::vector<std::int16_t> samples(bytes.size() / 2);
+    std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
+    const std::vector<std::int16_t> heard = sounding(samples, channels);
+    const auto placeOf = [&](long ms, long count) {
+        const auto from = stream.begin() + (rate * ms + 999) / 1000 * channels;
+        const auto part = sounding({from, from + std::min(count, stream.end() - from)}, channels);
+        return std::search(heard.begin(), heard.end(), part.begin(), part.end(), sameSample) - heard.begin();
+    };
+    if (placeOf(0, second * 3 / 4) != 0) return testing::AssertionFailure() << "a gap or a repeat around the pause";
+    for (const long target : TARGETS)
+        if (placeOf(target, target == TARGETS[3] ? 2 * second : second / 8) == std::ssize(heard))
+            return testing::AssertionFailure() << target << " ms is not heard";
+    return testing::AssertionSuccess();
+}
+
+// A process that stops for a moment loses frames, as it should: once in three the machine must let it go on.
 TEST(Sound, PlaysTheDecodedFileSampleForSample) {
     for (const auto& [rate, channels] : {std::pair{44100, 2}, std::pair{48000, 1}, std::pair{8000, 2}}) {
-        const TempDir folder;
-        const std::string path = noiseMp3(folder, 12, rate, channels), disk = folder.path() / "recording.raw";
-        setenv("SDL_DISKAUDIOFILE", disk.c_str(), 1);
-        setenv("SDL_DISKAUDIODELAY", "4", 1);
-        Player player;
-        ASSERT_EQ(player.play("disk", path), FMOD_OK);
-        const long second = rate * channels;
-        const auto record = [&](long ms) {
-            const auto size = [&] { return static_cast<long>(std::filesystem::file_size(disk)); };
-            const long target = size() + second * 2 / 1000 * ms;
-            for (int i = 0; i < 6000 && size() < target; ++i) usleep(10000);
-        };
-        record(500);
-        FMOD_Channel_SetPaused(player.channel, 1);
-        record(250);
-        FMOD_Channel_SetPaused(player.channel, 0);
-        record(500);
-        constexpr long TARGETS[] = {4567, 17, 9999, 10777};
-        for (const long target : TARGETS) {
-            // Comes while the decoder is at work on another.
-            FMOD_Channel_SetPosition(player.channel, 3210, MS);
-            usleep(static_cast<unsigned int>(target) % 1000);
-            FMOD_Channel_SetPosition(player.channel, static_cast<unsigned int>(target), MS);
-            record(250);
-        }
-        record(2000);
-
-        const std::vector<std::int16_t> stream = decoded(path),
-                                        heard = recorded(disk, static_cast<std::size_t>(channels));
-        ASSERT_GT(static_cast<long>(heard.size()), second);
-        EXPECT_TRUE(std::equal(heard.begin(), heard.begin() + second * 3 / 4, stream.begin(), sameSample)) << "pause";
-        for (const long target : TARGETS) {
-            const auto from = stream.begin() + (rate * target + 999) / 1000 * channels;
-            const auto to = target == TARGETS[3] ? stream.end() : from + second / 8;
-            EXPECT_NE(std::search(heard.begin(), heard.end(), from, to, sameSample), heard.end()) << target;
-        }
+        testing::AssertionResult result = writesWhatIsDecoded(rate, channels);
+        for (int i = 0; i < 2 && !result; ++i) result = writesWhatIsDecoded(rate, channels);
+        EXPECT_TRUE(result) << rate;
     }
 }
 
 TEST(Sound, WhatCannotBePlayedGivesACodeAndWhatBreaksOffPlaysOn) {
     const TempDir folder;
     const std::string mp3 = run("cat " + noiseMp3(folder, 2)).output, path = folder.path();
+    setenv("RYL_SOUND", "none", 1);
     Player player;
     EXPECT_EQ(player.open(path), FMOD_ERR_NULL_HANDLE);
     EXPECT_EQ(FMOD_System_Create(&player.system), FMOD_OK);
@@ -218,29 +157,58 @@ TEST(Sound, WhatCannotBePlayedGivesACodeAndWhatBreaksOffPlaysOn) {
         {path + "/none.mp3", FMOD_ERR_FILE_NOT_FOUND},
     };
     for (const auto& [name, code] : files) {
-        EXPECT_EQ(player.play("dummy", name), code) << name;
+        EXPECT_EQ(player.play(name), code) << name;
         EXPECT_STRNE(FMOD_ErrorString(code), FMOD_ErrorString(static_cast<FMOD_RESULT>(99)));
     }
     EXPECT_STREQ(FMOD_ErrorString(FMOD_ERR_FILE_NOT_FOUND), "The file was not found.");
-    ASSERT_EQ(player.play("dummy",
-                          folder.write("hole.mp3", mp3.substr(0, 9000) + std::string(3000, '\0') + mp3.substr(9000))),
+    ASSERT_EQ(player.play(folder.write("hole.mp3", mp3.substr(0, 9000) + std::string(3000, '\0') + mp3.substr(9000))),
               FMOD_OK);
     std::filesystem::resize_file(folder.path() / "hole.mp3", 15000);
     player.seek(1000);
     player.smooth(300);
 }
 
-TEST(Sound, ExitEndsAPlayingSoundThoughTheDeviceHangsAndAMissingDeviceIsOneLine) {
+// A socket at which every call is taken and none answered.
+std::string muteServer(const TempDir& folder) {
+    const std::string path = folder.path() / "mute";
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int mute = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(bind(mute, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(mute, 8), 0);
+    return "unix:" + path;
+}
+
+TEST(Sound, WhatIsMissingOrHangsIsOneLineAndEndsWithTheProcess) {
     const TempDir folder;
-    const std::string path = noiseMp3(folder, 2);
-    for (const char* driver : {"dummy", "alsa", "nonexistent"}) {
-        const ChildResult result = runInChild([&] {
+    const std::string path = noiseMp3(folder, 2), mute = muteServer(folder);
+    const struct {
+        const char *sound, *alsa, *server;
+        std::string line;
+    } cases[] = {
+        {"none", "", "unix:/none", ""},
+        {"alsa", "type null", "unix:/none", ""},  // hangs when it is closed
+        {"alsa", "type hw card 99", "unix:/none", NO_DEVICE},
+        {"", "type hw card 99", "unix:/none", NO_DEVICE},
+        {"pulse", "", mute.c_str(), NO_DEVICE},
+        {"loud", "type null", "unix:/none",
+         "sound: RYL_SOUND is \"loud\", not pulse, alsa or none: taking the default\n"},
+    };
+
+    for (const auto& [sound, alsa, server, line] : cases) {
+        const ChildResult result = runInChild([&, sound = sound, alsa = alsa, server = server] {
+            setAlsa(folder, alsa);
+            setenv("RYL_SOUND", sound, 1);
+            setenv("PULSE_SERVER", server, 1);
             deviceHangs = true;
+            const Clock::time_point began = Clock::now();
             Player player;
-            if (player.play(driver, path) != FMOD_OK) exit(1);
+            if (player.play(path) != FMOD_OK || msSince(began) > 10000) exit(1);
+            player.smooth(300);
+            if (testing::Test::HasFailure()) exit(2);
         });
-        EXPECT_EQ(result.status, 0) << driver << ", signal " << result.signal;
-        EXPECT_EQ(result.output + result.errors, *driver == 'd' ? "" : NO_DEVICE);
+        EXPECT_EQ(result.status, 0) << sound << ", " << alsa << ", signal " << result.signal;
+        EXPECT_EQ(result.output + result.errors, line);
     }
 }
 
