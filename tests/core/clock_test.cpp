@@ -86,7 +86,7 @@ TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
 }
 
 TEST(SoundMode, DelayMovesThePictureAndNotTheSound) {
-    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    setenv("RYL_SOUND", "none", 1);
     openTestWindow(WIDTH, HEIGHT);
     PICTURE_DELAY = 700;
     ryl_loadMusic("data/tune.mp3");
