@@ -3,8 +3,6 @@
 
 #include "glm/glm_util.h"
 
-#include <GL/gl.h>
-
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
@@ -37,7 +35,7 @@ void __glmFreeMaterials(GLMmodel* model) {
     model->nummaterials = 0;
 }
 
-void glmDelete(GLMmodel* model) {
+void glmFree(GLMmodel* model) {
     assert(model != nullptr);
     std::free(model->pathname);
     std::free(model->mtllibname);
@@ -47,10 +45,7 @@ void glmDelete(GLMmodel* model) {
     std::free(model->facetnorms);
     std::free(model->triangles);
     __glmFreeMaterials(model);
-    for (std::uint32_t i = 0; i < model->numtextures; ++i) {
-        std::free(model->textures[i].name);
-        glDeleteTextures(1, &model->textures[i].id);
-    }
+    for (std::uint32_t i = 0; i < model->numtextures; ++i) std::free(model->textures[i].name);
     std::free(model->textures);
     while (model->groups != nullptr) {
         GLMgroup* group = model->groups;

@@ -6,8 +6,11 @@
 //   glmWriteOBJ(model, "smooth.obj", GLM_SMOOTH);       // replaces the file, if there is one
 //   glmDelete(model);
 //
+// Two libraries: reading, geometry and writing, which need no OpenGL (the CMake target ryl::glm_core), and all of it
+// (ryl::glm). What only the second one has is marked [GL].
+//
 // Needs    the thread that owns the GL context: always for drawing, for glmDelete of a model with textures and
-//          for the texture functions; for reading only when a material names a texture image.
+//          for the texture functions; for glmReadOBJ only when a material names a texture image.
 // Reports  on standard error: "GLM: Warning: " and goes on, or "GLM: Fatal Error: " and ends the process with
 //          status 1. Preconditions ("not null", index ranges) are assertions. A failed allocation is fatal, unless it is
 //          that of an image: glmLoadTexture then returns 0, glmReadPNG null.
@@ -16,12 +19,14 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(default)
+
 // Index conventions, everywhere in the library and in OBJ text:
 //   - Positions, vertex normals, texture coordinates and facet normals count from 1. Their arrays hold count + 1
 //     entries and entry 0 is never read: entry i starts at offset 3 * i (2 * i for texture coordinates).
 //   - Triangles, materials and textures count from 0.
 //   - GLM_NO_INDEX, all bits set, is "none".
-// All arrays and strings are allocated with malloc and belong to the model; glmDelete releases them.
+// All arrays and strings are allocated with malloc and belong to the model; glmDelete or glmFree releases them.
 constexpr std::uint32_t GLM_NO_INDEX = 0xffffffff;
 
 struct GLMtriangle {
@@ -83,16 +88,26 @@ struct GLMmodel {
 
 // Reads the OBJ file at `path` with its material library and texture images into a new model with facet normals.
 // Polygons become fans of triangles. Never null: every failure is fatal, an index out of range included; but a file
-// without texture coordinates may have indices of them. The caller releases the model with glmDelete.
+// without texture coordinates may have indices of them. The caller releases the model with glmDelete. [GL]
 GLMmodel* glmReadOBJ(const char* path);
+
+// As glmReadOBJ, without OpenGL: of each texture image only its name is taken, its id is 0, and no image is opened. The
+// file of textures[i] is the model's directory (that of its pathname) followed by its name. Release it with glmFree.
+GLMmodel* glmReadModel(const char* path);
 
 // Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's materials. Groups
 // and triangles keep their indices; those that the new library does not have become 0. Fatal when it cannot be opened.
-// Loads the diffuse texture images that it names (needs a GL context then).
+// Loads the diffuse texture images that it names (needs a GL context then). [GL]
 void glmReadMTL(GLMmodel* model, const char* name);
 
-// Releases the model (not null), all it owns and its GL textures.
+// As glmReadMTL, without OpenGL: takes the names of the images only.
+void glmReadMaterials(GLMmodel* model, const char* name);
+
+// Releases the model (not null), all it owns and its GL textures. [GL]
 void glmDelete(GLMmodel* model);
+
+// Releases the model (not null) and all it owns, but no GL textures: those of glmReadOBJ are for glmDelete.
+void glmFree(GLMmodel* model);
 
 // The group whose name equals `name` exactly, or null.
 GLMgroup* glmFindGroup(const GLMmodel* model, const char* name);
@@ -104,10 +119,10 @@ GLMgroup* glmAddGroup(GLMmodel* model, const char* name);
 std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name);
 
 // Index of the texture of that image name, loaded from the directory of the model's pathname the first time (with
-// repeat, filtering and mipmaps). An image that cannot be read gets an entry with id 0, which draws untextured.
+// repeat, filtering and mipmaps). An image that cannot be read gets an entry with id 0, which draws untextured. [GL]
 std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name);
 
-// ---- Drawing (needs a GL context) ---------------------------------------------------------------------------------
+// ---- Drawing [GL] (needs a GL context) ----------------------------------------------------------------------------
 
 // The mode word: what glmDraw sends, and what glmWriteOBJ writes, besides positions.
 constexpr int GLM_NONE = 0;
@@ -129,7 +144,7 @@ void glmDraw(const GLMmodel* model, int mode);
 // Makes a display list of what glmDraw would draw and returns its name; the caller deletes it.
 std::uint32_t glmList(const GLMmodel* model, int mode);
 
-// ---- Texture images -----------------------------------------------------------------------------------------------
+// ---- Texture images [GL] ------------------------------------------------------------------------------------------
 
 // Target that textures are bound and uploaded to. The first texture load sets it to GL_TEXTURE_2D; choose
 // another one after that.
@@ -230,3 +245,5 @@ void glmWriteOBJ(const GLMmodel* model, const char* path, int mode);
 
 // Writes the model's materials as the MTL file `name` into the directory of `path`: colours and shininess.
 void glmWriteMTL(const GLMmodel* model, const char* path, const char* name);
+
+#pragma GCC visibility pop

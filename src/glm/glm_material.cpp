@@ -1,4 +1,4 @@
-// Materials: the MTL reader, and looking up materials and their textures by name.
+// Materials: the MTL reader, and looking up materials and the names of their textures.
 #include "glm/glm.h"
 
 #include "glm/glm_text.h"
@@ -27,6 +27,7 @@ constexpr int ILLUM_SUPPORTED = 2;  // highlights on
 
 struct MaterialReader {
     GLMmodel* model;
+    GLMimageLoader load;
     GLMtext text;
     const char* path;
     char token[GLM_TOKEN_SIZE];
@@ -154,7 +155,7 @@ void readMap(MaterialReader& reader) {
         __glmWarning("glmReadMTL: \"%s\" without a name ignored in file \"%s\"", reader.token, reader.path);
     else
         reader.model->materials[reader.current].map_diffuse =
-            static_cast<std::int32_t>(glmFindOrAddTexture(reader.model, name.get()));
+            static_cast<std::int32_t>(__glmFindOrAddTexture(reader.model, name.get(), reader.load));
 }
 
 void ignoreReflection(MaterialReader& reader) {
@@ -196,9 +197,15 @@ void dropMissingMaterials(GLMmodel& model) {
 
 }  // namespace
 
-void glmReadMTL(GLMmodel* model, const char* name) {
+void __glmReadMTL(GLMmodel* model, const char* name, GLMimageLoader load) {
     const GLMstring path = __glmBeside(model->pathname, name);
-    MaterialReader reader{.model = model, .text = {}, .path = path.get(), .token = {}, .current = 0, .counted = 0};
+    MaterialReader reader{.model = model,
+                          .load = load,
+                          .text = {},
+                          .path = path.get(),
+                          .token = {},
+                          .current = 0,
+                          .counted = 0};
     if (!__glmOpenText(path.get(), reader.text))
         __glmFatalError("glmReadMTL() failed: can't open material file \"%s\".", path.get());
     reader.counted = countMaterials(reader);
@@ -208,6 +215,8 @@ void glmReadMTL(GLMmodel* model, const char* name) {
     model->nummaterials = reader.current + 1;
     dropMissingMaterials(*model);
 }
+
+void glmReadMaterials(GLMmodel* model, const char* name) { __glmReadMTL(model, name, nullptr); }
 
 std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name) {
     assert(name != nullptr);
@@ -219,14 +228,13 @@ std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name) {
     return 0;
 }
 
-std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name) {
+std::uint32_t __glmFindOrAddTexture(GLMmodel* model, const char* name, GLMimageLoader load) {
     const std::uint32_t index = model->numtextures;
     for (std::uint32_t i = 0; i < index; ++i)
         if (std::strcmp(model->textures[i].name, name) == 0) return i;
 
     GLMtexture texture{.name = nullptr, .id = 0, .width = 1.0f, .height = 1.0f};
-    const GLMstring path = __glmBeside(model->pathname, name);
-    texture.id = glmLoadTexture(path.get(), true, true, true, true, &texture.width, &texture.height);
+    if (load != nullptr) load(__glmBeside(model->pathname, name).get(), texture);
     texture.name = __glmCopy(name);
 
     __glmCount(*model, model->numtextures, 1, "textures");

@@ -167,7 +167,7 @@ void readLibrary(GLMreader& reader) {
     }
     std::free(reader.model->mtllibname);
     reader.model->mtllibname = name;
-    glmReadMTL(reader.model, name);
+    __glmReadMTL(reader.model, name, reader.load);
 }
 
 void countVector(GLMreader& reader) {
@@ -348,9 +348,10 @@ void validateFacets(const GLMmodel& model) {
         requireIndex("facet", i, model.triangles[i].findex, model.numfacetnorms);
 }
 
-void readModel(GLMmodel* model) {
+void readModel(GLMmodel* model, GLMimageLoader load) {
     GLMreader reader{};
     reader.model = model;
+    reader.load = load;
     if (!__glmOpenText(model->pathname, reader.text))
         __glmFatalError("glmReadOBJ() failed: can't open data file \"%s\".", model->pathname);
     glmFirstPass(reader);
@@ -361,12 +362,12 @@ void readModel(GLMmodel* model) {
 
 }  // namespace
 
-GLMmodel* glmReadOBJ(const char* path) {
+GLMmodel* __glmReadOBJ(const char* path, GLMimageLoader load) {
     assert(path != nullptr);
-    GLMowned model(__glmArray<GLMmodel>(1));
+    GLMfreed model(__glmArray<GLMmodel>(1));
     model->pathname = __glmCopy(path);
     try {
-        readModel(model.get());
+        readModel(model.get(), load);
     } catch (const std::bad_alloc&) {
         __glmFatalError("out of memory while reading \"%s\"", path);
     }
@@ -375,3 +376,5 @@ GLMmodel* glmReadOBJ(const char* path) {
     validateFacets(*model);
     return model.release();
 }
+
+GLMmodel* glmReadModel(const char* path) { return __glmReadOBJ(path, nullptr); }

@@ -15,6 +15,7 @@ struct GLMgroupSlot {
 
 struct GLMreader {
     GLMmodel* model;
+    GLMimageLoader load;
     GLMtext text;
     char token[GLM_TOKEN_SIZE];
     std::uint64_t statement;  // place in the file where the current statement's token ends

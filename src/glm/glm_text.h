@@ -12,6 +12,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#pragma GCC visibility push(default)  // see glm_util.h
+
 constexpr std::size_t GLM_TOKEN_SIZE = 128;  // buffer of a token or a rest of a line: 127 characters and the NUL
 
 struct __glmClose {
@@ -89,3 +91,5 @@ unsigned long long __glmLineNumber(GLMtext& text, std::uint64_t offset);
 
 // isspace of the "C" locale.
 inline bool __glmIsWhite(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+#pragma GCC visibility pop

@@ -1,6 +1,5 @@
 #include "glm/glm_util.h"
 
-#include <GL/glu.h>
 #include <sys/mman.h>
 
 #include <cstdarg>
@@ -69,11 +68,6 @@ void __glmFatalUsage(const char* format, ...) {
     print("GLM: Fatal API Usage: ", format, values);
     va_end(values);
     std::abort();
-}
-
-void __glmReportErrors() {
-    for (GLenum error = glGetError(); error != GL_NO_ERROR; error = glGetError())
-        __glmWarning("GL error: %s", reinterpret_cast<const char*>(gluErrorString(error)));
 }
 
 char* __glmStrdup(const char* string) { return copyOf(string, std::strlen(string)); }

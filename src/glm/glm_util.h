@@ -13,13 +13,16 @@
 #include <memory>
 #include <span>
 
+// The second library calls what is declared here in the first, of the same version. It is no part of the interface.
+#pragma GCC visibility push(default)
+
 // Writes "GLM: Warning: ", the text and a line end.
 [[gnu::format(printf, 1, 2)]] void __glmWarning(const char* format, ...);
 // Writes "GLM: Fatal Error: ", the text and a line end; ends the process with status 1.
 [[noreturn, gnu::format(printf, 1, 2)]] void __glmFatalError(const char* format, ...);
 // Writes "GLM: Fatal API Usage: ", the text and a line end; aborts the process.
 [[noreturn, gnu::format(printf, 1, 2)]] void __glmFatalUsage(const char* format, ...);
-// Warns of each pending GL error. Needs a GL context.
+// Warns of each pending GL error. Needs a GL context; in the library that draws.
 void __glmReportErrors();
 
 // New strings, which the caller frees. Only __glmStrdup says that memory is short, with null; for the others that is a
@@ -78,16 +81,27 @@ char* __glmCopy(const char* string);
 // The directory of `path` followed by `name`.
 GLMstring __glmBeside(const char* path, const char* name);
 
-// The model's owner inside a function.
-struct __glmDeleteModel {
-    void operator()(GLMmodel* model) const { glmDelete(model); }
+// Owners of a model inside a function: of one with textures in the GL, and of one without.
+template <void (*release)(GLMmodel*)>
+struct __glmRelease {
+    void operator()(GLMmodel* model) const { release(model); }
 };
-using GLMowned = std::unique_ptr<GLMmodel, __glmDeleteModel>;
+using GLMowned = std::unique_ptr<GLMmodel, __glmRelease<glmDelete>>;
+using GLMfreed = std::unique_ptr<GLMmodel, __glmRelease<glmFree>>;
 
 // A new group without triangles at the head of the model's list, which holds no group of that name yet.
 GLMgroup* __glmNewGroup(GLMmodel* model, const char* name);
 
 void __glmFreeMaterials(GLMmodel* model);
+
+// How images get into a model: fills in all of a texture but its name from the image file `path`. Where the loader is
+// null, no file is opened and textures have names only.
+using GLMimageLoader = void (*)(const char* path, GLMtexture& texture);
+
+// What glmReadOBJ, glmReadMTL and glmFindOrAddTexture do, with their loader.
+GLMmodel* __glmReadOBJ(const char* path, GLMimageLoader load);
+void __glmReadMTL(GLMmodel* model, const char* name, GLMimageLoader load);
+std::uint32_t __glmFindOrAddTexture(GLMmodel* model, const char* name, GLMimageLoader load);
 
 // What a mode word cannot have together, or not with a model.
 struct GLMcorrection {
@@ -99,3 +113,5 @@ struct GLMcorrection {
 
 // Applies the corrections in order, each with its warning "caller() warning: text".
 int __glmCorrectMode(const char* caller, int mode, std::span<const GLMcorrection> corrections);
+
+#pragma GCC visibility pop

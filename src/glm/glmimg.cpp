@@ -197,6 +197,11 @@ std::uint32_t glmLoadTexture(const char* path, bool alpha, bool repeat, bool fil
     return id;
 }
 
+void __glmReportErrors() {
+    for (GLenum error = glGetError(); error != GL_NO_ERROR; error = glGetError())
+        __glmWarning("GL error: %s", reinterpret_cast<const char*>(gluErrorString(error)));
+}
+
 unsigned char* glmReadPPM(const char* path, bool /*alpha*/, int* width, int* height, std::uint32_t* format) {
     GLMtext text{};
     if (!__glmOpenText(path, text)) {
