@@ -1,7 +1,7 @@
 // The model record: its groups, and its end.
 #include "glm/glm.h"
 
-#include "glm/glm_util.h"
+#include "glm/glm_call.h"
 
 #include <cassert>
 #include <cstdlib>
@@ -16,13 +16,20 @@ GLMgroup* glmFindGroup(const GLMmodel* model, const char* name) {
 
 GLMgroup* glmAddGroup(GLMmodel* model, const char* name) {
     GLMgroup* group = glmFindGroup(model, name);
-    return group != nullptr ? group : __glmNewGroup(model, name);
+    if (group != nullptr) return group;
+    GLMcall call;
+    return __glmNewGroup(call, model, name);
 }
 
-GLMgroup* __glmNewGroup(GLMmodel* model, const char* name) {
-    __glmCount(*model, model->numgroups, 1, "groups");
-    auto* group = __glmArray<GLMgroup>(1);
-    group->name = __glmCopy(name);
+GLMgroup* __glmNewGroup(GLMcall& call, GLMmodel* model, const char* name) {
+    GLMstring copy(__glmTryCopy(call, name));
+    if (copy == nullptr) return nullptr;
+    auto* group = __glmTryArray<GLMgroup>(call, 1);
+    if (group == nullptr || !__glmTryCount(call, *model, model->numgroups, 1, "groups")) {
+        std::free(group);
+        return nullptr;
+    }
+    group->name = copy.release();
     group->next = model->groups;
     model->groups = group;
     return group;

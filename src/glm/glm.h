@@ -8,6 +8,7 @@
 //
 // Two libraries: reading, geometry and writing, which need no OpenGL (the CMake target ryl::glm_core), and all of it
 // (ryl::glm). What only the second one has is marked [GL].
+// glm_try.h has the entries whose errors return.
 //
 // Needs    the thread that owns the GL context: always for drawing, for glmDelete of a model with textures and
 //          for the texture functions; for glmReadOBJ only when a material names a texture image.
@@ -91,17 +92,10 @@ struct GLMmodel {
 // without texture coordinates may have indices of them. The caller releases the model with glmDelete. [GL]
 GLMmodel* glmReadOBJ(const char* path);
 
-// As glmReadOBJ, without OpenGL: of each texture image only its name is taken, its id is 0, and no image is opened. The
-// file of textures[i] is the model's directory (that of its pathname) followed by its name. Release it with glmFree.
-GLMmodel* glmReadModel(const char* path);
-
 // Reads the MTL file `name`, found in the directory of the model's pathname, in place of the model's materials. Groups
 // and triangles keep their indices; those that the new library does not have become 0. Fatal when it cannot be opened.
 // Loads the diffuse texture images that it names (needs a GL context then). [GL]
 void glmReadMTL(GLMmodel* model, const char* name);
-
-// As glmReadMTL, without OpenGL: takes the names of the images only.
-void glmReadMaterials(GLMmodel* model, const char* name);
 
 // Releases the model (not null), all it owns and its GL textures. [GL]
 void glmDelete(GLMmodel* model);

@@ -1,7 +1,7 @@
 // Drawing in immediate mode and into display lists.
 #include "glm/glm.h"
 
-#include "glm/glm_util.h"
+#include "glm/glm_call.h"
 
 #include <GL/gl.h>
 
@@ -42,7 +42,8 @@ int correctedMode(const GLMmodel& model, int mode) {
         {GLM_COLOR | GLM_MATERIAL, true, GLM_COLOR,
          "color and material render mode requested using only material mode."},
     };
-    return __glmCorrectMode("glmDraw", mode, corrections);
+    GLMcall call;
+    return __glmCorrectMode(call, "glmDraw", mode, corrections);
 }
 
 void setFixedState(int mode) {

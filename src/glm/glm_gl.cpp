@@ -1,7 +1,7 @@
 // Models with textures in the GL: the entries that load them, and their end.
 #include "glm/glm.h"
 
-#include "glm/glm_util.h"
+#include "glm/glm_call.h"
 
 #include <GL/gl.h>
 
@@ -15,12 +15,23 @@ void loadImage(const char* path, GLMtexture& texture) {
 
 }  // namespace
 
-GLMmodel* glmReadOBJ(const char* path) { return __glmReadOBJ(path, loadImage); }
+GLMmodel* glmReadOBJ(const char* path) {
+    assert(path != nullptr);
+    GLMcall call;
+    call.load = loadImage;
+    return __glmReadOBJ(call, path);
+}
 
-void glmReadMTL(GLMmodel* model, const char* name) { __glmReadMTL(model, name, loadImage); }
+void glmReadMTL(GLMmodel* model, const char* name) {
+    GLMcall call;
+    call.load = loadImage;
+    __glmReadMTL(call, model, name);
+}
 
 std::uint32_t glmFindOrAddTexture(GLMmodel* model, const char* name) {
-    return __glmFindOrAddTexture(model, name, loadImage);
+    GLMcall call;
+    call.load = loadImage;
+    return __glmFindOrAddTexture(call, model, name);
 }
 
 void glmDelete(GLMmodel* model) {

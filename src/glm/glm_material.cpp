@@ -1,14 +1,15 @@
 // Materials: the MTL reader, and looking up materials and the names of their textures.
 #include "glm/glm.h"
 
+#include "glm/glm_call.h"
 #include "glm/glm_text.h"
-#include "glm/glm_util.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -26,10 +27,9 @@ constexpr std::size_t MAP_NAME_SIZE = 4096;
 constexpr int ILLUM_SUPPORTED = 2;  // highlights on
 
 struct MaterialReader {
+    GLMcall& call;
     GLMmodel* model;
-    GLMimageLoader load;
     GLMtext text;
-    const char* path;
     char token[GLM_TOKEN_SIZE];
     std::uint32_t current;  // material that the statements apply to
     std::uint32_t counted;  // materials that the first pass met
@@ -37,44 +37,48 @@ struct MaterialReader {
 
 bool startsWith(const char* token, std::string_view keyword) { return std::string_view(token).starts_with(keyword); }
 
-void requireKeyword(const MaterialReader& reader, const char* keyword) {
-    if (!startsWith(reader.token, keyword))
-        __glmFatalError("glmReadMTL: Got \"%s\" instead of \"%s\" in file \"%s\"", reader.token, keyword,
-                        reader.path);
+bool requireKeyword(MaterialReader& reader, const char* keyword) {
+    if (startsWith(reader.token, keyword)) return true;
+    __glmFail(reader.call, GLMplace::file, "glmReadMTL: Got \"%s\" instead of \"%s\"", reader.token, keyword);
+    return false;
+}
+
+bool nextStatement(MaterialReader& reader) {
+    if (reader.call.failed || !__glmReadToken(reader.text, reader.token)) return false;
+    reader.text.statement = __glmOffset(reader.text);
+    return true;
 }
 
 std::uint32_t countMaterials(MaterialReader& reader) {
     std::uint32_t count = 1;
-    while (__glmReadToken(reader.text, reader.token)) {
-        if (reader.token[0] == 'n') {
-            requireKeyword(reader, "newmtl");
-            __glmCount(*reader.model, count, 1, "materials");
-        }
+    while (nextStatement(reader)) {
+        if (reader.token[0] == 'n' && requireKeyword(reader, "newmtl"))
+            __glmTryCount(reader.call, *reader.model, count, 1, "materials");
         __glmSkipLine(reader.text);
     }
     __glmRewind(reader.text);
     return count;
 }
 
-void makeMaterials(GLMmodel* model, std::uint32_t count) {
-    __glmFreeMaterials(model);
-    model->materials = __glmArray<GLMmaterial>(count);
+bool makeMaterials(GLMcall& call, GLMmodel* model, std::uint32_t count) {
+    model->materials = __glmTryArray<GLMmaterial>(call, count);
+    if (model->materials == nullptr) return false;
     model->nummaterials = count;
     std::fill_n(model->materials, count, DEFAULT_MATERIAL);
-    model->materials[0].name = __glmCopy("default");
+    model->materials[0].name = __glmTryCopy(call, "default");
+    return model->materials[0].name != nullptr;
 }
 
 void startMaterial(MaterialReader& reader) {
     char line[GLM_TOKEN_SIZE];
     __glmReadLine(reader.text, line, sizeof line);
     // Numbers may be followed by a statement on the same line, which counting does not see.
-    ++reader.current;
-    if (reader.current == reader.counted)
-        __glmFatalError("glmReadMTL: \"newmtl\" after another statement on its line in file \"%s\"", reader.path);
+    if (reader.current + 1 == reader.counted)
+        return __glmFail(reader.call, GLMplace::file, "glmReadMTL: \"newmtl\" after another statement on its line");
     char name[GLM_TOKEN_SIZE];
     __glmFirstWord(line, name);
-    if (name[0] == '\0') __glmWarning("glmReadMTL: \"newmtl\" without a name in file \"%s\"", reader.path);
-    reader.model->materials[reader.current].name = __glmCopy(name);
+    if (name[0] == '\0') __glmWarn(reader.call, GLMplace::file, "glmReadMTL: \"newmtl\" without a name");
+    reader.model->materials[++reader.current].name = __glmTryCopy(reader.call, name);
 }
 
 // Reads the statement's numbers with `read`, a function of glm_text.h; without all of them the statement has no effect.
@@ -85,8 +89,7 @@ bool readNumbers(MaterialReader& reader, bool (*read)(GLMtext&, Number&), Number
     const bool lineEnds = __glmAtLineEnd(reader.text);
     for (std::size_t i = 0; i < Count; ++i) {
         if (read(reader.text, numbers[i])) continue;
-        __glmWarning("glmReadMTL: \"%s\" ignored, its numbers can't be read in file \"%s\"", reader.token,
-                     reader.path);
+        __glmWarn(reader.call, GLMplace::file, "glmReadMTL: \"%s\" ignored, its numbers can't be read", reader.token);
         if (i == 0 && !lineEnds) __glmSkipLine(reader.text);
         return false;
     }
@@ -99,7 +102,7 @@ void readColor(MaterialReader& reader, float* color) {
 }
 
 void ignoreCommand(MaterialReader& reader) {
-    __glmWarning("glmReadMTL: Command \"%s\" ignored", reader.token);
+    __glmWarn(reader.call, GLMplace::none, "glmReadMTL: Command \"%s\" ignored", reader.token);
     __glmSkipLine(reader.text);
 }
 
@@ -125,7 +128,7 @@ void readN(MaterialReader& reader, GLMmaterial& material) {
         material.shininess *= GLM_GL_SHININESS;
         return;
     case 'i':
-        __glmWarning("refraction index ignored");
+        __glmWarn(reader.call, GLMplace::none, "refraction index ignored");
         return __glmSkipLine(reader.text);
     default:
         return ignoreCommand(reader);
@@ -138,38 +141,39 @@ void readDissolve(MaterialReader& reader, GLMmaterial& material) {
 }
 
 void readIllumination(MaterialReader& reader) {
-    requireKeyword(reader, "illum");
     std::int64_t model[1];
-    if (readNumbers(reader, __glmReadInteger, model) && model[0] != ILLUM_SUPPORTED)
-        __glmWarning("illum material ignored: illum %d",
-                     static_cast<int>(std::clamp<std::int64_t>(model[0], INT32_MIN, INT32_MAX)));
+    if (!requireKeyword(reader, "illum") || !readNumbers(reader, __glmReadInteger, model)) return;
+    if (model[0] != ILLUM_SUPPORTED)
+        __glmWarn(reader.call, GLMplace::none, "illum material ignored: illum %d",
+                  static_cast<int>(std::clamp<std::int64_t>(model[0], INT32_MIN, INT32_MAX)));
 }
 
 void readMap(MaterialReader& reader) {
     char line[MAP_NAME_SIZE];
     __glmReadLine(reader.text, line, sizeof line);
-    const GLMstring name(__glmStrStrip(line));
+    const GLMstring name(__glmTryCopy(reader.call, __glmStripped(line)));
+    if (name == nullptr) return;
     if (!startsWith(reader.token, "map_Kd"))
-        __glmWarning("map %s %s ignored", reader.token, name != nullptr ? name.get() : "");
-    else if (name == nullptr)
-        __glmWarning("glmReadMTL: \"%s\" without a name ignored in file \"%s\"", reader.token, reader.path);
+        __glmWarn(reader.call, GLMplace::none, "map %s %s ignored", reader.token, name.get());
+    else if (*name == '\0')
+        __glmWarn(reader.call, GLMplace::file, "glmReadMTL: \"%s\" without a name ignored", reader.token);
     else
         reader.model->materials[reader.current].map_diffuse =
-            static_cast<std::int32_t>(__glmFindOrAddTexture(reader.model, name.get(), reader.load));
+            static_cast<std::int32_t>(__glmFindOrAddTexture(reader.call, reader.model, name.get()));
 }
 
 void ignoreReflection(MaterialReader& reader) {
     char line[GLM_TOKEN_SIZE];
     __glmReadLine(reader.text, line, sizeof line);
-    __glmWarning("reflection type ignored: r%s", line);
+    __glmWarn(reader.call, GLMplace::none, "reflection type ignored: r%s", line);
 }
 
 void readStatement(MaterialReader& reader) {
     GLMmaterial& material = reader.model->materials[reader.current];
     switch (reader.token[0]) {
     case 'n':
-        requireKeyword(reader, "newmtl");
-        return startMaterial(reader);
+        if (requireKeyword(reader, "newmtl")) startMaterial(reader);
+        return;
     case 'K':
         return readK(reader, material);
     case 'N':
@@ -195,28 +199,58 @@ void dropMissingMaterials(GLMmodel& model) {
     for (std::uint32_t i = 0; i < model.numtriangles; ++i) drop(model.triangles[i].material);
 }
 
-}  // namespace
-
-void __glmReadMTL(GLMmodel* model, const char* name, GLMimageLoader load) {
-    const GLMstring path = __glmBeside(model->pathname, name);
-    MaterialReader reader{.model = model,
-                          .load = load,
-                          .text = {},
-                          .path = path.get(),
-                          .token = {},
-                          .current = 0,
-                          .counted = 0};
-    if (!__glmOpenText(path.get(), reader.text))
-        __glmFatalError("glmReadMTL() failed: can't open material file \"%s\".", path.get());
+// The model has no materials yet.
+void readLibrary(GLMcall& call, GLMmodel* model, const char* path) {
+    MaterialReader reader{.call = call, .model = model, .text = {}, .token = {}, .current = 0, .counted = 0};
+    if (!__glmOpenText(call, path, reader.text))
+        return __glmFail(call, GLMplace::none, "glmReadMTL() failed: can't open material file \"%s\".", path);
+    GLMtext* const outer = std::exchange(call.text, &reader.text);
+    call.file = path;
     reader.counted = countMaterials(reader);
-    makeMaterials(model, reader.counted);
-    while (__glmReadToken(reader.text, reader.token)) readStatement(reader);
-    // A "newmtl" in what counting took for the start of a line may be part of a name.
-    model->nummaterials = reader.current + 1;
-    dropMissingMaterials(*model);
+    if (!call.failed && makeMaterials(call, model, reader.counted)) {
+        while (nextStatement(reader)) readStatement(reader);
+        // A "newmtl" in what counting took for the start of a line may be part of a name.
+        model->nummaterials = reader.current + 1;
+    }
+    call.text = outer;
 }
 
-void glmReadMaterials(GLMmodel* model, const char* name) { __glmReadMTL(model, name, nullptr); }
+void freeTextures(GLMmodel& model, std::uint32_t left) {
+    while (model.numtextures > left) std::free(model.textures[--model.numtextures].name);
+}
+
+}  // namespace
+
+bool __glmReadMTL(GLMcall& call, GLMmodel* model, const char* name) {
+    const GLMstring path = __glmTryBeside(call, model->pathname, name);
+    if (path == nullptr) return false;
+    GLMmaterial* const materials = std::exchange(model->materials, nullptr);
+    const std::uint32_t materialCount = std::exchange(model->nummaterials, 0), textureCount = model->numtextures;
+    const char* const file = call.file;
+    if (call.text == nullptr) call.file = path.get();  // else it is the "mtllib" that names a file which is not there
+    readLibrary(call, model, path.get());
+    call.file = file;
+    GLMmodel other{};  // takes the materials that the model is not to have
+    other.materials = materials;
+    other.nummaterials = materialCount;
+    if (call.failed) {
+        std::swap(other.materials, model->materials);
+        std::swap(other.nummaterials, model->nummaterials);
+        freeTextures(*model, textureCount);
+    }
+    __glmFreeMaterials(&other);
+    if (call.failed) return false;
+    dropMissingMaterials(*model);
+    return true;
+}
+
+bool glmTryReadMTL(GLMmodel* model, const char* name, GLMerror* error, const GLMoptions& options) {
+    assert(model != nullptr && name != nullptr);
+    GLMcall call;
+    __glmLetReturn(call, error, options);
+    __glmReadMTL(call, model, name);
+    return __glmEnd(call);
+}
 
 std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name) {
     assert(name != nullptr);
@@ -224,21 +258,22 @@ std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name) {
         assert(model->materials[i].name != nullptr);
         if (std::strcmp(model->materials[i].name, name) == 0) return i;
     }
-    __glmWarning("glmFindMaterial():  can't find material \"%s\".", name);
+    __glmWarning(GLM_NO_SUCH_MATERIAL, name);
     return 0;
 }
 
-std::uint32_t __glmFindOrAddTexture(GLMmodel* model, const char* name, GLMimageLoader load) {
+std::uint32_t __glmFindOrAddTexture(GLMcall& call, GLMmodel* model, const char* name) {
     const std::uint32_t index = model->numtextures;
     for (std::uint32_t i = 0; i < index; ++i)
         if (std::strcmp(model->textures[i].name, name) == 0) return i;
 
     GLMtexture texture{.name = nullptr, .id = 0, .width = 1.0f, .height = 1.0f};
-    if (load != nullptr) load(__glmBeside(model->pathname, name).get(), texture);
-    texture.name = __glmCopy(name);
-
-    __glmCount(*model, model->numtextures, 1, "textures");
-    model->textures = __glmResize(model->textures, model->numtextures);
+    if (call.load != nullptr) call.load(__glmBeside(model->pathname, name).get(), texture);
+    GLMstring copy(__glmTryCopy(call, name));
+    if (copy == nullptr || !__glmTryResize(call, model->textures, index + std::size_t{1}) ||
+        !__glmTryCount(call, *model, model->numtextures, 1, "textures"))
+        return 0;
+    texture.name = copy.release();
     model->textures[index] = texture;
     return index;
 }

@@ -1,7 +1,7 @@
 // Vectors of three floats, facet normals and vertex normals.
 #include "glm/glm.h"
 
-#include "glm/glm_util.h"
+#include "glm/glm_call.h"
 
 #include <algorithm>
 #include <cassert>
@@ -51,9 +51,16 @@ void glmNormalize(float* v) {
 void glmFacetNormals(GLMmodel* model) {
     assert(model != nullptr);
     assert(model->vertices != nullptr);
+    GLMcall call;
+    __glmFacetNormals(call, model);
+}
+
+bool __glmFacetNormals(GLMcall& call, GLMmodel* model) {
     std::free(model->facetnorms);
+    model->numfacetnorms = 0;
+    model->facetnorms = __glmTryEntries(call, model->numtriangles, GLM_VECTOR_SIZE);
+    if (model->facetnorms == nullptr) return false;
     model->numfacetnorms = model->numtriangles;
-    model->facetnorms = __glmEntries(model->numfacetnorms, GLM_VECTOR_SIZE);
     for (std::uint32_t i = 0; i < model->numtriangles; ++i) {
         GLMtriangle& triangle = model->triangles[i];
         triangle.findex = i + 1;
@@ -70,6 +77,7 @@ void glmFacetNormals(GLMmodel* model) {
         const bool proper = length > 0 && std::isfinite(length);
         for (int axis = 0; axis < 3; ++axis) normal[axis] = proper ? normal[axis] / length : 0.0f;
     }
+    return true;
 }
 
 // ---- Vertex normals -----------------------------------------------------------------------------------------------

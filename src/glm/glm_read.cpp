@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
-#include <new>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -32,21 +32,21 @@ constexpr CornerForm FORMS[] = {
     {"v", 1, {{"", &GLMcorner::position}}},
 };
 
-[[noreturn]] void failAtStatement(GLMreader& reader, const char* what) {
-    __glmFatalError("glmReadOBJ: %s in file \"%s\", line %llu", what, reader.model->pathname,
-                    __glmLineNumber(reader.text, reader.statement));
+void failAtStatement(GLMreader& reader, const char* what) {
+    __glmFail(reader.call, GLMplace::line, "glmReadOBJ: %s", what);
 }
 
 constexpr const char* USEMTL = "usemtl";
 
-void requireKeyword(const GLMreader& reader, const char* keyword) {
-    if (!std::string_view(reader.token).starts_with(keyword))
-        __glmFatalError("glmReadOBJ: Got \"%s\" instead of \"%s\"", reader.token, keyword);
+bool requireKeyword(GLMreader& reader, const char* keyword) {
+    if (std::string_view(reader.token).starts_with(keyword)) return true;
+    __glmFail(reader.call, GLMplace::none, "glmReadOBJ: Got \"%s\" instead of \"%s\"", reader.token, keyword);
+    return false;
 }
 
 bool nextStatement(GLMreader& reader) {
-    if (!__glmReadToken(reader.text, reader.token)) return false;
-    reader.statement = __glmOffset(reader.text);
+    if (reader.call.failed || !__glmReadToken(reader.text, reader.token)) return false;
+    reader.text.statement = __glmOffset(reader.text);
     return true;
 }
 
@@ -68,18 +68,25 @@ void readGroupName(GLMreader& reader, char (&name)[GLM_TOKEN_SIZE]) {
 }
 
 void selectOrAddGroup(GLMreader& reader, const char* name) {
-    auto found = reader.groups.find(name);
-    if (found == reader.groups.end()) {
-        GLMgroup* group = __glmNewGroup(reader.model, name);
-        found = reader.groups.emplace(group->name, GLMgroupSlot{group, 0}).first;
+    if (const std::uint32_t* known = __glmFindName(reader.groupNames, name)) {
+        reader.group = &reader.groups[*known];
+        return;
     }
-    reader.group = &found->second;
+    GLMgroupSlot* slots = reader.groups.release();
+    const bool hasRoom = __glmTryGrow(reader.call, slots, reader.groupCount);
+    reader.groups.reset(slots);
+    GLMgroup* group = hasRoom ? __glmNewGroup(reader.call, reader.model, name) : nullptr;
+    if (group == nullptr) return;
+    if (!__glmAddName(reader.groupNames, group->name, reader.groupCount))
+        return __glmFailAtMemory(reader.call, reader.groupNames.size, sizeof(GLMnames::Slot));
+    reader.group = &reader.groups[reader.groupCount++];
+    *reader.group = {.group = group, .room = 0};
 }
 
 void selectGroup(GLMreader& reader, const char* name) {
-    const auto found = reader.groups.find(name);
-    if (found == reader.groups.end()) failAtStatement(reader, "\"g\" after another statement on its line");
-    reader.group = &found->second;
+    const std::uint32_t* known = __glmFindName(reader.groupNames, name);
+    if (known == nullptr) return failAtStatement(reader, "\"g\" after another statement on its line");
+    reader.group = &reader.groups[*known];
 }
 
 // ---- Faces --------------------------------------------------------------------------------------------------------
@@ -100,33 +107,40 @@ int readNumbers(GLMtext& text, const CornerForm& form, GLMcorner& corner) {
     return form.count;
 }
 
-[[noreturn]] void failAtCorner(GLMreader& reader, const char* corner, const CornerForm& form) {
-    __glmFatalError("glmReadOBJ: Got \"%s\" instead of a corner \"%s\" in file \"%s\", line %llu", corner, form.name,
-                    reader.model->pathname, __glmLineNumber(reader.text, reader.statement));
+void failAtCorner(GLMreader& reader, const char* corner, const CornerForm& form) {
+    __glmFail(reader.call, GLMplace::line, "glmReadOBJ: Got \"%s\" instead of a corner \"%s\"", corner, form.name);
 }
+
+constexpr const char* TOO_FEW_CORNERS = "\"f\" with fewer than three corners";
 
 // Reads the first corner of a face, a token, which decides the form of the other corners. Text behind
-// its numbers means nothing.
-const CornerForm& readFirstCorner(GLMreader& reader, GLMcorner& corner) {
+// its numbers means nothing. Null when the call fails.
+const CornerForm* readFirstCorner(GLMreader& reader, GLMcorner& corner) {
     char token[GLM_TOKEN_SIZE];
-    if (!__glmReadToken(reader.text, token)) failAtStatement(reader, "\"f\" with fewer than three corners");
-    const auto matches = [&](const CornerForm& form) {
+    if (!__glmReadToken(reader.text, token)) {
+        failAtStatement(reader, TOO_FEW_CORNERS);
+        return nullptr;
+    }
+    const auto numbersOf = [&](const CornerForm& form) {
         GLMtext text = __glmTextOf(token);
         corner = GLMcorner();
-        const int count = readNumbers(text, form, corner);
-        if (count == OUT_OF_RANGE) failAtCorner(reader, token, form);
-        return count == form.count;
+        return readNumbers(text, form, corner);
     };
-    if (std::strstr(token, "//") != nullptr) {
-        if (!matches(POSITION_NORMAL)) failAtCorner(reader, token, POSITION_NORMAL);
-        return POSITION_NORMAL;
+    const bool skipsTexcoord = std::strstr(token, "//") != nullptr;
+    const std::span<const CornerForm> forms = skipsTexcoord ? std::span(&POSITION_NORMAL, 1) : std::span(FORMS);
+    for (const CornerForm& form : forms) {
+        const int count = numbersOf(form);
+        if (count == form.count) return &form;
+        if (count != OUT_OF_RANGE) continue;
+        failAtCorner(reader, token, form);
+        return nullptr;
     }
-    for (const CornerForm& form : FORMS)
-        if (matches(form)) return form;
-    failAtCorner(reader, token, FORMS[0]);
+    failAtCorner(reader, token, forms.front());
+    return nullptr;
 }
 
-// Reads a further corner. False when no number follows: the face ends there, with whatever follows instead.
+// Reads a further corner. False when no number follows: the face ends there, with whatever follows instead; or the call
+// fails.
 bool readCorner(GLMreader& reader, const CornerForm& form, GLMcorner& corner) {
     corner = GLMcorner();
     GLMtext& text = reader.text;
@@ -139,48 +153,48 @@ bool readCorner(GLMreader& reader, const CornerForm& form, GLMcorner& corner) {
     char token[GLM_TOKEN_SIZE];
     __glmReadToken(text, token);
     failAtCorner(reader, token, form);
+    return false;
 }
 
 // Reads a face and passes on its triangles, a fan around its first corner.
 template <typename Triangle>
 void readFace(GLMreader& reader, Triangle triangle) {
     GLMcorner corners[3];
-    const CornerForm& form = readFirstCorner(reader, corners[0]);
-    if (!readCorner(reader, form, corners[1]) || !readCorner(reader, form, corners[2]))
-        failAtStatement(reader, "\"f\" with fewer than three corners");
+    const CornerForm* form = readFirstCorner(reader, corners[0]);
+    if (form == nullptr) return;
+    if (!readCorner(reader, *form, corners[1]) || !readCorner(reader, *form, corners[2]))
+        return failAtStatement(reader, TOO_FEW_CORNERS);
     do {
         triangle(corners);
         corners[1] = corners[2];
-    } while (readCorner(reader, form, corners[2]));
+    } while (readCorner(reader, *form, corners[2]));
 }
 
 // ---- First pass ---------------------------------------------------------------------------------------------------
 
 void readLibrary(GLMreader& reader) {
-    requireKeyword(reader, "mtllib");
+    if (!requireKeyword(reader, "mtllib")) return;
     char word[GLM_TOKEN_SIZE];
     readFirstWord(reader, word);
-    char* name = __glmStrStrip(word);
-    if (name == nullptr) {
-        __glmWarning("glmReadOBJ: \"mtllib\" without a name ignored in file \"%s\"", reader.model->pathname);
-        return;
-    }
+    if (__glmStripped(word).empty())
+        return __glmWarn(reader.call, GLMplace::file, "glmReadOBJ: \"mtllib\" without a name ignored");
+    char* name = __glmTryCopy(reader.call, __glmStripped(word));
+    if (name == nullptr) return;
     std::free(reader.model->mtllibname);
     reader.model->mtllibname = name;
-    __glmReadMTL(reader.model, name, reader.load);
+    if (reader.call.options.libraries) __glmReadMTL(reader.call, reader.model, name);
 }
 
 void countVector(GLMreader& reader) {
-    GLMmodel& model = *reader.model;
     const std::string_view token = reader.token;
     if (token == "v")
-        __glmCountPosition(model);
+        __glmCountPosition(reader);
     else if (token.starts_with("vn"))
-        __glmCountNormal(model);
+        __glmCountNormal(reader);
     else if (token.starts_with("vt"))
-        __glmCountTexcoord(model);
+        __glmCountTexcoord(reader);
     else
-        __glmFatalError("glmFirstPass(): Unknown token \"%s\".", reader.token);
+        __glmFail(reader.call, GLMplace::none, "glmFirstPass(): Unknown token \"%s\".", reader.token);
     __glmSkipLine(reader.text);
 }
 
@@ -188,65 +202,77 @@ void countFace(GLMreader& reader) {
     readFace(reader, [&](const GLMcorner(&)[3]) { __glmCountTriangles(reader, 1); });
 }
 
-void glmFirstPass(GLMreader& reader) {
-    selectOrAddGroup(reader, "default");
-    for (__glmCountPlain(reader); nextStatement(reader); __glmCountPlain(reader)) {
-        char name[GLM_TOKEN_SIZE];
-        switch (reader.token[0]) {
-        case 'v':
-            countVector(reader);
-            break;
-        case 'm':
-            readLibrary(reader);
-            break;
-        case 'u':
-            requireKeyword(reader, USEMTL);
-            __glmSkipLine(reader.text);
-            break;
-        case 'g':
-            readGroupName(reader, name);
-            selectOrAddGroup(reader, name);
-            break;
-        case 'f':
-            countFace(reader);
-            break;
-        default:
-            __glmSkipLine(reader.text);
-        }
+void countStatement(GLMreader& reader) {
+    char name[GLM_TOKEN_SIZE];
+    switch (reader.token[0]) {
+    case 'v':
+        return countVector(reader);
+    case 'm':
+        return readLibrary(reader);
+    case 'u':
+        if (requireKeyword(reader, USEMTL)) __glmSkipLine(reader.text);
+        return;
+    case 'g':
+        readGroupName(reader, name);
+        return selectOrAddGroup(reader, name);
+    case 'f':
+        return countFace(reader);
+    default:
+        return __glmSkipLine(reader.text);
     }
-    for (auto& [name, slot] : reader.groups) slot.group->triangles = __glmArray<std::uint32_t>(slot.room);
+}
+
+// False when the call fails.
+bool glmFirstPass(GLMreader& reader) {
+    selectOrAddGroup(reader, "default");
+    while (!reader.call.failed) {
+        __glmCountPlain(reader);
+        if (!nextStatement(reader)) break;
+        countStatement(reader);
+    }
+    __glmTellProgress(reader.text);
+    for (std::uint32_t i = 0; i < reader.groupCount && !reader.call.failed; ++i)
+        reader.groups[i].group->triangles = __glmTryArray<std::uint32_t>(reader.call, reader.groups[i].room);
+    return !reader.call.failed;
 }
 
 // ---- Second pass --------------------------------------------------------------------------------------------------
 
-[[noreturn]] void failAtUncounted(GLMreader& reader) {
-    failAtStatement(reader, "statement after another one on its line");
-}
+void failAtUncounted(GLMreader& reader) { failAtStatement(reader, "statement after another one on its line"); }
 
+// Null when all that were counted are filled, which is a failure.
 float* nextVector(GLMreader& reader, float* array, int size, std::uint32_t& filled, std::uint32_t count) {
-    if (filled == count) failAtUncounted(reader);
-    return array + static_cast<std::size_t>(size) * ++filled;
+    if (filled < count) return array + static_cast<std::size_t>(size) * ++filled;
+    failAtUncounted(reader);
+    return nullptr;
 }
 
-void readVector(GLMreader& reader, float* vector, int size) {
-    for (int i = 0; i < size; ++i)
-        if (!__glmReadFloat(reader.text, vector[i])) failAtStatement(reader, "numbers that can't be read");
+bool readVector(GLMreader& reader, float* vector, int size) {
+    if (vector == nullptr) return false;
+    for (int i = 0; i < size; ++i) {
+        if (__glmReadFloat(reader.text, vector[i])) continue;
+        failAtStatement(reader, "numbers that can't be read");
+        return false;
+    }
+    return true;
 }
 
 // A texture coordinate with one number lies on a one-dimensional image.
 void readTexcoord(GLMreader& reader, float* texcoord) {
-    readVector(reader, texcoord, 1);
-    if (!__glmReadFloat(reader.text, texcoord[1]))
-        __glmWarning("glmReadOBJ: \"vt\" with one number in file \"%s\", taken as v = 0", reader.model->pathname);
+    if (readVector(reader, texcoord, 1) && !__glmReadFloat(reader.text, texcoord[1]))
+        __glmWarn(reader.call, GLMplace::none, "glmReadOBJ: \"vt\" with one number in file \"%s\", taken as v = 0",
+                  reader.model->pathname);
 }
 
 void fillVector(GLMreader& reader, GLMfilled& filled) {
     const GLMmodel& model = *reader.model;
     switch (reader.token[1]) {
     case '\0':
-        return readVector(reader, nextVector(reader, model.vertices, 3, filled.vertices, model.numvertices), 3);
+        readVector(reader, nextVector(reader, model.vertices, 3, filled.vertices, model.numvertices), 3);
+        return;
     case 'n':
-        return readVector(reader, nextVector(reader, model.normals, 3, filled.normals, model.numnormals), 3);
+        readVector(reader, nextVector(reader, model.normals, 3, filled.normals, model.numnormals), 3);
+        return;
     case 't':
         return readTexcoord(reader, nextVector(reader, model.texcoords, 2, filled.texcoords, model.numtexcoords));
     default:
@@ -260,12 +286,14 @@ void selectMaterial(GLMreader& reader) {
     char name[GLM_TOKEN_SIZE];
     readFirstWord(reader, name);
     if (name[0] == '\0') {
-        __glmWarning("glmReadOBJ: \"usemtl\" without a name in file \"%s\", taken as the default material",
-                     reader.model->pathname);
+        __glmWarn(reader.call, GLMplace::none,
+                  "glmReadOBJ: \"usemtl\" without a name in file \"%s\", taken as the default material",
+                  reader.model->pathname);
         reader.material = 0;
     } else {
-        const auto found = reader.materials.find(name);
-        reader.material = found != reader.materials.end() ? found->second : glmFindMaterial(reader.model, name);
+        const std::uint32_t* found = __glmFindName(reader.materials, name);
+        reader.material = found != nullptr ? *found : 0;
+        if (found == nullptr) __glmWarn(reader.call, GLMplace::none, GLM_NO_SUCH_MATERIAL, name);
     }
     GLMgroup& group = *reader.group->group;
     if (group.material == 0 && group.numtriangles > 0) group.material = reader.material;
@@ -274,107 +302,190 @@ void selectMaterial(GLMreader& reader) {
 void fillFace(GLMreader& reader, GLMfilled& filled) {
     __glmStartFace(reader);
     readFace(reader, [&](const GLMcorner(&corners)[3]) {
-        if (__glmTriangleRoom(reader) == 0) failAtUncounted(reader);
+        if (__glmTriangleRoom(reader) == 0) return failAtUncounted(reader);
         __glmAddTriangle(reader, filled, corners[0], corners[1], corners[2]);
     });
 }
 
-void glmSecondPass(GLMreader& reader) {
-    GLMfilled filled{};
-    selectGroup(reader, "default");
-    for (std::uint32_t i = 0; i < reader.model->nummaterials; ++i)
-        reader.materials.emplace(reader.model->materials[i].name, i);
-    for (__glmFillPlain(reader, filled); nextStatement(reader); __glmFillPlain(reader, filled)) {
-        char name[GLM_TOKEN_SIZE];
-        switch (reader.token[0]) {
-        case 'v':
-            fillVector(reader, filled);
-            break;
-        case 'u':
-            selectMaterial(reader);
-            break;
-        case 'g':
-            readGroupName(reader, name);
-            selectGroup(reader, name);
-            break;
-        case 'f':
-            fillFace(reader, filled);
-            break;
-        default:
-            __glmSkipLine(reader.text);
-        }
+void fillStatement(GLMreader& reader, GLMfilled& filled) {
+    char name[GLM_TOKEN_SIZE];
+    switch (reader.token[0]) {
+    case 'v':
+        return fillVector(reader, filled);
+    case 'u':
+        return selectMaterial(reader);
+    case 'g':
+        readGroupName(reader, name);
+        return selectGroup(reader, name);
+    case 'f':
+        return fillFace(reader, filled);
+    default:
+        return __glmSkipLine(reader.text);
     }
+}
+
+void startSecondPass(GLMreader& reader) {
+    __glmRewind(reader.text);
+    reader.text.pass = 1;
+    reader.material = 0;
+    for (std::uint32_t i = 0; i < reader.groupCount; ++i) reader.groups[i].group->numtriangles = 0;
+    selectGroup(reader, "default");
+}
+
+bool nameMaterials(GLMreader& reader) {
+    for (std::uint32_t i = 0; i < reader.model->nummaterials; ++i) {
+        if (__glmAddName(reader.materials, reader.model->materials[i].name, i)) continue;
+        __glmFailAtMemory(reader.call, reader.materials.size, sizeof(GLMnames::Slot));
+        return false;
+    }
+    return true;
+}
+
+// False when the call fails.
+bool glmSecondPass(GLMreader& reader) {
+    if (!nameMaterials(reader)) return false;
+    GLMfilled filled{};
+    startSecondPass(reader);
+    while (!reader.call.failed) {
+        __glmFillPlain(reader, filled);
+        if (!nextStatement(reader)) break;
+        fillStatement(reader, filled);
+    }
+    __glmTellProgress(reader.text);
     // Lines longer than a rest-of-line read can hold fewer statements here than counting took them for.
     GLMmodel& model = *reader.model;
     model.numvertices = filled.vertices;
     model.numnormals = filled.normals;
     model.numtexcoords = filled.texcoords;
     model.numtriangles = filled.triangles;
+    return !reader.call.failed;
 }
 
 // ---- The whole ----------------------------------------------------------------------------------------------------
 
-void makeArrays(GLMmodel& model) {
-    model.vertices = __glmEntries(model.numvertices, GLM_VECTOR_SIZE);
-    model.triangles = __glmArray<GLMtriangle>(model.numtriangles);
-    if (model.numnormals > 0) model.normals = __glmEntries(model.numnormals, GLM_VECTOR_SIZE);
-    if (model.numtexcoords > 0) model.texcoords = __glmEntries(model.numtexcoords, GLM_TEXCOORD_SIZE);
+bool makeArrays(GLMcall& call, GLMmodel& model) {
+    const auto entries = [&](std::uint32_t count, std::size_t size) { return __glmTryEntries(call, count, size); };
+    model.vertices = entries(model.numvertices, GLM_VECTOR_SIZE);
+    model.triangles = __glmTryArray<GLMtriangle>(call, model.numtriangles);
+    if (model.numnormals > 0) model.normals = entries(model.numnormals, GLM_VECTOR_SIZE);
+    if (model.numtexcoords > 0) model.texcoords = entries(model.numtexcoords, GLM_TEXCOORD_SIZE);
+    return !call.failed;
 }
 
-void requireIndex(const char* kind, std::uint32_t triangle, std::uint32_t index, std::uint32_t count) {
-    if (index < 1 || index > count)
-        __glmFatalError("%s index for triangle %d out of bounds (%d > %d)\n", kind, static_cast<int>(triangle),
-                        static_cast<int>(index), static_cast<int>(count));
+// Makes the statement that a triangle comes from the current one, by filling the model once more up to it.
+void findStatement(GLMreader& reader, std::uint32_t triangle) {
+    const auto warn = std::exchange(reader.call.options.warn, nullptr);
+    GLMfilled filled{};
+    startSecondPass(reader);
+    while (filled.triangles <= triangle && nextStatement(reader)) fillStatement(reader, filled);
+    reader.call.options.warn = warn;
+}
+
+bool requireIndex(GLMreader& reader, const char* kind, std::uint32_t triangle, std::uint32_t index,
+                  std::uint32_t count) {
+    if (index >= 1 && index <= count) return true;
+    if (reader.call.returns) findStatement(reader, triangle);
+    __glmFail(reader.call, GLMplace::none, "%s index for triangle %d out of bounds (%d > %d)\n", kind,
+              static_cast<int>(triangle), static_cast<int>(index), static_cast<int>(count));
+    return false;
 }
 
 // Positions have no "none": an index written as -1 is out of bounds. A normal or texture coordinate written as -1 is
 // none; the writer gives corners without one that form. In a file without texture coordinates their indices mean nothing,
 // and nothing follows them.
-void validateCorners(const GLMmodel& model) {
+bool validateCorners(GLMreader& reader) {
+    const GLMmodel& model = *reader.model;
     for (std::uint32_t i = 0; i < model.numtriangles; ++i) {
         const GLMtriangle& triangle = model.triangles[i];
         for (int corner = 0; corner < 3; ++corner) {
-            if (triangle.nindices[corner] != GLM_NO_INDEX)
-                requireIndex("normal", i, triangle.nindices[corner], model.numnormals);
-            requireIndex("vertex", i, triangle.vindices[corner], model.numvertices);
-            if (model.numtexcoords > 0 && triangle.tindices[corner] != GLM_NO_INDEX)
-                requireIndex("texture coordinate", i, triangle.tindices[corner], model.numtexcoords);
+            const std::uint32_t normal = triangle.nindices[corner], texcoord = triangle.tindices[corner];
+            if (normal != GLM_NO_INDEX && !requireIndex(reader, "normal", i, normal, model.numnormals)) return false;
+            if (!requireIndex(reader, "vertex", i, triangle.vindices[corner], model.numvertices)) return false;
+            if (model.numtexcoords > 0 && texcoord != GLM_NO_INDEX &&
+                !requireIndex(reader, "texture coordinate", i, texcoord, model.numtexcoords))
+                return false;
         }
     }
+    return true;
 }
 
-void validateFacets(const GLMmodel& model) {
+bool validateFacets(GLMreader& reader) {
+    const GLMmodel& model = *reader.model;
     for (std::uint32_t i = 0; i < model.numtriangles; ++i)
-        requireIndex("facet", i, model.triangles[i].findex, model.numfacetnorms);
+        if (!requireIndex(reader, "facet", i, model.triangles[i].findex, model.numfacetnorms)) return false;
+    return true;
 }
 
-void readModel(GLMmodel* model, GLMimageLoader load) {
-    GLMreader reader{};
-    reader.model = model;
-    reader.load = load;
-    if (!__glmOpenText(model->pathname, reader.text))
-        __glmFatalError("glmReadOBJ() failed: can't open data file \"%s\".", model->pathname);
-    glmFirstPass(reader);
-    makeArrays(*model);
-    __glmRewind(reader.text);
-    glmSecondPass(reader);
+// What is read: the file of a path, an open file, or bytes in memory.
+struct Source {
+    const char* path;
+    std::FILE* file;
+    const void* bytes;
+    std::size_t size;
+};
+
+bool openSource(GLMcall& call, const Source& source, GLMtext& text) {
+    if (source.file != nullptr) return __glmFileText(call, source.file, source.path, text);
+    if (source.bytes != nullptr) return __glmMemoryText(call, source.bytes, source.size, source.path, text);
+    return __glmOpenText(call, source.path, text);
+}
+
+bool readModel(GLMcall& call, const Source& source, GLMmodel* model) {
+    GLMreader reader{.call = call,
+                     .model = model,
+                     .text = {},
+                     .token = {},
+                     .groups = {},
+                     .groupCount = 0,
+                     .groupNames = {},
+                     .materials = {},
+                     .group = nullptr,
+                     .material = 0};
+    if (!openSource(call, source, reader.text)) {
+        __glmFail(call, GLMplace::none, "glmReadOBJ() failed: can't open data file \"%s\".", source.path);
+        return false;
+    }
+    call.text = &reader.text;
+    reader.text.passes = 2;
+    const bool done = glmFirstPass(reader) && makeArrays(call, *model) && glmSecondPass(reader) &&
+                      validateCorners(reader) && __glmFacetNormals(call, model) && validateFacets(reader);
+    call.text = nullptr;
+    return done;
+}
+
+// Null when the call fails.
+GLMmodel* read(GLMcall& call, const Source& source) {
+    call.file = source.path;
+    GLMfreed model(__glmTryArray<GLMmodel>(call, 1));
+    if (model == nullptr) return nullptr;
+    model->pathname = __glmTryCopy(call, source.path);
+    return model->pathname != nullptr && readModel(call, source, model.get()) ? model.release() : nullptr;
+}
+
+GLMmodel* tryRead(const Source& source, GLMerror* error, const GLMoptions& options) {
+    assert(source.path != nullptr);
+    GLMcall call;
+    __glmLetReturn(call, error, options);
+    GLMfreed model(read(call, source));
+    return __glmEnd(call) ? model.release() : nullptr;
 }
 
 }  // namespace
 
-GLMmodel* __glmReadOBJ(const char* path, GLMimageLoader load) {
-    assert(path != nullptr);
-    GLMfreed model(__glmArray<GLMmodel>(1));
-    model->pathname = __glmCopy(path);
-    try {
-        readModel(model.get(), load);
-    } catch (const std::bad_alloc&) {
-        __glmFatalError("out of memory while reading \"%s\"", path);
-    }
-    validateCorners(*model);
-    glmFacetNormals(model.get());
-    validateFacets(*model);
-    return model.release();
+GLMmodel* __glmReadOBJ(GLMcall& call, const char* path) {
+    return read(call, {.path = path, .file = nullptr, .bytes = nullptr, .size = 0});
 }
 
-GLMmodel* glmReadModel(const char* path) { return __glmReadOBJ(path, nullptr); }
+GLMmodel* glmTryReadOBJ(const char* path, GLMerror* error, const GLMoptions& options) {
+    return tryRead({.path = path, .file = nullptr, .bytes = nullptr, .size = 0}, error, options);
+}
+
+GLMmodel* glmTryReadMemory(const void* bytes, std::size_t size, const char* path, GLMerror* error,
+                           const GLMoptions& options) {
+    return tryRead({.path = path, .file = nullptr, .bytes = size > 0 ? bytes : "", .size = size}, error, options);
+}
+
+GLMmodel* glmTryReadFile(std::FILE* file, const char* path, GLMerror* error, const GLMoptions& options) {
+    assert(file != nullptr);
+    return tryRead({.path = path, .file = file, .bytes = nullptr, .size = 0}, error, options);
+}

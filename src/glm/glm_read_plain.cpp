@@ -108,11 +108,10 @@ const char* fillEntry(const char* p, float* array, std::uint32_t& filled, std::u
 }  // namespace
 
 void __glmCountPlain(GLMreader& reader) {
-    GLMmodel& model = *reader.model;
-    const auto skipLine = [&](const char* p, void (*count)(GLMmodel&)) {
+    const auto skipLine = [&](const char* p, void (*count)(GLMreader&)) {
         const std::size_t length = std::min(GLM_TOKEN_SIZE - 1, static_cast<std::size_t>(reader.text.end - p));
         const void* end = std::memchr(p, '\n', length);
-        if (end != nullptr) count(model);
+        if (end != nullptr) count(reader);
         return static_cast<const char*>(end);
     };
     scanStatements(reader.text, [&](const char* p) -> const char* {

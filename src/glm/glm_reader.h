@@ -2,11 +2,9 @@
 // large models consist, scanned in place (glm_read_plain.cpp)
 #pragma once
 
+#include "glm/glm_call.h"
+#include "glm/glm_names.h"
 #include "glm/glm_text.h"
-#include "glm/glm_util.h"
-
-#include <string_view>
-#include <unordered_map>
 
 struct GLMgroupSlot {
     GLMgroup* group;
@@ -14,16 +12,16 @@ struct GLMgroupSlot {
 };
 
 struct GLMreader {
+    GLMcall& call;
     GLMmodel* model;
-    GLMimageLoader load;
-    GLMtext text;
+    GLMtext text;  // its statement is where the current statement's token ends
     char token[GLM_TOKEN_SIZE];
-    std::uint64_t statement;  // place in the file where the current statement's token ends
-    // Look-ups by name, for files with many groups and materials.
-    std::unordered_map<std::string_view, GLMgroupSlot> groups;
-    std::unordered_map<std::string_view, std::uint32_t> materials;  // the first one of each name
-    GLMgroupSlot* group;                                            // current group
-    std::uint32_t material;                                         // current material
+    std::unique_ptr<GLMgroupSlot[], __glmFree> groups;  // room is there for the next power of two
+    std::uint32_t groupCount;
+    GLMnames groupNames;     // their numbers in `groups`
+    GLMnames materials;      // the first one of each name
+    GLMgroupSlot* group;     // current group
+    std::uint32_t material;  // current material
 };
 
 struct GLMcorner {
@@ -40,12 +38,18 @@ struct GLMfilled {
 
 // ---- Counting, and filling in -------------------------------------------------------------------------------------
 
-inline void __glmCountPosition(GLMmodel& model) { __glmCount(model, model.numvertices, 1, "positions"); }
-inline void __glmCountNormal(GLMmodel& model) { __glmCount(model, model.numnormals, 1, "normals"); }
-inline void __glmCountTexcoord(GLMmodel& model) { __glmCount(model, model.numtexcoords, 1, "texture coordinates"); }
+inline void __glmCountPosition(GLMreader& reader) {
+    __glmTryCount(reader.call, *reader.model, reader.model->numvertices, 1, "positions");
+}
+inline void __glmCountNormal(GLMreader& reader) {
+    __glmTryCount(reader.call, *reader.model, reader.model->numnormals, 1, "normals");
+}
+inline void __glmCountTexcoord(GLMreader& reader) {
+    __glmTryCount(reader.call, *reader.model, reader.model->numtexcoords, 1, "texture coordinates");
+}
 inline void __glmCountTriangles(GLMreader& reader, std::uint32_t count) {
-    __glmCount(*reader.model, reader.model->numtriangles, count, "triangles");
-    reader.group->room += count;
+    if (__glmTryCount(reader.call, *reader.model, reader.model->numtriangles, count, "triangles"))
+        reader.group->room += count;
 }
 
 // How many more triangles were counted for the current group.

@@ -1,6 +1,7 @@
 #include "glm/glm_text.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -27,12 +28,16 @@ const char* lineEnd(GLMtext& text, std::size_t limit) {
     return found != nullptr ? static_cast<const char*>(found) + 1 : text.at + length;
 }
 
-// Makes room for `capacity` bytes, with what is in the window from `from` on at their start.
-void moveWindow(GLMtext& text, const char* from, std::size_t capacity) {
+// Makes room for `capacity` bytes, with what is in the window from `from` on at their start. False when memory is short.
+bool moveWindow(GLMtext& text, const char* from, std::size_t capacity) {
     const auto moved = from - text.begin;
     const auto rest = static_cast<std::size_t>(text.end - from);
     if (capacity > text.capacity) {
-        GLMstring larger(static_cast<char*>(__glmReallocate(nullptr, capacity + 1, 1)));
+        GLMstring larger(static_cast<char*>(std::malloc(capacity + 1)));
+        if (larger == nullptr) {
+            __glmFailAtMemory(*text.call, capacity + 1, 1);
+            return false;
+        }
         std::copy(from, text.end, larger.get());
         text.memory = std::move(larger);
         text.capacity = capacity;
@@ -46,21 +51,74 @@ void moveWindow(GLMtext& text, const char* from, std::size_t capacity) {
     if (text.keep != nullptr) text.keep = place(text.keep);
     text.offset += static_cast<std::uint64_t>(moved);
     text.begin = begin;
+    return true;
+}
+
+std::uint64_t windowEnd(const GLMtext& text) {
+    return text.offset + static_cast<std::uint64_t>(text.end - text.begin);
+}
+
+// Reads up to `room` bytes.
+std::size_t readSource(const GLMtext& text, char* to, std::size_t room) {
+    if (text.from != nullptr) return std::fread(to, 1, room, text.from);
+    const std::uint64_t next = windowEnd(text);
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(room, text.size - next));
+    std::copy_n(text.bytes + next, count, to);
+    return count;
 }
 
 // Reads as much as the window has room for. False when the file cannot be read.
 bool readOn(GLMtext& text) {
     char* end = text.memory.get() + (text.end - text.begin);
     const std::size_t room = text.capacity - static_cast<std::size_t>(text.end - text.begin);
-    const std::size_t got = std::fread(end, 1, room, text.file.get());
+    const std::size_t got = readSource(text, end, room);
     text.complete = got < room;
     text.end = end + got;
     end[got] = '\0';
-    return !text.complete || std::ferror(text.file.get()) == 0;
+    return !text.complete || text.from == nullptr || std::ferror(text.from) == 0;
 }
 
+}  // namespace
+
+void __glmTellProgress(const GLMtext& text) {
+    GLMcall& call = *text.call;
+    if (call.options.progress == nullptr || text.passes == 0 || text.size == 0) return;
+    const double read = std::min(1.0, static_cast<double>(windowEnd(text)) / static_cast<double>(text.size));
+    const double done = (text.pass + read) / text.passes;
+    const int percent = static_cast<int>(100 * done);
+    if (percent <= call.percent) return;
+    call.percent = percent;
+    if (!call.options.progress(call.options.data, static_cast<float>(done)))
+        __glmFail(call, GLMplace::none, "cancelled");
+}
+
+namespace {
+
 void requireRead(GLMtext& text) {
-    if (!readOn(text)) __glmFatalError("can't read file \"%s\"", text.path);
+    if (!readOn(text))
+        __glmFail(*text.call, GLMplace::none, "can't read file \"%s\"", text.path);
+    else
+        __glmTellProgress(text);
+}
+
+// Reads a file that cannot be read twice to its end.
+bool readWhole(GLMtext& text) {
+    for (std::size_t room = BLOCK;; room *= 2) {
+        GLMstring larger(static_cast<char*>(std::realloc(text.whole.get(), room)));
+        if (larger == nullptr) {
+            __glmFailAtMemory(*text.call, room, 1);
+            return false;
+        }
+        static_cast<void>(text.whole.release());  // realloc freed it
+        text.whole = std::move(larger);
+        text.size +=
+            std::fread(text.whole.get() + text.size, 1, room - static_cast<std::size_t>(text.size), text.from);
+        if (text.size < room) break;
+    }
+    if (std::ferror(text.from) != 0) return false;
+    text.from = nullptr;
+    text.bytes = text.whole.get();
+    return true;
 }
 
 // Converts the number that starts at the reading position, with all of it in the window. `convert` returns where the
@@ -116,22 +174,38 @@ const char* convertInteger(const GLMtext& text, std::int64_t& value) {
 
 }  // namespace
 
-bool __glmOpenText(const char* path, GLMtext& text) {
+bool __glmOpenText(GLMcall& call, const char* path, GLMtext& text) {
+    std::unique_ptr<std::FILE, __glmClose> file(std::fopen(path, "rb"));
+    if (file == nullptr || !__glmFileText(call, file.get(), path, text)) return false;
+    text.file = std::move(file);
+    return true;
+}
+
+bool __glmFileText(GLMcall& call, std::FILE* file, const char* path, GLMtext& text) {
     text = {};
+    text.call = &call;
     text.path = path;
-    text.file.reset(std::fopen(path, "rb"));
-    if (text.file == nullptr) return false;
+    text.from = file;
     struct stat status {};
-    if (fstat(fileno(text.file.get()), &status) != 0) return false;
-    if (S_ISDIR(status.st_mode)) {
+    const bool known = fstat(fileno(file), &status) == 0;
+    if (known && S_ISDIR(status.st_mode)) {
         errno = EISDIR;
         return false;
     }
-    moveWindow(text, text.begin, BLOCK);
-    if (!readOn(text)) return false;
-    // What cannot be read twice is read whole.
-    if (!S_ISREG(status.st_mode)) __glmLoadAll(text);
-    return true;
+    text.start = ftello(file);
+    const bool again = known && S_ISREG(status.st_mode) && text.start >= 0;
+    if (again) text.size = static_cast<std::uint64_t>(std::max<std::int64_t>(0, status.st_size - text.start));
+    if (!again && !readWhole(text)) return false;
+    return moveWindow(text, text.begin, BLOCK) && readOn(text);
+}
+
+bool __glmMemoryText(GLMcall& call, const void* bytes, std::size_t size, const char* path, GLMtext& text) {
+    text = {};
+    text.call = &call;
+    text.path = path;
+    text.bytes = static_cast<const char*>(bytes);
+    text.size = size;
+    return moveWindow(text, text.begin, BLOCK) && readOn(text);
 }
 
 void __glmLoadAll(GLMtext& text) {
@@ -148,7 +222,8 @@ GLMtext __glmTextOf(const char* string) {
 void __glmRewind(GLMtext& text) {
     text.at = text.begin;
     if (text.offset == 0) return;
-    std::rewind(text.file.get());
+    if (text.from != nullptr && fseeko(text.from, text.start, SEEK_SET) != 0)
+        return __glmFail(*text.call, GLMplace::none, "can't read file \"%s\"", text.path);
     text.end = text.begin;
     text.offset = 0;
     requireRead(text);
@@ -158,7 +233,10 @@ bool __glmFill(GLMtext& text, std::size_t count) {
     while (!text.complete && static_cast<std::size_t>(text.end - text.at) < count) {
         const char* from = text.keep != nullptr ? text.keep : text.at;
         const std::size_t needed = static_cast<std::size_t>(text.at - from) + count;
-        moveWindow(text, from, std::max(needed, text.capacity));
+        if (!moveWindow(text, from, std::max(needed, text.capacity))) {
+            __glmStop(text);
+            break;
+        }
         requireRead(text);
     }
     return text.at < text.end;
@@ -216,9 +294,23 @@ bool __glmAccept(GLMtext& text, char character) {
 }
 
 unsigned long long __glmLineNumber(GLMtext& text, std::uint64_t offset) {
-    text.keep = nullptr;
-    unsigned long long lines = 1;
-    for (__glmRewind(text); __glmOffset(text) < offset && __glmHas(text, 1); ++text.at)
-        if (*text.at == '\n') ++lines;
-    return lines;
+    if (offset < text.lineOffset) {
+        text.lineOffset = 0;
+        text.line = 1;
+    }
+    while (text.lineOffset < offset) {
+        char piece[4096];
+        auto count = static_cast<std::size_t>(std::min<std::uint64_t>(sizeof piece, offset - text.lineOffset));
+        if (text.from == nullptr) {
+            std::copy_n(text.bytes + text.lineOffset, count, piece);
+        } else {
+            const ssize_t got =
+                pread(fileno(text.from), piece, count, text.start + static_cast<std::int64_t>(text.lineOffset));
+            if (got <= 0) break;  // somebody else changes the file
+            count = static_cast<std::size_t>(got);
+        }
+        text.line += static_cast<unsigned long long>(std::count(piece, piece + count, '\n'));
+        text.lineOffset += count;
+    }
+    return text.line;
 }

@@ -3,10 +3,11 @@
 // A file is taken apart from a reading position: tokens, rests of lines, numbers. These follow the C library's
 // formatted input (fscanf "%127s", fgets, "%f", "%d"), in the "C" locale whatever the program's is. A window of the
 // file is in memory and moves with the reading position: a text is about as large as the arrays that are made of it, so
-// reading it whole would double the memory. NUL bytes are ordinary bytes that end a C string early. A file that cannot be read on is a fatal error.
+// reading it whole would double the memory. NUL bytes are ordinary bytes that end a C string early. Where a file cannot
+// be read on, or memory is short, the call fails and the text ends.
 #pragma once
 
-#include "glm/glm_util.h"
+#include "glm/glm_call.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,26 +23,50 @@ struct __glmClose {
 
 // A text and the reading position in it.
 struct GLMtext {
+    GLMcall* call = nullptr;                           // that reads it; null when it is no more than the window
     const char* path = nullptr;                        // of the file, for messages; the caller's string
-    std::unique_ptr<std::FILE, __glmClose> file = {};  // null when there is nothing in it but the window
+    std::unique_ptr<std::FILE, __glmClose> file = {};  // if it is the text's own
+    std::FILE* from = nullptr;                         // what is read; null for bytes in memory
+    std::int64_t start = 0;                            // where in it the text begins
+    const char* bytes = nullptr;                       // in memory
+    GLMstring whole = {};                              // these, if they are the text's own
+    std::uint64_t size = 0;                            // of the text
     GLMstring memory = {};                             // of the window, if it is the text's own
     std::size_t capacity = 0;     // bytes that the window can hold; one more is there for the NUL
     const char* begin = nullptr;  // the window; a NUL follows its end
     const char* at = nullptr;     // reading position
     const char* end = nullptr;
-    const char* keep = nullptr;  // the window's text from here on stays in memory, when it is not null
-    std::uint64_t offset = 0;    // of the window in the file
-    bool complete = true;        // the file ends where the window ends
+    const char* keep = nullptr;    // the window's text from here on stays in memory, when it is not null
+    std::uint64_t offset = 0;      // of the window in the text
+    bool complete = true;          // the text ends where the window ends
+    int passes = 0, pass = 0;      // over it, for progress: how many there are, and which it is, from 0
+    std::uint64_t statement = 0;   // place of the statement that messages are about
+    std::uint64_t lineOffset = 0;  // a place in the text ...
+    unsigned long long line = 1;   // ... and its line
 };
 
 // Opens a file at its start. False when `path` cannot be opened or read, or names a directory: errno says why.
-bool __glmOpenText(const char* path, GLMtext& text);
+bool __glmOpenText(GLMcall& call, const char* path, GLMtext& text);
+
+// A text of what follows in an open file, and of bytes in memory; both stay the caller's. False when it cannot be read.
+bool __glmFileText(GLMcall& call, std::FILE* file, const char* path, GLMtext& text);
+bool __glmMemoryText(GLMcall& call, const void* bytes, std::size_t size, const char* path, GLMtext& text);
+
+// Ends the text at the reading position, which moves to the window's end.
+inline void __glmStop(GLMtext& text) {
+    text.at = text.end;
+    text.complete = true;
+}
 
 // Brings all that follows the reading position into the window.
 void __glmLoadAll(GLMtext& text);
 
 // The text of a string, which stays the caller's.
 GLMtext __glmTextOf(const char* string);
+
+// Tells the call's handler how far the passes over the text are: called as the window moves, and to be called at the end
+// of each pass. A handler that cancels makes the call fail.
+void __glmTellProgress(const GLMtext& text);
 
 // Back to the start.
 void __glmRewind(GLMtext& text);
@@ -85,8 +110,7 @@ inline std::uint64_t __glmOffset(const GLMtext& text) {
     return text.offset + static_cast<std::uint64_t>(text.at - text.begin);
 }
 
-// Number of the line that the place `offset` is in, from 1. Reads all the text before it, and leaves the reading
-// position somewhere.
+// Number of the line that the place `offset` is in, from 1. The reading position stays.
 unsigned long long __glmLineNumber(GLMtext& text, std::uint64_t offset);
 
 // isspace of the "C" locale.

@@ -72,22 +72,34 @@ void __glmFatalUsage(const char* format, ...) {
 
 char* __glmStrdup(const char* string) { return copyOf(string, std::strlen(string)); }
 
-char* __glmStrStrip(const char* string) {
+std::string_view __glmStripped(const char* string) {
     string += std::strspn(string, WHITE_SPACE);
     std::size_t length = std::strlen(string);
     while (length > 0 && std::strchr(WHITE_SPACE, string[length - 1]) != nullptr) --length;
-    return length > 0 ? requireCopyOf(string, length) : nullptr;
+    return {string, length};
 }
 
-char* __glmDirName(const char* path) {
+char* __glmStrStrip(const char* string) {
+    const std::string_view stripped = __glmStripped(string);
+    return !stripped.empty() ? requireCopyOf(stripped.data(), stripped.size()) : nullptr;
+}
+
+std::size_t __glmDirectoryLength(const char* path) {
     const char* slash = std::strrchr(path, '/');
-    return requireCopyOf(path, slash != nullptr ? static_cast<std::size_t>(slash - path) + 1 : 0);
+    return slash != nullptr ? static_cast<std::size_t>(slash - path) + 1 : 0;
+}
+
+char* __glmDirName(const char* path) { return requireCopyOf(path, __glmDirectoryLength(path)); }
+
+void* __glmZeroed(std::size_t count, std::size_t size) {
+    void* memory = std::calloc(count > 0 ? count : 1, size);
+    if (memory != nullptr) preferLargePages(memory, count * size);
+    return memory;
 }
 
 void* __glmAllocate(std::size_t count, std::size_t size) {
-    void* memory = std::calloc(count > 0 ? count : 1, size);
+    void* memory = __glmZeroed(count, size);
     if (memory == nullptr) __glmFatalError("out of memory (%zu x %zu bytes)", count, size);
-    preferLargePages(memory, count * size);
     return memory;
 }
 
@@ -113,13 +125,4 @@ GLMstring __glmBeside(const char* path, const char* name) {
     GLMstring result(__glmArray<char>(size));
     std::snprintf(result.get(), size, "%s%s", directory.get(), name);
     return result;
-}
-
-int __glmCorrectMode(const char* caller, int mode, std::span<const GLMcorrection> corrections) {
-    for (const GLMcorrection& correction : corrections) {
-        if ((mode & correction.bits) != correction.bits || !correction.applies) continue;
-        __glmWarning("%s() warning: %s", caller, correction.warning);
-        mode &= ~correction.drop;
-    }
-    return mode;
 }

@@ -1,6 +1,7 @@
 // glm_util.h - what the files of the model library share: diagnostics, strings, memory, records
 //
-// Standard error only. The functions never return an error: what cannot go on ends the process.
+// Standard error only. The functions never return an error: what cannot go on ends the process. glm_call.h has those that
+// return.
 //
 // The leading underscores of these names are part of the library's interface, though C++ reserves them to the
 // implementation; no C or C++ library in use has names of this prefix.
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <memory>
 #include <span>
+#include <string_view>
 
 // The second library calls what is declared here in the first, of the same version. It is no part of the interface.
 #pragma GCC visibility push(default)
@@ -49,7 +51,10 @@ struct __glmFree {
 };
 using GLMstring = std::unique_ptr<char, __glmFree>;
 
-// `count` elements of `size` bytes, zeroed, never null; a failed allocation is a fatal error.
+// `count` elements of `size` bytes, zeroed; null when memory is short.
+void* __glmZeroed(std::size_t count, std::size_t size);
+
+// The same, never null; a failed allocation is a fatal error.
 void* __glmAllocate(std::size_t count, std::size_t size);
 template <typename T>
 T* __glmArray(std::size_t count) {
@@ -78,6 +83,12 @@ inline void __glmCount(const GLMmodel& model, std::uint32_t& count, std::uint32_
 // A copy, never null; a failed allocation is a fatal error.
 char* __glmCopy(const char* string);
 
+// Length of what __glmDirName copies.
+std::size_t __glmDirectoryLength(const char* path);
+
+// What __glmStrStrip copies.
+std::string_view __glmStripped(const char* string);
+
 // The directory of `path` followed by `name`.
 GLMstring __glmBeside(const char* path, const char* name);
 
@@ -89,29 +100,6 @@ struct __glmRelease {
 using GLMowned = std::unique_ptr<GLMmodel, __glmRelease<glmDelete>>;
 using GLMfreed = std::unique_ptr<GLMmodel, __glmRelease<glmFree>>;
 
-// A new group without triangles at the head of the model's list, which holds no group of that name yet.
-GLMgroup* __glmNewGroup(GLMmodel* model, const char* name);
-
 void __glmFreeMaterials(GLMmodel* model);
-
-// How images get into a model: fills in all of a texture but its name from the image file `path`. Where the loader is
-// null, no file is opened and textures have names only.
-using GLMimageLoader = void (*)(const char* path, GLMtexture& texture);
-
-// What glmReadOBJ, glmReadMTL and glmFindOrAddTexture do, with their loader.
-GLMmodel* __glmReadOBJ(const char* path, GLMimageLoader load);
-void __glmReadMTL(GLMmodel* model, const char* name, GLMimageLoader load);
-std::uint32_t __glmFindOrAddTexture(GLMmodel* model, const char* name, GLMimageLoader load);
-
-// What a mode word cannot have together, or not with a model.
-struct GLMcorrection {
-    int bits;      // when all of these are asked for ...
-    bool applies;  // ... and this holds ...
-    int drop;      // ... these are dropped, with the warning.
-    const char* warning;
-};
-
-// Applies the corrections in order, each with its warning "caller() warning: text".
-int __glmCorrectMode(const char* caller, int mode, std::span<const GLMcorrection> corrections);
 
 #pragma GCC visibility pop

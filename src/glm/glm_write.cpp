@@ -1,19 +1,20 @@
 // The OBJ and MTL writer. The reader takes its files; glm.h says what they leave out of a model.
 #include "glm/glm.h"
 
-#include "glm/glm_util.h"
+#include "glm/glm_call.h"
 
 #include <cassert>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace {
 
 constexpr int DECIMALS = 6;     // as "%f" writes
 constexpr int NAME_SIZE = 126;  // longest name that the reader takes whole: its lines hold a blank in front of it
 
-int correctedMode(const GLMmodel& model, int mode) {
+int correctedMode(GLMcall& call, const GLMmodel& model, int mode) {
     const GLMcorrection corrections[] = {
         {GLM_FLAT, model.numfacetnorms == 0, GLM_FLAT, "flat normal output requested with no facet normals defined."},
         {GLM_SMOOTH, model.numnormals == 0, GLM_SMOOTH, "smooth normal output requested with no normals defined."},
@@ -25,7 +26,7 @@ int correctedMode(const GLMmodel& model, int mode) {
         {GLM_MATERIAL, model.nummaterials == 0, GLM_MATERIAL, "material output requested with no materials defined."},
         {GLM_COLOR | GLM_MATERIAL, true, GLM_COLOR, "color and material output requested outputting only materials."},
     };
-    return __glmCorrectMode("glmWriteOBJ", mode, corrections);
+    return __glmCorrectMode(call, "glmWriteOBJ", mode, corrections);
 }
 
 // "keyword 1.000000 2.000000 ...\n". printf would take the decimal point from the program's locale.
@@ -57,13 +58,15 @@ void printName(std::FILE* file, const char* keyword, const char* name) {
     std::fprintf(file, "%s %.*s\n", keyword, NAME_SIZE, name);
 }
 
-void warnOfCut(const char* caller, const char* kind, const char* name) {
+void warnOfCut(GLMcall& call, const char* caller, const char* kind, const char* name) {
     if (std::strlen(name) > NAME_SIZE)
-        __glmWarning("%s() warning: %s name \"%s\" cut after %d characters.", caller, kind, name, NAME_SIZE);
+        __glmWarn(call, GLMplace::none, "%s() warning: %s name \"%s\" cut after %d characters.", caller, kind, name,
+                  NAME_SIZE);
 }
 
-void warnOfCutMaterials(const char* caller, const GLMmodel& model) {
-    for (std::uint32_t i = 0; i < model.nummaterials; ++i) warnOfCut(caller, "material", model.materials[i].name);
+void warnOfCutMaterials(GLMcall& call, const char* caller, const GLMmodel& model) {
+    for (std::uint32_t i = 0; i < model.nummaterials; ++i)
+        warnOfCut(call, caller, "material", model.materials[i].name);
 }
 
 void printHeader(std::FILE* file, const char* kind) {
@@ -80,9 +83,10 @@ void printHeader(std::FILE* file, const char* kind) {
 }
 
 // Write errors stay with the file until its end, those of the last buffer come with closing it.
-void close(std::FILE* file, const char* function, const char* path) {
+void close(GLMcall& call, std::FILE* file, const char* function, const char* path) {
     const bool failed = std::ferror(file) != 0;
-    if (std::fclose(file) != 0 || failed) __glmFatalError("%s() failed: can't write file \"%s\".", function, path);
+    if (std::fclose(file) != 0 || failed)
+        __glmFail(call, GLMplace::none, "%s() failed: can't write file \"%s\".", function, path);
 }
 
 const char* materialName(const GLMmodel& model, std::uint32_t material) {
@@ -117,10 +121,10 @@ void printTriangle(std::FILE* file, const GLMmodel& model, const GLMtriangle& tr
     std::fputc('\n', file);
 }
 
-void printGroups(std::FILE* file, const GLMmodel& model, int mode) {
+void printGroups(GLMcall& call, std::FILE* file, const GLMmodel& model, int mode) {
     std::uint32_t last = GLM_NO_INDEX;
     for (const GLMgroup* group = model.groups; group != nullptr; group = group->next) {
-        warnOfCut("glmWriteOBJ", "group", group->name);
+        warnOfCut(call, "glmWriteOBJ", "group", group->name);
         printName(file, "g", group->name);
         if ((mode & GLM_MATERIAL) != 0) {
             printName(file, "usemtl", materialName(model, group->material));
@@ -132,11 +136,7 @@ void printGroups(std::FILE* file, const GLMmodel& model, int mode) {
     }
 }
 
-void writeLibrary(const GLMmodel& model, const char* path, const char* name) {
-    const GLMstring library = __glmBeside(path, name);
-    std::FILE* file = std::fopen(library.get(), "w");
-    if (file == nullptr) __glmFatalError("glmWriteMTL() failed: can't open file \"%s\".", library.get());
-
+void printLibrary(std::FILE* file, const GLMmodel& model) {
     printHeader(file, "MTL");
     std::fputc('\n', file);
     for (std::uint32_t i = 0; i < model.nummaterials; ++i) {
@@ -149,46 +149,92 @@ void writeLibrary(const GLMmodel& model, const char* path, const char* name) {
         printNumbers(file, "Ns", &shininess, 1);
         std::fputc('\n', file);
     }
-    close(file, "glmWriteMTL", library.get());
+}
+
+void printModel(GLMcall& call, std::FILE* file, const GLMmodel& model, int mode) {
+    std::fprintf(file, "\n# %d vertices\n", static_cast<int>(model.numvertices));
+    printVectors(file, "v", model.vertices, 3, model.numvertices);
+    if ((mode & GLM_SMOOTH) != 0) {
+        std::fprintf(file, "\n# %u normals\n", model.numnormals);
+        printVectors(file, "vn", model.normals, 3, model.numnormals);
+    } else if ((mode & GLM_FLAT) != 0) {
+        std::fprintf(file, "\n# %d normals\n", static_cast<int>(model.numfacetnorms));
+        printVectors(file, "vn", model.facetnorms, 3, model.numfacetnorms);
+    }
+    if ((mode & GLM_TEXTURE) != 0) {
+        std::fprintf(file, "\n# %d texcoords\n", static_cast<int>(model.numtexcoords));
+        printVectors(file, "vt", model.texcoords, 2, model.numtexcoords);
+    }
+    std::fprintf(file, "\n# %d groups\n# %d faces (triangles)\n\n", static_cast<int>(model.numgroups),
+                 static_cast<int>(model.numtriangles));
+    printGroups(call, file, model, mode);
+}
+
+void writeLibrary(GLMcall& call, const GLMmodel& model, const char* path, const char* name) {
+    const GLMstring library = __glmTryBeside(call, path, name);
+    if (library == nullptr) return;
+    const char* const caller = std::exchange(call.file, library.get());
+    std::FILE* file = std::fopen(library.get(), "w");
+    if (file == nullptr) {
+        __glmFail(call, GLMplace::none, "glmWriteMTL() failed: can't open file \"%s\".", library.get());
+    } else {
+        printLibrary(file, model);
+        close(call, file, "glmWriteMTL", library.get());
+    }
+    call.file = caller;
+}
+
+// "mtllib", and the library.
+void printLibraryName(GLMcall& call, std::FILE* file, const GLMmodel& model, const char* path) {
+    char library[NAME_SIZE + 1];
+    std::snprintf(library, sizeof library, "%s", model.mtllibname);
+    warnOfCut(call, "glmWriteOBJ", "library", model.mtllibname);
+    std::fprintf(file, "\nmtllib %s\n\n", library);
+    writeLibrary(call, model, path, library);
+}
+
+void writeModel(GLMcall& call, const GLMmodel& model, const char* path, int mode) {
+    call.file = path;
+    mode = correctedMode(call, model, mode);
+    std::FILE* file = std::fopen(path, "w");
+    if (file == nullptr)
+        return __glmFail(call, GLMplace::none, "glmWriteOBJ() failed: can't open file \"%s\" to write.", path);
+
+    warnOfCutMaterials(call, "glmWriteOBJ", model);
+    printHeader(file, "OBJ");
+    if ((mode & GLM_MATERIAL) != 0 && model.mtllibname != nullptr) printLibraryName(call, file, model, path);
+    if (!call.failed) printModel(call, file, model, mode);
+    close(call, file, "glmWriteOBJ", path);
 }
 
 }  // namespace
 
 void glmWriteOBJ(const GLMmodel* model, const char* path, int mode) {
     assert(model != nullptr);
-    mode = correctedMode(*model, mode);
-    std::FILE* file = std::fopen(path, "w");
-    if (file == nullptr) __glmFatalError("glmWriteOBJ() failed: can't open file \"%s\" to write.", path);
-
-    warnOfCutMaterials("glmWriteOBJ", *model);
-    printHeader(file, "OBJ");
-    if ((mode & GLM_MATERIAL) != 0 && model->mtllibname != nullptr) {
-        char library[NAME_SIZE + 1];
-        std::snprintf(library, sizeof library, "%s", model->mtllibname);
-        warnOfCut("glmWriteOBJ", "library", model->mtllibname);
-        std::fprintf(file, "\nmtllib %s\n\n", library);
-        writeLibrary(*model, path, library);
-    }
-    std::fprintf(file, "\n# %d vertices\n", static_cast<int>(model->numvertices));
-    printVectors(file, "v", model->vertices, 3, model->numvertices);
-    if ((mode & GLM_SMOOTH) != 0) {
-        std::fprintf(file, "\n# %u normals\n", model->numnormals);
-        printVectors(file, "vn", model->normals, 3, model->numnormals);
-    } else if ((mode & GLM_FLAT) != 0) {
-        std::fprintf(file, "\n# %d normals\n", static_cast<int>(model->numfacetnorms));
-        printVectors(file, "vn", model->facetnorms, 3, model->numfacetnorms);
-    }
-    if ((mode & GLM_TEXTURE) != 0) {
-        std::fprintf(file, "\n# %d texcoords\n", static_cast<int>(model->numtexcoords));
-        printVectors(file, "vt", model->texcoords, 2, model->numtexcoords);
-    }
-    std::fprintf(file, "\n# %d groups\n# %d faces (triangles)\n\n", static_cast<int>(model->numgroups),
-                 static_cast<int>(model->numtriangles));
-    printGroups(file, *model, mode);
-    close(file, "glmWriteOBJ", path);
+    GLMcall call;
+    writeModel(call, *model, path, mode);
 }
 
 void glmWriteMTL(const GLMmodel* model, const char* path, const char* name) {
-    warnOfCutMaterials("glmWriteMTL", *model);
-    writeLibrary(*model, path, name);
+    GLMcall call;
+    warnOfCutMaterials(call, "glmWriteMTL", *model);
+    writeLibrary(call, *model, path, name);
+}
+
+bool glmTryWriteOBJ(const GLMmodel* model, const char* path, int mode, GLMerror* error, const GLMoptions& options) {
+    assert(model != nullptr && path != nullptr);
+    GLMcall call;
+    __glmLetReturn(call, error, options);
+    writeModel(call, *model, path, mode);
+    return __glmEnd(call);
+}
+
+bool glmTryWriteMTL(const GLMmodel* model, const char* path, const char* name, GLMerror* error,
+                    const GLMoptions& options) {
+    assert(model != nullptr && path != nullptr && name != nullptr);
+    GLMcall call;
+    __glmLetReturn(call, error, options);
+    warnOfCutMaterials(call, "glmWriteMTL", *model);
+    writeLibrary(call, *model, path, name);
+    return __glmEnd(call);
 }

@@ -203,8 +203,9 @@ void __glmReportErrors() {
 }
 
 unsigned char* glmReadPPM(const char* path, bool /*alpha*/, int* width, int* height, std::uint32_t* format) {
+    GLMcall call;
     GLMtext text{};
-    if (!__glmOpenText(path, text)) {
+    if (!__glmOpenText(call, path, text)) {
         std::perror(path);
         return nullptr;
     }

@@ -1,0 +1,65 @@
+// glm_try.h - reading and writing models with errors that return
+//
+//   GLMerror error;
+//   GLMmodel* model = glmTryReadOBJ("chair.obj", &error);
+//   if (model == nullptr) std::fprintf(stderr, "%s:%llu: %s\n", error.file, error.line, error.text);
+//
+// The same reader and writer as those of glm.h, which print and end the process instead. These functions
+//
+// Never    print, end the process, throw, open an image, touch the GL, or leave anything allocated when they fail.
+// Threads  any thread, as many at once as there are models.
+// Fails    with null or false: *error (null: of no interest) says why, and is untouched otherwise. Preconditions ("not
+//          null", index ranges) are assertions.
+#pragma once
+
+#include "glm/glm.h"
+
+#include <cstddef>
+#include <cstdio>
+
+#pragma GCC visibility push(default)
+
+struct GLMerror {
+    char file[1024];          // the file that it is about, or empty; cut when it is longer, as is the text
+    unsigned long long line;  // the line that it is about, from 1, or 0
+    char text[1024];          // what is wrong, without a line end
+};
+
+struct GLMwarning {
+    const char* file;         // as in GLMerror; these strings last as long as the call of the handler
+    unsigned long long line;  // of the first time
+    const char* text;
+    unsigned long long count;  // how many times
+};
+
+// Its defaults are those of a call without options.
+struct GLMoptions {
+    std::size_t size = sizeof(GLMoptions);  // lets later versions add fields at the end
+    void* data = nullptr;                   // handed to the functions below, which must not throw
+    // Takes the warnings at the end of the call, in the order of their first time. Equal ones are one.
+    void (*warn)(void* data, const GLMwarning& warning) = nullptr;
+    // Called at most 100 times while a model is read, with growing parts of the whole up to 1; false cancels the reading.
+    bool (*progress)(void* data, float done) = nullptr;
+    // false: "mtllib" only sets the model's mtllibname, and no second file is opened; all materials are then the first.
+    bool libraries = true;
+};
+
+// Each reads a new model, as glmReadOBJ does, but with the names of texture images only; the caller releases it with
+// glmFree. Memory stays the caller's; a file is read from where it stands, and left somewhere, open. `path` (not null) is
+// then the model's pathname, for messages, and in whose directory material libraries are found; "" is the working directory.
+GLMmodel* glmTryReadOBJ(const char* path, GLMerror* error = nullptr, const GLMoptions& options = {});
+GLMmodel* glmTryReadMemory(const void* bytes, std::size_t size, const char* path, GLMerror* error = nullptr,
+                           const GLMoptions& options = {});
+GLMmodel* glmTryReadFile(std::FILE* file, const char* path, GLMerror* error = nullptr,
+                         const GLMoptions& options = {});
+
+// As glmReadMTL, with the names of texture images only. The model is unchanged when it fails.
+bool glmTryReadMTL(GLMmodel* model, const char* name, GLMerror* error = nullptr, const GLMoptions& options = {});
+
+// As glmWriteOBJ and glmWriteMTL. A file that cannot be written to its end is left as far as it got.
+bool glmTryWriteOBJ(const GLMmodel* model, const char* path, int mode, GLMerror* error = nullptr,
+                    const GLMoptions& options = {});
+bool glmTryWriteMTL(const GLMmodel* model, const char* path, const char* name, GLMerror* error = nullptr,
+                    const GLMoptions& options = {});
+
+#pragma GCC visibility pop

@@ -1,0 +1,293 @@
+// Reading and writing with errors that return: they say what and where, and leave nothing behind.
+#include "glm/glm_try.h"
+#include "model_files.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+// Of the library's allocations in this thread, while they are watched: how many there are, and which one fails.
+thread_local bool watched = false;
+thread_local int allocations = 0, failing = 0, alive = 0;
+
+bool allowed() { return !watched || ++allocations != failing; }
+void* made(void* memory, const void* before = nullptr) {
+    if (watched && memory != nullptr && before == nullptr) ++alive;
+    return memory;
+}
+
+}  // namespace
+
+// The linker puts these in the place of the C library's.
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* memory, std::size_t size);
+void* __real_reallocarray(void* memory, std::size_t count, std::size_t size);
+void __real_free(void* memory);
+void* __wrap_malloc(std::size_t size) { return allowed() ? made(__real_malloc(size)) : nullptr; }
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return allowed() ? made(__real_calloc(count, size)) : nullptr;
+}
+void* __wrap_realloc(void* memory, std::size_t size) {
+    return allowed() ? made(__real_realloc(memory, size), memory) : nullptr;
+}
+void* __wrap_reallocarray(void* memory, std::size_t count, std::size_t size) {
+    return allowed() ? made(__real_reallocarray(memory, count, size), memory) : nullptr;
+}
+void __wrap_free(void* memory) {
+    if (watched && memory != nullptr) --alive;
+    __real_free(memory);
+}
+}
+
+namespace {
+
+using Freed = std::unique_ptr<GLMmodel, decltype(&glmFree)>;
+
+const std::string POINTS = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvn 0 0 1\n";  // five lines
+const std::string OBJ = "mtllib m.mtl\n" + POINTS +
+                        "vt 0 1\nvt 1\nvt 2\nusemtl red\ng a b\nf 1/1 2/1 3/1 4/1\nusemtl gone\nusemtl gone\n"
+                        "g\nf 1//1 2//1 4//1\n";
+const std::string MTL = "newmtl red\nKd 1 0 0\nillum 7\nmap_Kd wood grain.png\nnewmtl blue\nillum 7\nNs 50\n";
+
+std::string contents(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The file's name without its folder.
+std::string textOf(const char* file, unsigned long long line, const char* text) {
+    const std::string_view path = file;
+    return std::string(path.substr(path.rfind('/') + 1)) + ":" + std::to_string(line) + ": " + text;
+}
+std::string textOf(const GLMerror& error) { return textOf(error.file, error.line, error.text); }
+
+// Reads the model in each of the ways that there are.
+std::vector<std::function<Freed(GLMerror*, const GLMoptions&)>> ways(const ModelFiles& files) {
+    const std::string path = files.path, text = contents(path);
+    const auto ofFile = [path](std::FILE* file, int (*close)(std::FILE*), GLMerror* error,
+                               const GLMoptions& options) {
+        Freed model(glmTryReadFile(file, path.c_str(), error, options), glmFree);
+        close(file);
+        return model;
+    };
+    return {
+        [=](GLMerror* error, const GLMoptions& options) {
+            return Freed(glmTryReadOBJ(path.c_str(), error, options), glmFree);
+        },
+        [=](GLMerror* error, const GLMoptions& options) {
+            // Without room behind it, for the sanitizer.
+            const std::vector<char> bytes(text.begin(), text.end());
+            return Freed(glmTryReadMemory(bytes.data(), bytes.size(), path.c_str(), error, options), glmFree);
+        },
+        [=](GLMerror* error, const GLMoptions& options) {
+            const std::string behind = path + ".behind";
+            std::ofstream(behind) << "v nothing of this\n" << text;
+            std::FILE* file = std::fopen(behind.c_str(), "rb");
+            std::fseek(file, static_cast<long>(std::strlen("v nothing of this\n")), SEEK_SET);
+            return ofFile(file, std::fclose, error, options);
+        },
+        [=](GLMerror* error, const GLMoptions& options) {
+            return ofFile(popen(("cat '" + path + "'").c_str(), "r"), pclose, error, options);
+        },
+    };
+}
+
+void keepWarning(void* data, const GLMwarning& warning) {
+    auto& all = *static_cast<std::vector<std::string>*>(data);
+    all.push_back(textOf(warning.file, warning.line, warning.text) + " x" + std::to_string(warning.count));
+}
+
+}  // namespace
+
+TEST(Try, SaysWhatIsWrongAndWhere) {
+    const struct {
+        std::string obj, mtl, error;
+    } cases[] = {
+        {POINTS + "f 1//1 2//1 3//1\n\nf 1 2 3 4 5\n", "",
+         "m.obj:8: vertex index for triangle 3 out of bounds (5 > 4)"},
+        {POINTS + "f 1//2 2//1\n3//1", "", "m.obj:6: normal index for triangle 0 out of bounds (2 > 1)"},
+        {POINTS + "f 1 2\n", "", "m.obj:6: glmReadOBJ: \"f\" with fewer than three corners"},
+        {POINTS + "f 1/1 2/2 3", "", "m.obj:6: glmReadOBJ: Got \"3\" instead of a corner \"v/vt\""},
+        {"\nv 1,5 2 3\nv 1\n", "", "m.obj:2: glmReadOBJ: numbers that can't be read"},
+        {"v 1 2 3 f 1 1 1\nv 1 2 3 4 v\n", "", "m.obj:1: glmReadOBJ: statement after another one on its line"},
+        {POINTS + "v 1 2 3 g a\n", "", "m.obj:6: glmReadOBJ: \"g\" after another statement on its line"},
+        {POINTS + "vp 1\n", "", "m.obj:6: glmFirstPass(): Unknown token \"vp\"."},
+        {"\nmaplib x\n", "", "m.obj:2: glmReadOBJ: Got \"maplib\" instead of \"mtllib\""},
+        {"mtllib n.mtl\n", "", "m.obj:1: glmReadMTL() failed: can't open material file \"@n.mtl\"."},
+        {"mtllib m.mtl\n", "newmtl a\nnormal b\n", "m.mtl:2: glmReadMTL: Got \"normal\" instead of \"newmtl\""},
+        {"mtllib m.mtl\n", "newmtl a\nKd 1 1 1 newmtl b\n",
+         "m.mtl:2: glmReadMTL: \"newmtl\" after another statement on its line"},
+        // Behind the first piece of the file that is read.
+        {POINTS + std::string(400000, '\n') + "f 1 2 9\n", "",
+         "m.obj:400006: vertex index for triangle 0 out of bounds (9 > 4)"},
+    };
+    testing::internal::CaptureStderr();
+    testing::internal::CaptureStdout();
+    for (const auto& test : cases) {
+        const ModelFiles files(test.obj, test.mtl);
+        std::string expected = test.error;
+        if (const std::size_t at = expected.find('@'); at != std::string::npos) expected.replace(at, 1, files.at(""));
+        for (const auto& read : ways(files)) {
+            GLMerror error{};
+            EXPECT_EQ(read(&error, {}), nullptr);
+            EXPECT_EQ(textOf(error), expected);
+            EXPECT_EQ(read(nullptr, {}), nullptr);
+        }
+    }
+    GLMerror error{};
+    EXPECT_EQ(glmTryReadOBJ("/gone", &error), nullptr);
+    EXPECT_EQ(textOf(error), "gone:0: glmReadOBJ() failed: can't open data file \"/gone\".");
+    EXPECT_EQ(testing::internal::GetCapturedStderr() + testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(Try, ReadsAndWritesWhatTheOtherEntriesDo) {
+    const ModelFiles files(OBJ, MTL);
+    constexpr int MODE = GLM_FLAT | GLM_TEXTURE | GLM_MATERIAL;
+    for (const char* folder : {"a", "b"}) std::filesystem::create_directory(files.at(folder));
+    testing::internal::CaptureStderr();
+    const Model expected = files.read();
+    glmWriteOBJ(expected.get(), files.at("a/x.obj").c_str(), MODE);
+    testing::internal::GetCapturedStderr();
+    for (const auto& read : ways(files)) {
+        const Freed model = read(nullptr, {});
+        ASSERT_NE(model, nullptr);
+        EXPECT_TRUE(glmTryWriteOBJ(model.get(), files.at("b/x.obj").c_str(), MODE));
+        EXPECT_EQ(contents(files.at("b/x.obj")), contents(files.at("a/x.obj")));
+        EXPECT_EQ(contents(files.at("b/m.mtl")), contents(files.at("a/m.mtl")));
+        EXPECT_STREQ(model->textures[0].name, "wood grain.png");
+        GLMerror error{};
+        EXPECT_FALSE(glmTryWriteOBJ(model.get(), "/gone/x.obj", MODE, &error));
+        EXPECT_EQ(textOf(error), "x.obj:0: glmWriteOBJ() failed: can't open file \"/gone/x.obj\" to write.");
+        EXPECT_FALSE(glmTryWriteMTL(model.get(), "/dev/x.obj", "full", &error));
+        EXPECT_EQ(textOf(error), "full:0: glmWriteMTL() failed: can't write file \"/dev/full\".");
+    }
+    const Freed empty(glmTryReadMemory(nullptr, 0, ""), glmFree);
+    EXPECT_EQ(empty->numgroups, 1u);
+    GLMoptions alone;
+    alone.libraries = false;
+    const Freed model(glmTryReadMemory(OBJ.data(), OBJ.size(), "", nullptr, alone), glmFree);
+    EXPECT_TRUE(model != nullptr && model->materials == nullptr && std::strcmp(model->mtllibname, "m.mtl") == 0);
+}
+
+TEST(Try, CountsEqualWarnings) {
+    const ModelFiles files(OBJ, MTL);
+    for (const auto& read : ways(files)) {
+        std::vector<std::string> warnings;
+        GLMoptions options;
+        options.data = &warnings;
+        options.warn = keepWarning;
+        ASSERT_NE(read(nullptr, options), nullptr);
+        ASSERT_EQ(warnings.size(), 3u);
+        EXPECT_EQ(warnings[0], "m.mtl:3: illum material ignored: illum 7 x2");
+        EXPECT_TRUE(warnings[1].starts_with("m.obj:8: glmReadOBJ: \"vt\" with one number")) << warnings[1];
+        EXPECT_EQ(warnings[1].substr(warnings[1].size() - 3), " x2");
+        EXPECT_EQ(warnings[2], "m.obj:13: glmFindMaterial():  can't find material \"gone\". x2");
+    }
+}
+
+// A library that cannot be read, and one that can.
+TEST(Try, AFailureLeavesTheModelAsItIs) {
+    const ModelFiles files(OBJ, MTL);
+    files.folder.write("bad.mtl", "newmtl x\nmap_Kd other.png\nnewmtl y\nnormal\n");
+    files.folder.write("good.mtl", "newmtl red\nnewmtl green\n");
+    const Freed model(glmTryReadOBJ(files.path.c_str()), glmFree);
+    GLMerror error{};
+    EXPECT_FALSE(glmTryReadMTL(model.get(), "bad.mtl", &error));
+    EXPECT_EQ(textOf(error), "bad.mtl:4: glmReadMTL: Got \"normal\" instead of \"newmtl\"");
+    EXPECT_TRUE(model->numtextures == 1 && model->nummaterials == 3);
+    EXPECT_STREQ(model->materials[2].name, "blue");
+    EXPECT_TRUE(glmTryReadMTL(model.get(), "good.mtl"));
+    EXPECT_STREQ(model->materials[2].name, "green");
+}
+
+TEST(Try, EachAllocationMayFail) {
+    const ModelFiles files(OBJ + "g c\nf 1 2 3\ng d\nf 1 2 3\n", MTL);
+    GLMoptions options;
+    options.warn = [](void*, const GLMwarning&) {};
+    std::filesystem::create_directory(files.at("out"));
+    const Freed whole(glmTryReadOBJ(files.path.c_str()), glmFree);
+    std::vector<std::function<bool(GLMerror*)>> calls = {
+        [&](GLMerror* error) { return glmTryReadMTL(whole.get(), "m.mtl", error, options); },
+        [&](GLMerror* error) {
+            return glmTryWriteOBJ(whole.get(), files.at("out/x.obj").c_str(), ~0 & ~GLM_SMOOTH, error, options);
+        },
+    };
+    for (const auto& read : ways(files))
+        calls.emplace_back([&, read](GLMerror* error) { return read(error, options) != nullptr; });
+    for (const auto& call : calls) {
+        int tried = 0;
+        for (bool done = false; !done; ++tried) {
+            GLMerror error{};
+            allocations = alive = 0;
+            failing = tried + 1;
+            watched = true;
+            const bool result = call(&error);
+            watched = false;
+            done = allocations < failing;
+            EXPECT_EQ(result, done);
+            EXPECT_TRUE(done || std::strncmp(error.text, "out of memory (", 15) == 0) << tried << error.text;
+            EXPECT_TRUE(&call == &calls[0] || alive == 0) << tried;
+        }
+        EXPECT_GT(tried, &call == &calls[1] ? 2 : 9);
+    }
+}
+
+TEST(Try, TellsProgressAndCanBeCancelled) {
+    std::string obj = POINTS;
+    while (obj.size() < 3000000) obj += "f 1 2 3 4\n";
+    struct Told {
+        std::vector<float> parts;
+        std::size_t most;
+    };
+    const ModelFiles files(obj);
+    for (const auto& read : ways(files)) {
+        Told told{.parts = {}, .most = 1000};
+        GLMoptions options;
+        options.data = &told;
+        options.progress = [](void* data, float done) {
+            Told& all = *static_cast<Told*>(data);
+            all.parts.push_back(done);
+            return all.parts.size() < all.most;
+        };
+        EXPECT_NE(read(nullptr, options), nullptr);
+        ASSERT_TRUE(told.parts.size() > 10 && told.parts.size() <= 100) << told.parts.size();
+        EXPECT_TRUE(std::is_sorted(told.parts.begin(), told.parts.end()) && told.parts.back() == 1);
+        for (std::size_t most = 1; most <= told.parts.size(); most += 5) {
+            Told less{.parts = {}, .most = most};
+            options.data = &less;
+            GLMerror error{};
+            EXPECT_EQ(read(&error, options), nullptr);
+            EXPECT_STREQ(error.text, "cancelled");
+            EXPECT_EQ(less.parts.size(), most);
+        }
+    }
+}
+
+TEST(Try, SeveralThreadsAtOnce) {
+    const ModelFiles files(OBJ, MTL), bad(POINTS + "f 1 2 +0x\n");
+    std::vector<std::thread> threads;
+    std::vector<int> right(4);
+    for (int& mine : right)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 50; ++i) {
+                const Freed model(glmTryReadOBJ(files.path.c_str()), glmFree);
+                GLMerror error{};
+                glmVertexNormals(model.get(), 60, false);
+                mine +=
+                    model->numtriangles == 3 && glmTryReadOBJ(bad.path.c_str(), &error) == nullptr && error.line == 6;
+            }
+        });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(right, std::vector<int>(4, 50));
+}
