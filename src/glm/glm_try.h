@@ -42,6 +42,8 @@ struct GLMoptions {
     bool (*progress)(void* data, float done) = nullptr;
     // false: "mtllib" only sets the model's mtllibname, and no second file is opened; all materials are then the first.
     bool libraries = true;
+    // Writing: true replaces regular files that are there, whole and with their permissions; a link becomes a file.
+    bool replace = false;
 };
 
 // Each reads a new model, as glmReadOBJ does, but with the names of texture images only; the caller releases it with
@@ -56,7 +58,9 @@ GLMmodel* glmTryReadFile(std::FILE* file, const char* path, GLMerror* error = nu
 // As glmReadMTL, with the names of texture images only. The model is unchanged when it fails.
 bool glmTryReadMTL(GLMmodel* model, const char* name, GLMerror* error = nullptr, const GLMoptions& options = {});
 
-// As glmWriteOBJ and glmWriteMTL. A file that cannot be written to its end is left as far as it got.
+// As glmWriteOBJ and glmWriteMTL, but they touch no file that is there, unless options.replace says so: they fail then, as
+// they do where one is there that is no regular file. A file appears under its name, with ".part0" or another number
+// behind it until then, when all files of the call are written whole; if the call fails, what it wrote is gone.
 bool glmTryWriteOBJ(const GLMmodel* model, const char* path, int mode, GLMerror* error = nullptr,
                     const GLMoptions& options = {});
 bool glmTryWriteMTL(const GLMmodel* model, const char* path, const char* name, GLMerror* error = nullptr,

@@ -3,7 +3,12 @@
 
 #include "glm/glm_call.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cassert>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -80,13 +85,6 @@ void printHeader(std::FILE* file, const char* kind) {
                  "#  by its authors\n"
                  "#  \n",
                  kind);
-}
-
-// Write errors stay with the file until its end, those of the last buffer come with closing it.
-void close(GLMcall& call, std::FILE* file, const char* function, const char* path) {
-    const bool failed = std::ferror(file) != 0;
-    if (std::fclose(file) != 0 || failed)
-        __glmFail(call, GLMplace::none, "%s() failed: can't write file \"%s\".", function, path);
 }
 
 const char* materialName(const GLMmodel& model, std::uint32_t material) {
@@ -170,41 +168,128 @@ void printModel(GLMcall& call, std::FILE* file, const GLMmodel& model, int mode)
     printGroups(call, file, model, mode);
 }
 
-void writeLibrary(GLMcall& call, const GLMmodel& model, const char* path, const char* name) {
-    const GLMstring library = __glmTryBeside(call, path, name);
-    if (library == nullptr) return;
-    const char* const caller = std::exchange(call.file, library.get());
-    std::FILE* file = std::fopen(library.get(), "w");
-    if (file == nullptr) {
-        __glmFail(call, GLMplace::none, "glmWriteMTL() failed: can't open file \"%s\".", library.get());
-    } else {
-        printLibrary(file, model);
-        close(call, file, "glmWriteMTL", library.get());
+// ---- Files --------------------------------------------------------------------------------------------------------
+
+// A file that is written. Where failures return, it has another name beside its own until the call is done, so that there
+// is never half a file; else it is written in place.
+struct Output {
+    Output(const char* function, const char* ending) : function(function), ending(ending) {}
+    ~Output();
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    const char *function, *ending;  // for messages; the second one's end, where it cannot be opened
+    GLMstring path = {};
+    GLMstring part = {};  // the other name, while it has it
+    std::FILE* file = nullptr;
+};
+
+Output::~Output() {
+    if (file != nullptr) std::fclose(file);
+    if (part != nullptr) unlink(part.get());
+}
+
+void failAt(GLMcall& call, const Output& output, const char* what) {
+    __glmFail(call, GLMplace::none, "%s() failed: file \"%s\" is %s.", output.function, output.path.get(), what);
+}
+
+bool openPart(GLMcall& call, Output& output) {
+    constexpr int MOST = 100;  // parts that calls which were cut off may have left
+    constexpr std::size_t ENDING_SIZE = 16;
+    struct stat status {};
+    const bool there = stat(output.path.get(), &status) == 0;
+    if (there && !call.options.replace) failAt(call, output, "there already");
+    if (there && !S_ISREG(status.st_mode)) failAt(call, output, "no regular file");
+    const std::size_t size = std::strlen(output.path.get()) + ENDING_SIZE;
+    GLMstring part(call.failed ? nullptr : __glmTryArray<char>(call, size));
+    for (int i = 0; part != nullptr && output.file == nullptr && i < MOST; ++i) {
+        std::snprintf(part.get(), size, "%s.part%d", output.path.get(), i);
+        output.file = std::fopen(part.get(), "wx");
+        if (output.file == nullptr && errno != EEXIST) break;
     }
-    call.file = caller;
+    if (output.file == nullptr) return false;
+    output.part = std::move(part);
+    return !there || fchmod(fileno(output.file), status.st_mode & ALLPERMS) == 0;
+}
+
+// Opens the file `name` beside `path`.
+bool open(GLMcall& call, const char* path, const char* name, Output& output) {
+    output.path = __glmTryBeside(call, path, name);
+    if (output.path == nullptr) return false;
+    call.file = output.path.get();
+    if (!call.returns) output.file = std::fopen(output.path.get(), "w");
+    if (call.returns ? openPart(call, output) : output.file != nullptr) return true;
+    __glmFail(call, GLMplace::none, "%s() failed: can't open file \"%s\"%s", output.function, output.path.get(),
+              output.ending);
+    return false;
+}
+
+void failAtWriting(GLMcall& call, const Output& output) {
+    __glmFail(call, GLMplace::none, "%s() failed: can't write file \"%s\".", output.function, output.path.get());
+}
+
+// Write errors stay with the file until its end, those of the last buffer come with closing it.
+void close(GLMcall& call, Output& output) {
+    std::FILE* file = std::exchange(output.file, nullptr);
+    const bool failed = std::ferror(file) != 0;
+    if (std::fclose(file) != 0 || failed) failAtWriting(call, output);
+}
+
+// Gives a file that is written whole its own name.
+void publish(GLMcall& call, Output& output) {
+    if (call.failed || output.part == nullptr) return;
+    const char *part = output.part.get(), *path = output.path.get();
+    const unsigned keep = call.options.replace ? 0 : RENAME_NOREPLACE;
+    bool done = renameat2(AT_FDCWD, part, AT_FDCWD, path, keep) == 0;
+    // Some file systems cannot do that; none of them replaces with a link.
+    if (!done && errno == EINVAL) done = link(part, path) == 0 && unlink(part) == 0;
+    if (done) return output.part.reset();
+    call.file = path;
+    if (errno == EEXIST) return failAt(call, output, "there already");
+    failAtWriting(call, output);
+}
+
+// ---- The whole ----------------------------------------------------------------------------------------------------
+
+// Leaves a file where failures return to be published.
+void writeLibrary(GLMcall& call, const GLMmodel& model, const char* path, const char* name, Output& output) {
+    const char* const caller = call.file;
+    if (!open(call, path, name, output)) return;
+    printLibrary(output.file, model);
+    close(call, output);
+    if (!call.failed) call.file = caller;
 }
 
 // "mtllib", and the library.
-void printLibraryName(GLMcall& call, std::FILE* file, const GLMmodel& model, const char* path) {
+void printLibraryName(GLMcall& call, std::FILE* file, const GLMmodel& model, const char* path, Output& output) {
     char library[NAME_SIZE + 1];
     std::snprintf(library, sizeof library, "%s", model.mtllibname);
     warnOfCut(call, "glmWriteOBJ", "library", model.mtllibname);
     std::fprintf(file, "\nmtllib %s\n\n", library);
-    writeLibrary(call, model, path, library);
+    writeLibrary(call, model, path, library, output);
 }
 
 void writeModel(GLMcall& call, const GLMmodel& model, const char* path, int mode) {
     call.file = path;
     mode = correctedMode(call, model, mode);
-    std::FILE* file = std::fopen(path, "w");
-    if (file == nullptr)
-        return __glmFail(call, GLMplace::none, "glmWriteOBJ() failed: can't open file \"%s\" to write.", path);
-
+    Output output("glmWriteOBJ", " to write."), library("glmWriteMTL", ".");
+    if (!open(call, path, path + __glmDirectoryLength(path), output)) return;
     warnOfCutMaterials(call, "glmWriteOBJ", model);
-    printHeader(file, "OBJ");
-    if ((mode & GLM_MATERIAL) != 0 && model.mtllibname != nullptr) printLibraryName(call, file, model, path);
-    if (!call.failed) printModel(call, file, model, mode);
-    close(call, file, "glmWriteOBJ", path);
+    printHeader(output.file, "OBJ");
+    if ((mode & GLM_MATERIAL) != 0 && model.mtllibname != nullptr)
+        printLibraryName(call, output.file, model, path, library);
+    if (!call.failed) printModel(call, output.file, model, mode);
+    close(call, output);
+    publish(call, library);
+    publish(call, output);
+}
+
+void writeLibraryAlone(GLMcall& call, const GLMmodel& model, const char* path, const char* name) {
+    call.file = path;
+    Output output("glmWriteMTL", ".");
+    warnOfCutMaterials(call, "glmWriteMTL", model);
+    writeLibrary(call, model, path, name, output);
+    publish(call, output);
 }
 
 }  // namespace
@@ -217,8 +302,7 @@ void glmWriteOBJ(const GLMmodel* model, const char* path, int mode) {
 
 void glmWriteMTL(const GLMmodel* model, const char* path, const char* name) {
     GLMcall call;
-    warnOfCutMaterials(call, "glmWriteMTL", *model);
-    writeLibrary(call, *model, path, name);
+    writeLibraryAlone(call, *model, path, name);
 }
 
 bool glmTryWriteOBJ(const GLMmodel* model, const char* path, int mode, GLMerror* error, const GLMoptions& options) {
@@ -234,7 +318,6 @@ bool glmTryWriteMTL(const GLMmodel* model, const char* path, const char* name, G
     assert(model != nullptr && path != nullptr && name != nullptr);
     GLMcall call;
     __glmLetReturn(call, error, options);
-    warnOfCutMaterials(call, "glmWriteMTL", *model);
-    writeLibrary(call, *model, path, name);
+    writeLibraryAlone(call, *model, path, name);
     return __glmEnd(call);
 }

@@ -3,8 +3,10 @@
 #include "model_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -103,6 +105,12 @@ std::vector<std::function<Freed(GLMerror*, const GLMoptions&)>> ways(const Model
     };
 }
 
+GLMoptions replacing() {
+    GLMoptions options;
+    options.replace = true;
+    return options;
+}
+
 void keepWarning(void* data, const GLMwarning& warning) {
     auto& all = *static_cast<std::vector<std::string>*>(data);
     all.push_back(textOf(warning.file, warning.line, warning.text) + " x" + std::to_string(warning.count));
@@ -162,15 +170,13 @@ TEST(Try, ReadsAndWritesWhatTheOtherEntriesDo) {
     for (const auto& read : ways(files)) {
         const Freed model = read(nullptr, {});
         ASSERT_NE(model, nullptr);
-        EXPECT_TRUE(glmTryWriteOBJ(model.get(), files.at("b/x.obj").c_str(), MODE));
+        EXPECT_TRUE(glmTryWriteOBJ(model.get(), files.at("b/x.obj").c_str(), MODE, nullptr, replacing()));
         EXPECT_EQ(contents(files.at("b/x.obj")), contents(files.at("a/x.obj")));
         EXPECT_EQ(contents(files.at("b/m.mtl")), contents(files.at("a/m.mtl")));
         EXPECT_STREQ(model->textures[0].name, "wood grain.png");
         GLMerror error{};
         EXPECT_FALSE(glmTryWriteOBJ(model.get(), "/gone/x.obj", MODE, &error));
         EXPECT_EQ(textOf(error), "x.obj:0: glmWriteOBJ() failed: can't open file \"/gone/x.obj\" to write.");
-        EXPECT_FALSE(glmTryWriteMTL(model.get(), "/dev/x.obj", "full", &error));
-        EXPECT_EQ(textOf(error), "full:0: glmWriteMTL() failed: can't write file \"/dev/full\".");
     }
     const Freed empty(glmTryReadMemory(nullptr, 0, ""), glmFree);
     EXPECT_EQ(empty->numgroups, 1u);
@@ -211,9 +217,58 @@ TEST(Try, AFailureLeavesTheModelAsItIs) {
     EXPECT_STREQ(model->materials[2].name, "green");
 }
 
+// Of two files either both are written, or none is touched.
+TEST(Try, WritesWholeFilesAndReplacesNoneUnasked) {
+    std::string obj = OBJ;
+    while (obj.size() < 1000) obj += "v 1 2 3\n";
+    const ModelFiles files(obj, MTL);
+    const Freed model(glmTryReadOBJ(files.path.c_str()), glmFree);
+    GLMerror error{};
+    const auto write = [&](const char* name, const GLMoptions& options) {
+        error = {};
+        glmTryWriteOBJ(model.get(), files.at(name).c_str(), GLM_MATERIAL, &error, options);
+        return textOf(error);
+    };
+    const auto names = [&] {
+        std::vector<std::string> all;
+        for (const auto& entry : std::filesystem::directory_iterator(files.folder.path()))
+            all.push_back(entry.path().filename());
+        std::sort(all.begin(), all.end());
+        return all;
+    };
+    const std::string library = files.at("m.mtl"),
+                      there = "m.mtl:0: glmWriteMTL() failed: file \"" + library + "\" is ";
+    EXPECT_EQ(write("new.obj", {}), there + "there already.");
+    EXPECT_EQ(names(), (std::vector<std::string>{"m.mtl", "m.obj"}));
+    {
+        // No file may be longer than the library.
+        rlimit before{};
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit little{.rlim_cur = 600, .rlim_max = before.rlim_max};
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &little);
+        const std::string text = write("m.obj", replacing());
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+        EXPECT_EQ(text, "m.obj:0: glmWriteOBJ() failed: can't write file \"" + files.path + "\".");
+    }
+    EXPECT_TRUE(contents(files.path) == obj && contents(library) == MTL);
+    std::filesystem::permissions(library, std::filesystem::perms::owner_read);
+    files.folder.write("m.obj.part0", "left by a call that was cut off");
+    EXPECT_EQ(write("m.obj", replacing()), ":0: ");
+    EXPECT_TRUE(contents(files.path).starts_with("#  \n#  Wavefront OBJ") && contents(library).starts_with("#  \n#"));
+    EXPECT_EQ(std::filesystem::status(library).permissions(), std::filesystem::perms::owner_read);
+    EXPECT_EQ(names(), (std::vector<std::string>{"m.mtl", "m.obj", "m.obj.part0"}));
+    std::filesystem::remove(library);
+    std::filesystem::create_directory(library);
+    EXPECT_EQ(write("m.obj", replacing()), there + "no regular file.");
+    std::filesystem::remove(library);
+    EXPECT_EQ(write("new.obj", {}), ":0: ");
+}
+
 TEST(Try, EachAllocationMayFail) {
     const ModelFiles files(OBJ + "g c\nf 1 2 3\ng d\nf 1 2 3\n", MTL);
-    GLMoptions options;
+    GLMoptions options = replacing();
     options.warn = [](void*, const GLMwarning&) {};
     std::filesystem::create_directory(files.at("out"));
     const Freed whole(glmTryReadOBJ(files.path.c_str()), glmFree);
