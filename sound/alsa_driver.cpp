@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -37,7 +38,8 @@ void recover(Device& device, int error) { device.gone = snd_pcm_recover(device.p
 
 void* openAlsa(int rate, int channels, int& period) {
     snd_lib_error_set_handler(printNothing);
-    auto device = std::make_unique<Device>();
+    std::unique_ptr<Device> device(new (std::nothrow) Device);
+    if (!device) return nullptr;
     device->channels = channels;
     if (snd_pcm_open(&device->pcm, "default", SND_PCM_STREAM_PLAYBACK, 0) < 0) return nullptr;
     snd_pcm_uframes_t buffer = 0;

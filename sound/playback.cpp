@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -201,8 +202,7 @@ bool fill(Playback& playback, std::unique_lock<std::mutex>& held, Format format,
 // Feeds the device until it is gone or no longer wanted. One that takes frames as fast as they come, such as a file, is
 // held to the pace of time.
 void feed(Playback& playback, std::unique_lock<std::mutex>& held, Format format, const AudioDriver& driver,
-          void* device, int period) {
-    std::vector<std::int16_t> samples(static_cast<std::size_t>(period) * static_cast<std::size_t>(format.channels));
+          void* device, std::span<std::int16_t> samples) {
     const std::int64_t began = audioClockNs();
     std::int64_t written = 0;
     while (wanted(playback, format)) {
@@ -220,7 +220,7 @@ void feed(Playback& playback, std::unique_lock<std::mutex>& held, Format format,
         held.unlock();
         driver.write(device, samples);
         held.lock();
-        written += period;
+        written += static_cast<std::int64_t>(samples.size()) / format.channels;
         const double ahead = static_cast<double>(written) / format.rate -
                              static_cast<double>(audioClockNs() - began) / NS_PER_S - AHEAD_SECONDS;
         if (ahead > 0)
@@ -230,12 +230,19 @@ void feed(Playback& playback, std::unique_lock<std::mutex>& held, Format format,
 }
 
 // Opens a device with the first driver that can, which is the only one from then on: a sound card that is free because
-// its server has crashed is the server's. Null when there is none; `period`: frames to write at a time.
-void* openDevice(Format format, Drivers& drivers, int& period) {
+// its server has crashed is the server's. Null when there is none, or no memory for it; `samples` is made for a period.
+void* openDevice(Format format, Drivers& drivers, std::vector<std::int16_t>& samples) {
     for (const AudioDriver* const& driver : drivers) {
-        if (void* device = driver->open(format.rate, format.channels, period)) {
-            drivers = Drivers(&driver, 1);
+        int period = 0;
+        void* device = driver->open(format.rate, format.channels, period);
+        if (!device) continue;
+        drivers = Drivers(&driver, 1);
+        try {
+            samples.resize(static_cast<std::size_t>(period) * static_cast<std::size_t>(format.channels));
             return device;
+        } catch (const std::exception&) {
+            driver->close(device);
+            return nullptr;
         }
     }
     return nullptr;
@@ -245,6 +252,7 @@ void* openDevice(Format format, Drivers& drivers, int& period) {
 // server holds up nobody else.
 void runDevice(Playback& playback) {
     Drivers drivers = playback.drivers;
+    std::vector<std::int16_t> samples;
     std::unique_lock held(playback.lock);
     while (!playback.stopping) {
         const Format format = playback.format;
@@ -254,13 +262,12 @@ void runDevice(Playback& playback) {
             continue;
         }
         held.unlock();
-        int period = 0;
-        void* device = openDevice(format, drivers, period);
+        void* device = openDevice(format, drivers, samples);
         held.lock();
         if (device && wanted(playback, format)) {
             clockResetDevice(playback.clock, audioClockNs());
             setDevice(playback, DeviceState::Open);
-            feed(playback, held, format, *drivers.front(), device, period);
+            feed(playback, held, format, *drivers.front(), device, samples);
             if (wanted(playback, format)) clockResetDevice(playback.clock, audioClockNs());
         }
         if (wanted(playback, format)) setDevice(playback, DeviceState::Missing);

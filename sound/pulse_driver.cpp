@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <new>
 #include <random>
 #include <utility>
 
@@ -113,7 +114,8 @@ bool connectStream(Device& device, const pa_sample_spec& format) {
 }
 
 void* openPulse(int rate, int channels, int& period) {
-    auto device = std::make_unique<Device>();
+    std::unique_ptr<Device> device(new (std::nothrow) Device);
+    if (!device) return nullptr;
     const pa_sample_spec format = {PA_SAMPLE_S16NE, static_cast<std::uint32_t>(rate),
                                    static_cast<std::uint8_t>(channels)};
     device->frameBytes = static_cast<int>(pa_frame_size(&format));
