@@ -65,7 +65,7 @@ TEST_P(ServerSink, PlaysInStepThroughPauseSeekAndEnd) {
 
     FMOD_Channel_SetPaused(player.channel, 1);
     player.standsStill(player.position());
-    usleep(static_cast<unsigned int>(awayMs + 200) * 1000);
+    usleep(static_cast<unsigned int>(awayMs + 600) * 1000);  // what is on its way is heard
     const Monitor monitor(ears, sink);
     usleep(700000);
     EXPECT_TRUE(monitor.recording().onsets().empty()) << "paused";
