@@ -15,6 +15,11 @@ unsigned long long lineOf(const GLMcall& call) {
     return call.text != nullptr ? __glmLineNumber(*call.text, call.text->statement) : 0;
 }
 
+// As std::vsnprintf. The analyzer does not see the callers' va_start.
+int formatInto(char* text, std::size_t size, const char* format, std::va_list values) {
+    return std::vsnprintf(text, size, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
+}
+
 void print(GLMcall& call, const char* prefix, GLMplace place, const char* format, std::va_list values) {
     std::fputs(prefix, stderr);
     // The analyzer does not see the callers' va_start.
@@ -35,7 +40,7 @@ void note(GLMcall& call, const char* format, std::va_list values) {
     if (call.error != nullptr) {
         GLMerror& error = *call.error;
         std::snprintf(error.file, sizeof error.file, "%s", call.file);
-        std::vsnprintf(error.text, sizeof error.text, format, values);
+        formatInto(error.text, sizeof error.text, format, values);
         withoutLineEnd(error.text, std::strlen(error.text));
         error.line = lineOf(call);
     }
@@ -47,13 +52,13 @@ void collect(GLMcall& call, const char* format, std::va_list values) {
     std::va_list again;
     va_copy(again, values);
     const std::size_t fileSize = std::strlen(call.file) + 1;
-    const auto textSize = static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, again)) + 1;
+    const auto textSize = static_cast<std::size_t>(formatInto(nullptr, 0, format, again)) + 1;
     va_end(again);
     GLMstring names(__glmTryArray<char>(call, fileSize + textSize));
     if (names == nullptr) return;
     std::memcpy(names.get(), call.file, fileSize);
     char* text = names.get() + fileSize;
-    std::vsnprintf(text, textSize, format, values);
+    formatInto(text, textSize, format, values);
     const std::string_view key(names.get(), fileSize + withoutLineEnd(text, textSize - 1));
     if (const std::uint32_t* known = __glmFindName(call.metNames, key)) {
         ++call.met[*known].count;
