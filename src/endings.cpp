@@ -17,21 +17,21 @@
 
 namespace {
 
-constexpr int SIGNAL_STATUS = 128;  // what shells add to the number of a signal
+constexpr int SIGNAL_STATUS = 128;  // shells add this to the number of a signal
 
-// How long the program's own way out may take: less than two seconds, with what follows.
+// How long the program may take to end by itself; with what follows, less than two seconds.
 constexpr time_t PATIENCE_S = 1;
 constexpr suseconds_t PATIENCE_US = 750'000;
 constexpr suseconds_t FILE_POLL_US = 20'000;
 
-// A handler may run on any thread. Without locks, as it must be there.
+// A signal handler may run on any thread and must not take locks.
 std::atomic<int> noted = 0;
 std::atomic<bool> announced = false;  // the line has been printed
-std::atomic<int> writing = 0;         // files; negative once no more may be begun
+std::atomic<int> writing = 0;         // files being written; negative as soon as no more may be begun
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 constexpr int NO_MORE = INT_MIN / 2;
 
-// To be called in a signal handler too: on Linux it is a system call and nothing else.
+// Signal handlers may call this: on Linux setitimer is a plain system call.
 void callLater(time_t seconds, suseconds_t microseconds) {
     const itimerval once = {{0, 0}, {seconds, microseconds}};
     setitimer(ITIMER_REAL, &once, nullptr);
@@ -43,7 +43,7 @@ void note(int signal) {
     callLater(PATIENCE_S, PATIENCE_US);
 }
 
-// The line of ryl_endIfAsked, by what a signal handler may call. A full pipe that nobody empties does not get it.
+// Prints the line of ryl_endIfAsked with calls that are allowed in a signal handler. Prints nothing into a full pipe.
 void announceInHandler() {
     constexpr char TEXT[] = "[*] Ended by signal ";
     std::array<char, sizeof TEXT + 4> line{};
@@ -59,7 +59,7 @@ void announceInHandler() {
     [[maybe_unused]] const ssize_t written = write(STDOUT_FILENO, line.data(), length);
 }
 
-// The time is over: the program hangs in the window system, in the sound, or on its way out.
+// Runs when the time is over: the program hangs in the window system, in the sound, or while it ends.
 void endNow(int) {
     int none = 0;
     if (!writing.compare_exchange_strong(none, NO_MORE)) return callLater(0, FILE_POLL_US);
@@ -73,7 +73,7 @@ bool isIgnored(int signal) {
     return now.sa_handler == SIG_IGN;
 }
 
-// Nothing catches an exception on the way through the GL and the window system.
+// An exception that leaves a callback ends here: the GL and the window system do not catch it.
 [[noreturn]] void endUncaught() {
     try {
         std::rethrow_exception(std::current_exception());
@@ -85,8 +85,8 @@ bool isIgnored(int signal) {
     std::exit(-1);
 }
 
-// The next file or connection opened takes the lowest free number: without a standard output the window system's
-// connection would be it, and every line printed would go there.
+// A file or connection takes the lowest free number. Without this, the window system's connection could become
+// standard output, and every printed line would go into it.
 void openMissingStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (fcntl(stream, F_GETFD) == -1) open("/dev/null", O_RDWR);
@@ -98,7 +98,7 @@ void ryl_watchEndings(void) {
     openMissingStreams();
     struct sigaction first = {};
     first.sa_handler = note;
-    // What a shell or nohup has had ignored stays so.
+    // Signals that a shell or nohup has set to be ignored stay ignored.
     for (const int ending : {SIGINT, SIGTERM, SIGHUP})
         if (!isIgnored(ending)) sigaction(ending, &first, nullptr);
     struct sigaction late = {};

@@ -26,7 +26,7 @@ void clearAndPlaceCamera(float red, float green, float blue) {
     glTranslatef(0, 0, -RYL_CAMERA_Z);
 }
 
-// Gives the framebuffer that is bound a depth buffer.
+// Gives the bound framebuffer a depth buffer.
 void attachDepth(GLuint renderbuffer, int width, int height) {
     glBindRenderbufferEXT(GL_RENDERBUFFER_EXT, renderbuffer);
     glRenderbufferStorageEXT(GL_RENDERBUFFER_EXT, GL_DEPTH_COMPONENT24, width, height);
@@ -59,7 +59,7 @@ int ryl_loadFBO(int width, int height) {
 }
 
 bool ryl_resizeTarget(ColourTarget& target, int width, int height, TargetDepth depth) {
-    // Anew from the start: a size that the GL refuses would leave the one before in place. Deleting a 0 does nothing.
+    // Delete first: if the GL refuses the new size, the old target must not stay in use. Deleting a 0 does nothing.
     glDeleteFramebuffersEXT(1, &target.framebuffer);
     glDeleteTextures(1, &target.texture);
     glDeleteRenderbuffersEXT(1, &target.renderbuffer);

@@ -25,15 +25,15 @@ unsigned ryl_enableFBO(int id, float red, float green, float blue);
 // Sends drawing to the window, viewport screenWidth x screenHeight pixels (truncated), and clears it.
 void ryl_disableFBO(float screenWidth, float screenHeight, float red, float green, float blue);
 
-// A texture to draw into, with a depth buffer where it is made with one. All 0 before its first ryl_resizeTarget.
+// A texture to draw into, with or without a depth buffer. All 0 before its first ryl_resizeTarget.
 struct ColourTarget {
     unsigned texture = 0, framebuffer = 0, renderbuffer = 0;
-    int width = 0, height = 0;  // pixels; 0 where the GL could not make it
+    int width = 0, height = 0;  // pixels; 0 if the GL could not make it
 };
 
 enum class TargetDepth { none, bits24 };
 
-// Makes the target, or makes it anew, with width x height undefined pixels of 8 bits per channel, in the order that
-// windows have them. Leaves its texture and its framebuffer bound. Returns false where the GL cannot complete it, for want
-// of memory or because it takes no such size: it is then not to be drawn to.
+// Makes the target, or makes it anew, with width x height undefined pixels of 8 bits per channel in the order of a
+// window's pixels. Leaves its texture and its framebuffer bound. Returns false if the GL lacks the memory or refuses
+// the size; callers must not draw to the target then.
 bool ryl_resizeTarget(ColourTarget& target, int width, int height, TargetDepth depth = TargetDepth::none);

@@ -5,7 +5,7 @@
 //
 // Needs    a current GL context; the GL thread.
 // Leaves   after any text the current colour is white and GL_TEXTURE_2D is off.
-// Fails    a missing or broken image ends the process as ryl_loadTGA does, a call without a font likewise.
+// Fails    a missing or broken image ends the process as in ryl_loadTGA; so does drawing before a font is loaded.
 #pragma once
 
 // Makes one glyph of 2 x 2 units, centred, for each of the `count` (from 1) equally wide cells of the strip

@@ -23,17 +23,17 @@ struct Frame {
     int level = 0;
 };
 
-constexpr std::size_t WRITERS = 2;  // compressing takes longer than drawing where a graphics card draws
+constexpr std::size_t WRITERS = 2;  // on a graphics card compressing takes longer than drawing
 
-// A ring. The caller's thread owns the places from handedOver up to written + RYL_FRAMES_AT_ONCE; each one from written up
-// to taken is a writer's.
+// A ring. The calling thread owns the places from handedOver up to written + RYL_FRAMES_AT_ONCE; the writers own
+// those from written up to taken.
 struct Queue {
     std::array<Frame, RYL_FRAMES_AT_ONCE> frames;
     std::mutex mutex;
     std::condition_variable changed;
     std::size_t handedOver = 0, taken = 0, written = 0;  // frames, from the start; guarded by the mutex
     bool over = false;                                   // guarded by the mutex
-    std::vector<std::thread> writers;                    // none where the system has no thread to give
+    std::vector<std::thread> writers;                    // none if the system has no thread to give
 
     Frame& place(std::size_t number) { return frames[number % frames.size()]; }
 };
@@ -48,7 +48,7 @@ void writeFrame(const Frame& frame, const CompressedPng& png) {
     std::printf("%s\n", frame.line.c_str());
 }
 
-// Each writer compresses a frame by itself and waits for its turn to write it.
+// Each writer compresses one frame alone and then waits for its turn to write it.
 void writeFrames(Queue& queue) {
     std::unique_lock lock(queue.mutex);
     for (;;) {
@@ -84,7 +84,7 @@ void stopWriters() {
     for (std::thread& writer : queue.writers) writer.join();
 }
 
-// Signals are left to the other threads, so that none interrupts the writing of a file.
+// Threads started under this get no signals, so that none interrupts the writing of a file.
 struct SignalsBlocked {
     sigset_t before;
 
@@ -98,10 +98,10 @@ struct SignalsBlocked {
     SignalsBlocked& operator=(const SignalsBlocked&) = delete;
 };
 
-// Returns whether there is one.
+// Returns whether there is at least one.
 bool startWriters(Queue& queue) {
     const SignalsBlocked blocked;
-    // The queue is older than what is registered here, so it is destroyed later.
+    // The queue was made before this is registered, so it is destroyed after stopWriters has run.
     std::atexit(stopWriters);
     try {
         queue.writers.reserve(WRITERS);
@@ -112,7 +112,7 @@ bool startWriters(Queue& queue) {
     return true;
 }
 
-// Where there is no memory for one picture more, one at a time may do.
+// If there is no memory for one more picture, there may be enough for one at a time.
 void readBack(Queue& queue, Frame& frame, int width, int height) {
     ryl_readScreenshot(width, height, frame.shot);
     if (frame.shot.bytes) return;

@@ -11,8 +11,8 @@
 
 namespace {
 
-// The texel of a layer that faces the camera at the pixel that is drawn. Its place is computed here: what the GL interpolates
-// differs in the last bit from processor to processor.
+// The texel of a layer at the pixel that is drawn; the layer faces the camera. The shader computes the texture
+// coordinates, because those that the GL interpolates differ in the last bit from processor to processor.
 constexpr char TEXEL_SHADER[] = R"(#version 110
 uniform vec2 scale, offset;  // from pixels to the layer's texture coordinates
 
@@ -23,16 +23,16 @@ vec4 texelOr(sampler2D layer, vec4 outside) {
 }
 )";
 
-// One pixel of the finished frame. Outside of the picture's rectangle lies black. The overlay is the fitted one.
+// One pixel of the finished frame, black outside the picture's rectangle. The overlay is already fitted to the frame.
 constexpr char LAYERS_SHADER[] = R"(
 uniform sampler2D picture, overlay;
-uniform float ground, opacity;
+uniform float windowGrey, opacity;
 uniform vec2 pixel;  // as a share of the whole, across and up
 
 void main() {
     vec4 shown = texelOr(picture, vec4(0.0, 0.0, 0.0, 1.0));
     vec4 over = texture2D(overlay, gl_FragCoord.xy * pixel);
-    vec3 colour = mix(vec3(ground), shown.rgb, shown.a * opacity);
+    vec3 colour = mix(vec3(windowGrey), shown.rgb, shown.a * opacity);
     gl_FragColor = vec4(mix(colour, over.rgb, over.a * opacity), 1.0);
 }
 )";
@@ -43,10 +43,10 @@ uniform sampler2D overlay;
 void main() { gl_FragColor = texelOr(overlay, vec4(0.0)); }
 )";
 
-enum TextureUnit { PICTURE_UNIT, OVERLAY_UNIT, TEXTURE_UNITS };
+constexpr GLint PICTURE_UNIT = 0, OVERLAY_UNIT = 1, TEXTURE_UNITS = 2;
 
 struct PlacedProgram {
-    GLuint id = 0;  // 0: cannot be linked
+    GLuint id = 0;  // 0: it does not link
     GLint scale = 0, offset = 0;
 };
 
@@ -70,7 +70,7 @@ PlacedProgram linkProgram(const char* mainShader) {
 
 struct LayersPrograms {
     PlacedProgram blending, fitting;  // id 0: the GL has no fragment shaders
-    GLint ground = 0, opacity = 0, pixel = 0;
+    GLint windowGrey = 0, opacity = 0, pixel = 0;
 };
 
 LayersPrograms makeLayersPrograms() {
@@ -81,17 +81,18 @@ LayersPrograms makeLayersPrograms() {
     const PlacedProgram blending = linkProgram(LAYERS_SHADER), fitting = linkProgram(FITTING_SHADER);
     if (blending.id == 0 || fitting.id == 0) return {};
     const auto locate = [&](const char* name) { return glGetUniformLocation(blending.id, name); };
-    return {blending, fitting, locate("ground"), locate("opacity"), locate("pixel")};
+    return {blending, fitting, locate("windowGrey"), locate("opacity"), locate("pixel")};
 }
 
-void bindToUnit(GLenum unit, GLuint texture, GLint filter) {
-    glActiveTexture(GL_TEXTURE0 + unit);
+void bindToUnit(GLint unit, GLuint texture, GLint filter) {
+    glActiveTexture(static_cast<GLenum>(GL_TEXTURE0 + unit));
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
 }
 
-// How much nearer than the plane z = 0 the layer is to the camera, and by how much smaller it is than it looks there.
+// The layer's distance from the camera as a part of that of the plane z = 0. The layer looks larger than on that
+// plane by the inverse of this factor.
 float nearness(const PictureLayer& layer) { return (RYL_CAMERA_Z - layer.z) / RYL_CAMERA_Z; }
 
 struct Extent {
@@ -106,7 +107,7 @@ Extent extentOfBoth(const PictureLayers& layers) {
 
 constexpr float FAR = 1000;  // more than the window shows, scene units
 
-// What lies outside of both layers, where a pixel needs no program: black on the ground.
+// Fills the frame outside both layers, where pixels need no program: black over windowGrey.
 void drawSurroundings(const Extent& inner, float grey) {
     const float x = inner.halfWidth, y = inner.halfHeight;
     glPushAttrib(GL_CURRENT_BIT);
@@ -118,18 +119,19 @@ void drawSurroundings(const Extent& inner, float grey) {
     glPopAttrib();
 }
 
-// The pixels of a row or column to texture coordinates of the layer, which are linear in them, for it faces the camera.
+// From the pixels of a row or column to the layer's texture coordinates, which are linear in them because the layer
+// faces the camera.
 struct Axis {
     float scale, offset;
 };
 
-// `projection`: the factor from scene units to -1 to 1, one unit before the camera.
+// `projection` scales scene units, one unit before the camera, to -1 to 1.
 Axis axisOf(float projection, int pixels, float nearness, float halfLength) {
-    const float lengths = RYL_CAMERA_Z * nearness / (projection * halfLength);  // of the layer, that the frame shows
+    const float lengths = RYL_CAMERA_Z * nearness / (projection * halfLength);  // the frame in lengths of the layer
     return {lengths / static_cast<float>(pixels), (1 - lengths) / 2};
 }
 
-// Tells the program, which is in use, where on the frame its layer lies.
+// Tells the program in use where on the frame its layer lies.
 void setPlace(const PlacedProgram& program, const PictureLayer& layer, int width, int height) {
     std::array<GLfloat, 16> projection{};
     glGetFloatv(GL_PROJECTION_MATRIX, projection.data());
@@ -140,15 +142,15 @@ void setPlace(const PlacedProgram& program, const PictureLayer& layer, int width
     glUniform2f(program.offset, x.offset, y.offset);
 }
 
-// The overlay as it lies on the frame, pixel for pixel: filtered once, not in every frame.
+// The overlay as the frame shows it, pixel for pixel: filtered once instead of in every frame.
 struct FittedOverlay {
     ColourTarget target;
     PictureLayer overlay = {};  // what it was made from
 };
 FittedOverlay fitted;
 
-// To be called where the frame is drawn to, camera and projection in place: so it is turned as the frame is. The depth
-// test is off.
+// Callers have bound the frame and set its camera and projection, so that the overlay is turned like the frame. The
+// depth test is off.
 void fitOverlay(const PlacedProgram& program, const PictureLayer& overlay, int width, int height) {
     if (fitted.overlay == overlay && fitted.target.width == width && fitted.target.height == height) return;
     fitted.overlay = overlay;
@@ -170,7 +172,7 @@ void fitOverlay(const PlacedProgram& program, const PictureLayer& overlay, int w
     glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, static_cast<GLuint>(target));
 }
 
-// False, and nothing is drawn, where the GL lacks fragment shaders or no picture of this size is kept.
+// Returns false and draws nothing if the GL lacks fragment shaders or no picture of this size is kept.
 bool blendInOnePass(int width, int height, const PictureLayers& layers, float weight) {
     static const LayersPrograms programs = makeLayersPrograms();
     if (programs.blending.id == 0 || !ryl_beginPicture(width, height)) return false;
@@ -182,7 +184,7 @@ bool blendInOnePass(int width, int height, const PictureLayers& layers, float we
     glBlendFunc(GL_CONSTANT_ALPHA, GL_ONE_MINUS_CONSTANT_ALPHA);
     drawSurroundings(extent, layers.windowGrey * (1 - opacity));
     glUseProgram(programs.blending.id);
-    glUniform1f(programs.ground, layers.windowGrey);
+    glUniform1f(programs.windowGrey, layers.windowGrey);
     glUniform1f(programs.opacity, opacity);
     glUniform2f(programs.pixel, 1.0f / static_cast<float>(width), 1.0f / static_cast<float>(height));
     setPlace(programs.blending, layers.picture, width, height);
@@ -201,8 +203,8 @@ void drawLayer(const PictureLayer& layer) {
 }
 
 void drawOneByOne(const PictureLayers& layers) {
-    constexpr float BANDS_Z = -0.1f,
-                    BANDS_HALF = 100;  // just behind the picture, hidden by it; more than the view shows
+    constexpr float BANDS_Z = -0.1f;   // just behind the picture, which hides it
+    constexpr float BANDS_HALF = 100;  // more than the view shows
     glClearColor(layers.windowGrey, layers.windowGrey, layers.windowGrey, 1);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     if (layers.picture.texture == 0) return;
@@ -212,8 +214,8 @@ void drawOneByOne(const PictureLayers& layers) {
     if (layers.overlay.texture != 0) drawLayer(layers.overlay);
 }
 
-// Binds what a frame is put together on when it is not done in one pass. A window has no pixels where it is covered, hidden
-// or smaller than the picture.
+// Binds a target for frames that are drawn layer by layer. The window does not serve: it has no pixels where it is
+// covered, hidden or smaller than the picture.
 void bindCanvas(int width, int height) {
     static ColourTarget canvas;
     const bool made = ryl_canKeepPicture() && ((canvas.width == width && canvas.height == height) ||
@@ -235,7 +237,7 @@ void placeCamera(int width, int height) {
     glTranslatef(0, 0, -RYL_CAMERA_Z);
 }
 
-// The one pass takes the ground for black outside of the picture.
+// The one pass draws black around the picture.
 bool fitsOnePass(const PictureLayers& layers) {
     return layers.picture.texture != 0 && (layers.bands != 0 || layers.windowGrey == 0);
 }

@@ -1,13 +1,14 @@
-// layers.h - the end of a frame: its layers, what is drawn over them, and the motion blur, brought to the window
+// layers.h - finishes a frame: draws its layers, what lies over them and the motion blur, and shows it in the window
 //
 //   ryl_finishFrame(width, height, layers, 0.2f);   // then glutSwapBuffers()
 //
-// Needs    a current GL context after glewInit; the GL thread; modelview current, a projection by gluPerspective; blending
-//          and the depth test on, lighting and fog off.
-// Leaves   the window bound, the viewport width x height from (0, 0), modelview = translation by (0, 0, -RYL_CAMERA_Z),
-//          the frame in the window's back buffer; other textures bound, with filters GL_LINEAR or GL_NEAREST.
-// Never    puts a frame together on the window, but where the GL cannot show one from elsewhere: so a frame is whole when
-//          the window is smaller, covered or hidden.
+// Needs    a current GL context after glewInit; the GL thread; modelview current, a projection by gluPerspective;
+//          blending and the depth test on, lighting and fog off.
+// Leaves   the window bound, the viewport width x height from (0, 0), modelview = translation by (0, 0,
+//          -RYL_CAMERA_Z), the frame in the window's back buffer; other textures bound, with filters GL_LINEAR or
+//          GL_NEAREST.
+// Never    puts a frame together on the window, unless the GL cannot show one from elsewhere. So a frame is whole
+//          even if the window is smaller, covered or hidden.
 #pragma once
 
 #include <functional>
@@ -23,20 +24,21 @@ struct PictureLayer {
 
 struct PictureLayers {
     float windowGrey = 0;       // grey of the frame before anything is drawn, 0 to 1
-    float opacity = 1;          // of all that follows; taken as 0 below 0, as 1 above 1
-    PictureLayer picture = {};  // nothing but the ground is drawn where its texture is 0
-    unsigned bands = 0;         // a black texture, which covers the ground where the picture does not; 0: none
-    PictureLayer overlay = {};  // none where its texture is 0
+    float opacity = 1;          // of all that follows; clamped to 0 to 1
+    PictureLayer picture = {};  // texture 0: the frame is only windowGrey
+    unsigned bands = 0;         // a black texture that covers the frame around the picture; 0: none
+    PictureLayer overlay = {};  // texture 0: none
 };
 
-// Draws in the frame's camera.
+// Draws with the frame's camera.
 using DrawOver = std::function<void()>;
 
-// Draws the layers and then `over`, blends the picture kept of the frame before in like ryl_blendPicture, keeps the result
-// and shows it. The overlay's texels must not change: it is fitted to the window only when its texture, its place or the
-// window's size is another. Without `over` the layers may be drawn in one pass over the pixels, which rounds twice where
-// drawing one after the other rounds after each: a component can differ by a level or two of 255.
+// Draws the layers and then `over`, blends in the kept picture of the frame before, like ryl_blendPicture, keeps the
+// result and shows it. The overlay's texels must not change: the overlay is fitted to the window only when its
+// texture, its place or the window's size changes. Without `over` the layers may be drawn in one pass over the
+// pixels. That pass rounds twice, while drawing them one by one rounds after each, so a component can differ by a
+// level or two of 255.
 void ryl_finishFrame(int width, int height, const PictureLayers& layers, float blur, const DrawOver& over = {});
 
-// Shows the frame before once more and returns true; returns false and does nothing where none of this size is kept.
+// Shows the frame before once more and returns true. Returns false and does nothing if none of this size is kept.
 bool ryl_repeatFrame(int width, int height);

@@ -4,9 +4,9 @@
 
 namespace {
 
-constexpr float ambientLight[] = {0.2f, 0.2f, 0.2f, 1.0f};
-constexpr float diffuseLight[] = {0.8f, 0.8f, 0.8f, 1.0f};
-constexpr float specularLight[] = {0.5f, 0.5f, 0.5f, 1.0f};
+constexpr float AMBIENT[] = {0.2f, 0.2f, 0.2f, 1.0f};
+constexpr float DIFFUSE[] = {0.8f, 0.8f, 0.8f, 1.0f};
+constexpr float SPECULAR[] = {0.5f, 0.5f, 0.5f, 1.0f};
 
 }  // namespace
 
@@ -17,9 +17,9 @@ void ryl_setLight0(int on) {
     }
     glEnable(GL_LIGHTING);
     glEnable(GL_LIGHT0);
-    glLightfv(GL_LIGHT0, GL_AMBIENT, ambientLight);
-    glLightfv(GL_LIGHT0, GL_DIFFUSE, diffuseLight);
-    glLightfv(GL_LIGHT0, GL_SPECULAR, specularLight);
+    glLightfv(GL_LIGHT0, GL_AMBIENT, AMBIENT);
+    glLightfv(GL_LIGHT0, GL_DIFFUSE, DIFFUSE);
+    glLightfv(GL_LIGHT0, GL_SPECULAR, SPECULAR);
 }
 
 void ryl_setAmbientLight(float red, float green, float blue, float alpha) {

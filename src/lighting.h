@@ -5,13 +5,13 @@
 // Never    moves light 0: it keeps the position that the GL holds, by default from the viewer along +z.
 #pragma once
 
-// Switches the scenes' light on (any value but 0): lighting and light 0, white, ambient 0.2, diffuse 0.8,
-// specular 0.5. 0 switches lighting off and leaves light 0 as it is.
+// Any value but 0 switches the scenes' light on: lighting and light 0, white, ambient 0.2, diffuse 0.8, specular 0.5.
+// 0 switches lighting off and leaves light 0 as it is.
 void ryl_setLight0(int on);
 
 // ---- For programs with lights of their own; the demo calls none of these. -----------------------------------------
 
-// One light: four floats a vector, as glLightfv takes them. `ambient` is the caller's own, it is not sent to the GL.
+// One light: four floats a vector, as glLightfv takes them. `ambient` is for callers; it is not sent to the GL.
 struct LightData {
     float ambient[4];
     float diffuse[4];

@@ -1,4 +1,4 @@
-// main.cpp - the demo: its loading chain, its timeline, and the road of one frame
+// main.cpp - the demo: its loading chain, its timeline, and one frame
 
 #include "endings.h"
 #include "fbo.h"
@@ -18,7 +18,7 @@
 
 namespace {
 
-// What the scenes remember: the opening's zoom, and the floor pattern of each greetings scene.
+// What the scenes remember: the opening's zoom and the floor pattern of each greetings scene.
 struct SceneMemory {
     float scale = 0;
     int seed[3] = {100, 100, 100};
@@ -26,9 +26,9 @@ struct SceneMemory {
     bool operator==(const SceneMemory&) const = default;
 };
 
-// What a frame follows from, besides what is loaded.
+// All that decides a frame, besides what is loaded.
 struct Moment {
-    float time, paused;   // of the demo: ms, and not 0 in a pause
+    float time, paused;   // ms of demo time; not 0 in a pause
     float width, height;  // pixels
     int queue;
     float loadingTime, gColor, windowGrey;
@@ -46,16 +46,16 @@ struct Demo {
     float progress = 0;  // length of the loading bar, scene units
 
     // Timeline.
-    int queue = -1;             // the current scene; none while loading, after the last, or before the first
-    int songStartPosition = 0;  // where a start scene jumps to, ms of demo time
-    float loadingTime = 0;      // where the current scene starts, seconds of demo time
+    int queue = -1;             // the current scene; out of range while loading, before the first, after the last
+    int songStartPosition = 0;  // where the start scene begins, ms of demo time
+    float loadingTime = 0;      // where the current scene begins, seconds of demo time
 
     // Picture.
     float gColor = 0;      // grey that the next frame clears the scene target to
     float windowGrey = 0;  // grey that the next frame clears the window to
-    float mblur = 0;       // weight of the pictures before in the motion blur
+    float mblur = 0;       // weight of the frame before in the motion blur
 
-    // What the frame shows: what its scene has laid out for the window, no picture without a scene; over it the loading bar.
+    // What the frame shows: the layers that its scene has laid out, and the loading bar over them.
     PictureLayers layers = {};
     float bar = 0;  // length, scene units; 0: none
 
@@ -63,12 +63,12 @@ struct Demo {
     unsigned textureBackground = 0, textureOverlay = 0, textureBlack = 0;
     OpeningImages images = {};
     GLMmodel* cube_model = nullptr;
-    unsigned cubeList = 0;  // the model as drawn, flat
+    unsigned cubeList = 0;  // display list of the model, flat
 
     SceneMemory memory = {};
-    bool unseen = false;  // the frame leaves nothing in the picture of any frame that is kept
+    bool unseen = false;  // no kept picture shows anything of this frame
     Moment moment = {};   // of the frame before
-    int stillFrames = 0;  // in a row that had the moment of the one before
+    int stillFrames = 0;  // how many frames in a row have had the same moment
 };
 
 // ---- The timeline -------------------------------------------------------------------------------------------------
@@ -77,10 +77,10 @@ constexpr float WHITE = 1, BLACK = 0;
 
 struct Scene {
     float sceneTime;   // length, seconds
-    float level;       // grey of the window behind the scene: its pictures fade to it
-    float targetGrey;  // grey, and alpha, of the empty scene target. Transparent black shows what is behind.
+    float level;       // grey of the window behind the scene; the scene fades to it
+    float targetGrey;  // grey and alpha of the empty scene target; transparent black shows the window behind
     void (*draw)(const SceneFrame& frame, Demo& demo);
-    void (*remember)(float t, SceneMemory& memory) = nullptr;  // what drawing leaves there, without drawing
+    void (*remember)(float t, SceneMemory& memory) = nullptr;  // changes the memory as draw does, draws nothing
 };
 
 constexpr const char* GREETINGS[] = {
@@ -107,29 +107,30 @@ constexpr Scene TIMELINE[] = {
     {20.4f, WHITE, BLACK, drawGreeting<1>, rememberGreeting<1>},
     {25.0f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, true); }},
     {25.4f, WHITE, BLACK, drawGreeting<2>, rememberGreeting<2>},
-    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // the end: CLOSING_S into it the program is over
-    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // from here on only by "-s"
+    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // the end: the program ends after CLOSING_S
+    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // this and the next two: only by "-s"
     {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},
     {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},
 };
 constexpr int SCENES = std::size(TIMELINE);
 constexpr int CLOSING_SCENE = 6;
 constexpr float CLOSING_S = 5;
-constexpr float REWIND_LIMIT_S = -3;  // a scene time below this hands back to the scene before
+constexpr float REWIND_LIMIT_S = -3;  // if the scene time is below this, the scene before takes over
 constexpr float SCENE_BLUR = 0.2f;
 
-// Halves of the rectangles on the window, scene units, of which it shows +-36.8 by +-20.7. The picture reaches beyond both
-// sides and leaves a band above and below; the overlay, nearer to the camera, covers just the picture that is seen.
+// Half widths and heights of the rectangles on the window, which shows +-36.8 by +-20.7 scene units. The picture
+// reaches beyond both sides and leaves a band above and below. The overlay is nearer to the camera and covers the
+// visible part of the picture.
 constexpr float PICTURE_HALF_WIDTH = 48, PICTURE_HALF_HEIGHT = 17.1f;
 constexpr float OVERLAY_HALF_WIDTH = 37.5f, OVERLAY_HALF_HEIGHT = 17.202f, OVERLAY_Z = 0.1f;
 
-// ---- What comes on the window -------------------------------------------------------------------------------------
+// ---- What the window shows ----------------------------------------------------------------------------------------
 
 int windowWidth() { return static_cast<int>(ryl_Get(RYL_WIDTH)); }
 int windowHeight() { return static_cast<int>(ryl_Get(RYL_HEIGHT)); }
 
-// Lays out what comes on the window: the scene's picture, fading out over its last second; in the white scenes between
-// black bands and under the overlay, in the black ones alone.
+// Lays out the scene's picture, which fades out over its last second. White scenes have black bands and the overlay
+// as well.
 PictureLayers layersOf(const Demo& demo, const Scene& scene, float t, unsigned picture) {
     constexpr float BLACK_FADE_S = 13;
     const bool isWhiteScene = scene.level == WHITE;
@@ -140,7 +141,8 @@ PictureLayers layersOf(const Demo& demo, const Scene& scene, float t, unsigned p
             .overlay = {isWhiteScene ? demo.textureOverlay : 0, OVERLAY_Z, OVERLAY_HALF_WIDTH, OVERLAY_HALF_HEIGHT}};
 }
 
-// The full bar has a scene unit for 17 of the window's pixels, centred, whatever part of it the view shows.
+// Half the length of the full bar, scene units. The bar is centred and has one unit for each 17 pixels of the window,
+// even if it is then longer than the view.
 double barHalf() { return ryl_Get(RYL_WIDTH) / 34.0; }
 
 void drawBar(float progress) {
@@ -159,11 +161,11 @@ void drawPauseLine() {
     ryl_infoText(-35, -20);
 }
 
-// Draws once, unseen, what would else be compiled and loaded when the show comes to it: each scene, and a frame with a pause
-// line. With that blur there is nothing in the picture but the one before.
+// Draws each scene, and a frame with a pause line, once and unseen, so that the driver compiles and loads before the
+// show. The full blur leaves only the frame before in the picture.
 void rehearse(const Demo& demo) {
     constexpr float UNSEEN = 1, MIDDLE_S = 6;
-    Demo rehearsed = demo;  // for what the scenes remember
+    Demo rehearsed = demo;  // takes what the scenes remember
     glPushAttrib(GL_COLOR_BUFFER_BIT);
     for (const Scene& scene : TIMELINE) {
         const unsigned picture = ryl_enableFBO(demo.FBO, BLACK, BLACK, BLACK);
@@ -210,7 +212,7 @@ constexpr LoadStep LOADING[] = {
     {&Demo::l_music, loadSoundtrack}, {&Demo::l_fbo, makeSceneTarget},
 };
 
-// Five steps supply five sixths of the bar, the growth of every frame the rest.
+// The five steps add five sixths of the bar; the growth in every frame adds the rest.
 void loadStep(Demo& demo) {
     constexpr double GROWTH = 0.2;
     constexpr int SHARES = 6;
@@ -229,14 +231,14 @@ bool isEverythingLoaded(const Demo& demo) {
                        [&](const LoadStep& step) { return demo.*step.done != 0; });
 }
 
-// Whole seconds of every scene before `queue`: a start scene begins a little before its place in the soundtrack.
+// Milliseconds; counts only the whole seconds of each scene before `queue`, so a start scene begins a little early.
 int startPosition(int queue) {
     int position = 0;
     for (int i = 0; i < std::min(queue, SCENES); ++i) position += static_cast<int>(TIMELINE[i].sceneTime) * 1000;
     return position;
 }
 
-// The number that "-s" gave went through a float, which may lie just beyond an int.
+// ryl_Get returns the number of "-s" as a float, which may lie just beyond the int range.
 int startScene() {
     const float scene = ryl_Get(RYL_START_SCENE);
     constexpr int LAST = std::numeric_limits<int>::max();
@@ -261,17 +263,17 @@ void load(Demo& demo) {
     loadStep(demo);
     demo.mblur = 0;
     demo.bar = demo.progress;
-    // In a window of less than a hundred pixels the bar is full before the last step.
+    // In a window less than a hundred pixels wide the bar is full before the last step.
     if (demo.progress >= 2 * barHalf() && isEverythingLoaded(demo)) startTimeline(demo);
 }
 
 // ---- Frames that are not kept -------------------------------------------------------------------------------------
 //
-// Where colours rest, the motion blur keeps a trace of what they came from for as long as they rest, because it rounds: 22
-// stays 22, and 23 stays 23, under either. The white that a scene fades to and the black of the cut behind it wipe that out,
-// so a picture depends on no frame before the end of the scene before.
+// The motion blur rounds, so where colours do not change, a trace of earlier colours stays: over the same frame a
+// kept 22 stays 22 and a kept 23 stays 23. The white at the end of a scene and the black cut after it wipe such
+// traces out. So a picture depends on no frame before the end of the scene before.
 
-// Where the scene of that demo time begins, seconds; the first at 0.
+// Where the scene at a demo time begins; both in seconds.
 float startOfScene(float time) {
     float start = 0;
     for (const Scene& scene : TIMELINE) {
@@ -283,15 +285,15 @@ float startOfScene(float time) {
 
 // Whether the frame at demo time `ms` leaves nothing in the pictures that are kept.
 bool isUnseen(float ms) {
-    constexpr float MS = 1000, FADE_S = 1;  // and the cut, which is over by then as well
+    constexpr float MS = 1000, FADE_S = 1;  // the fade to white; the cut is over by then too
     const auto keptFrom = static_cast<float>(ryl_keptFrom());
     return ms < keptFrom && ms < MS * (startOfScene(keptFrom / MS - FADE_S) - FADE_S);
 }
 
 // ---- One frame ----------------------------------------------------------------------------------------------------
 //
-// Every clear uses the colour that was set before it: the scene target is cleared to the grey that the frame before left
-// in gColor, the window to the one that the frame before left in windowGrey, or that its scene lays out.
+// Every clear uses the colour that was set before it. The scene target is cleared to the gColor of the frame before;
+// the window to the windowGrey of the frame before, or to that of the layers that the scene lays out.
 
 void beginFrame(Demo& demo) {
     demo.unseen = isUnseen(ryl_Get(RYL_TIME));
@@ -304,7 +306,7 @@ void beginFrame(Demo& demo) {
     glTranslatef(0, 0, -RYL_CAMERA_Z);
 }
 
-// Binds the scene target, if there is something to be drawn on it. Returns its texture.
+// Binds the scene target and returns its texture; 0 if the frame is unseen.
 unsigned beginScene(Demo& demo, float level) {
     demo.gColor = level;
     demo.mblur = SCENE_BLUR;
@@ -315,7 +317,7 @@ unsigned beginScene(Demo& demo, float level) {
 void layOut(Demo& demo, const PictureLayers& layers) {
     demo.layers = layers;
     demo.bar = 0;
-    // The next clear is that of the scene target, if this frame goes on with another scene: opaque black, the cut.
+    // If another scene follows within this frame, the next clear is that of the scene target: opaque black, the cut.
     glClearColor(0, 0, 0, 1);
     demo.windowGrey = BLACK;
 }
@@ -358,7 +360,9 @@ void endFrame(const Demo& demo) {
     glutSwapBuffers();
 }
 
-// ---- Standing still: paused, every frame follows from the same moment, unless a scene changes what it remembers ---
+// ---- Standing still -----------------------------------------------------------------------------------------------
+//
+// In a pause all frames have the same moment, unless a scene changes what it remembers.
 
 void noteMoment(Demo& demo) {
     const Moment now = {ryl_Get(RYL_TIME), ryl_Get(RYL_PAUSED), ryl_Get(RYL_WIDTH), ryl_Get(RYL_HEIGHT), demo.queue,
@@ -367,25 +371,25 @@ void noteMoment(Demo& demo) {
     demo.moment = now;
 }
 
-// Whether the motion blur rests as well, so that the next frame is the one that is kept.
+// Whether the motion blur has come to rest too, so that the next frame equals the kept one.
 bool isStandingStill(const Demo& demo) {
-    constexpr int BLUR_FRAMES = 10;  // twice what it takes from white to black
+    constexpr int BLUR_FRAMES = 10;  // twice what the blur takes from white to black
     return demo.loaded != 0 && demo.moment.paused != 0 && demo.stillFrames > BLUR_FRAMES;
 }
 
-// Returns false and does nothing where no picture is kept.
+// Returns false and does nothing if no picture is kept.
 bool showAgain() {
     constexpr float OUT_OF_SIGHT = 1000;  // nothing is drawn from there
     if (!ryl_repeatFrame(windowWidth(), windowHeight())) return false;
-    ryl_infoText(OUT_OF_SIGHT, OUT_OF_SIGHT);  // for the console; the picture has its line
+    ryl_infoText(OUT_OF_SIGHT, OUT_OF_SIGHT);  // for its console line; the picture already shows the text
     glutSwapBuffers();
     return true;
 }
 
 }  // namespace
 
-// The display callback. A scene that hands over lets the next one draw in the same frame; one that hands back
-// waits for the next frame.
+// The display callback. If a scene is over, the next one draws in the same frame; a step back takes effect in the
+// next frame.
 void drawScene() {
     static Demo demo;
     noteMoment(demo);

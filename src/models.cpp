@@ -13,7 +13,7 @@
 
 namespace {
 
-// Characters from the start of a keyword to what follows it: "mtllib" or "newmtl" and a separator.
+// Characters of a keyword and its separator: "mtllib " or "newmtl ".
 constexpr std::size_t KEYWORD_LENGTH = 7;
 
 [[noreturn]] void failWithoutMemory() {
@@ -21,7 +21,7 @@ constexpr std::size_t KEYWORD_LENGTH = 7;
     std::exit(-1);
 }
 
-// The whole file in one buffer of its length.
+// The whole file as one string.
 std::string contents(std::FILE* file) {
     try {
         std::string text(static_cast<std::size_t>(std::max(ryl_bytesLeft(file), 0L)), '\0');
@@ -32,7 +32,7 @@ std::string contents(std::FILE* file) {
     }
 }
 
-// The name in "mtllib NAME.mtl", or nothing after a message. Comments and other statements count as text too.
+// The name in "mtllib NAME.mtl"; nothing, after a message, if there is none. Searches comments and all statements.
 std::optional<std::string> materialFileIn(std::string_view text) {
     const std::size_t keyword = text.find("mtllib");
     if (keyword == std::string_view::npos) {
@@ -63,7 +63,7 @@ int countMaterials(std::string_view text) {
 int ryl_loadObjModel(const char* path) {
     std::printf("[*] Loading %s.\n", path);
     const File file = ryl_openFile(path);
-    if (file == nullptr) {
+    if (!file) {
         std::printf("Couldn't open %s.\n", path);
         std::exit(-1);
     }
@@ -78,7 +78,7 @@ int ryl_loadObjModel(const char* path) {
 
 void readMtlToObj(const ryl_objModel* model) {
     const File file = ryl_openFile(model->materialFile);
-    if (file == nullptr) {
+    if (!file) {
         std::printf("[/] Couldn't material file %s.\n", model->materialFile);
         return;
     }

@@ -1,10 +1,10 @@
-// models.h - the framework's look at a model: which material library it names, and how many materials that holds
+// models.h - looks through a model file: which material library it names, and whether that holds materials
 //
 // Needs nothing, any thread. Messages go to standard output. Builds no model and keeps nothing: to draw a model, use
-// glm/glm.h. No caller in the demo.
+// glm/glm.h. For other programs; the demo does not call it.
 #pragma once
 
-// What readMtlToObj is told about a model.
+// The argument of readMtlToObj.
 struct ryl_objModel {
     int positions, normals, faces;  // not set, not read
     const char* materialFile;       // name of the material library, as the model writes it
@@ -15,5 +15,5 @@ struct ryl_objModel {
 // Returns 0. A file that cannot be opened, or no memory for it, ends the process with status -1.
 int ryl_loadObjModel(const char* path);
 
-// Looks for materials in the record's material library; says so when it cannot be opened or holds none.
+// Looks for materials in the record's material library. Prints a line if it cannot be opened or holds none.
 void readMtlToObj(const ryl_objModel* model);

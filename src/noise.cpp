@@ -8,7 +8,7 @@
 
 namespace {
 
-// What is hashed grows by these along x, along y and with the seed, modulo 2^32.
+// The hashed number grows by these along x, along y and with the seed, modulo 2^32.
 constexpr std::uint32_t COLUMN = 1, ROW = 57, SEED = 131;
 
 std::uint32_t latticePoint(int x, int y, int seed) {
@@ -26,7 +26,7 @@ float hash(std::uint32_t n) {
 template <std::size_t size>
 using Block = std::array<std::array<float, size>, size>;
 
-// The hashes of size x size lattice points, `first` being the one with the lowest x and y.
+// The hashes of size x size lattice points; `first` is the one with the lowest x and y.
 template <std::size_t size>
 Block<size> hashBlock(std::uint32_t first) {
     Block<size> block;
@@ -37,8 +37,8 @@ Block<size> hashBlock(std::uint32_t first) {
     return block;
 }
 
-// The smoothed hash of the point in the middle of the 3 x 3 points from (x, y) of the block. The sum of two floats,
-// rounded once, is what their sum in double precision rounds to.
+// The smoothed hash of the middle of the 3 x 3 points from (x, y) of the block. Adding two floats in single precision
+// gives the same bits as adding them in double precision and rounding.
 template <std::size_t size>
 float smoothed(const Block<size>& block, std::size_t x, std::size_t y) {
     const auto &below = block[y], &middle = block[y + 1], &above = block[y + 2];
@@ -50,7 +50,7 @@ float smoothed(const Block<size>& block, std::size_t x, std::size_t y) {
     return static_cast<float>(static_cast<double>(corners) + sides + centre);
 }
 
-// What the processor gives for a float outside the int range is made the rule here: INT_MIN.
+// INT_MIN for a float outside the int range, as x86 processors convert it.
 int truncated(float x) {
     constexpr float LIMIT = 2147483648.0f;
     return x > -LIMIT && x < LIMIT ? static_cast<int>(x) : INT_MIN;
@@ -83,8 +83,8 @@ float ryl_1D_CosNoise(float x, int seed) {
     return ryl_1DcosInterpolate(ryl_smoothed1DNoise(i, seed), ryl_smoothed1DNoise(next, seed), fraction(x, i));
 }
 
-// The four points around (x, y) share most of their neighbours, and the two interpolations along x their cosine: 16
-// hashes instead of 36, two cosines instead of three.
+// The four points around (x, y) share most of their neighbours, and the two interpolations along x share their
+// cosine: 16 hashes instead of 36, and two cosines instead of three.
 float ryl_2D_CosNoise(float x, float y, int seed) {
     const int ix = truncated(x), iy = truncated(y);
     const auto block = hashBlock<4>(latticePoint(ix, iy, seed) - COLUMN - ROW);

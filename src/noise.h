@@ -1,9 +1,9 @@
 // noise.h - lattice noise
 //
-// Needs nothing; no GL. Without state but for ryl_random, which is for one thread.
-// The values are part of the pictures: every constant, order of summation and rounding to single precision is
-// meant, and gives the same bits from every compiler. Sums are formed in double precision and rounded where a
-// function's comment says float(...). Lattice coordinates and seeds wrap modulo 2^32.
+// Needs nothing; no GL. Only ryl_random has state; it is for one thread. The values are part of the pictures: every
+// constant, order of summation and rounding to single precision is deliberate, and every compiler gives the same
+// bits. Sums are formed in double precision and rounded where a function's comment says float(...). Lattice
+// coordinates and seeds wrap modulo 2^32.
 #pragma once
 
 // Hash of a lattice point, -1 to 1.

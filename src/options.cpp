@@ -28,7 +28,7 @@ constexpr char HELP[] =
 
 constexpr int MIN_SIDE = 2;  // pixels; GLUT never draws a window that is one pixel wide or high
 
-// The whole of `text` as a number; nothing where it is none.
+// The number that `text` is; nothing if it is none or null.
 std::optional<int> wholeNumber(const char* text) {
     const std::string_view digits = text == nullptr ? "" : text;
     int number = 0;
@@ -52,8 +52,8 @@ int delayOf(const char* value) {
     return 0;
 }
 
-// Tests one argument against every option. `value` is the argument after it, null at the end; it is not consumed, so the
-// caller goes on with it as an option.
+// Tests one argument against every option. `value` is the argument after it, null at the end; callers test it as an
+// option too.
 void readOption(std::string_view option, const char* value, Options& options) {
     if (option == "-w" && options.size.width == 0 && value != nullptr) options.size.width = std::atoi(value);
     if (option == "-h" && options.size.height == 0 && value != nullptr) options.size.height = std::atoi(value);
@@ -73,9 +73,9 @@ void readOption(std::string_view option, const char* value, Options& options) {
 }
 
 struct SizeRule {
-    const char* name;  // of what has the size
+    const char* name;  // what has the size
     PixelSize standard;
-    bool silent;  // about a size that is missing
+    bool silent;  // no line if the size is missing
 };
 
 const SizeRule& ruleOf(SizeUse use) {

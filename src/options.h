@@ -1,6 +1,6 @@
-// options.h - the command line, and which of the sizes that it asks for can be had
+// options.h - the command line, and whether the sizes that it asks for can be used
 //
-// Needs    nothing of the GL.
+// Needs    no GL.
 // Prints   on standard output what it refuses or replaces.
 #pragma once
 
@@ -24,12 +24,12 @@ struct Options {
 
 constexpr int RYL_MAX_DELAY = 5000;  // milliseconds, either way
 
-// Where an argument is "--help" or "--version": prints that text and ends the process with status 0.
+// If an argument is "--help" or "--version", prints that text and ends the process with status 0.
 void ryl_printHelpOrVersion(int argc, const char* const* argv);
 
-// Reads argv[1] to argv[argc - 1]. Each is tested as an option, the values of other options included; unknown ones are
-// ignored. "-c" as the last one, and "--from-frame" without a number from 1 behind it, end the process with -1 after a
-// message. A "--delay" that is no whole number, or beyond RYL_MAX_DELAY, is ignored with a "[/]" line.
+// Reads argv[1] to argv[argc - 1]. Tests each as an option, even the values of other options, and ignores unknown
+// ones. "-c" as the last argument, and "--from-frame" without a number from 1 after it, end the process with -1 after
+// a message. A "--delay" that is no whole number, or beyond RYL_MAX_DELAY, is ignored with a "[/]" line.
 Options ryl_readOptions(int argc, const char* const* argv);
 
 // What a size is used for.
@@ -37,7 +37,6 @@ enum class SizeUse { window, screenMode, capture };
 
 constexpr int RYL_MAX_SIDE = 16384;  // pixels; the largest texture that today's GLs offer throughout
 
-// The size to use where `asked` was asked for: the same, or the default of that use where a side is missing (0), below 2
-// or above `maxSide` pixels. A "[/]" line says what is replaced, but for a window or screen mode without a size, which
-// nobody has asked for.
+// Returns `asked`, or the default size of that use if a side is missing (0), below 2 or above `maxSide` pixels.
+// Prints a "[/]" line if it replaces a size, unless it is a window's or screen mode's and a side is missing.
 PixelSize ryl_usableSize(SizeUse use, const PixelSize& asked, int maxSide);

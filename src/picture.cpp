@@ -9,12 +9,12 @@
 
 namespace {
 
-// In the window's order of pixels: showing it would else convert every one.
+// In the window's order of pixels, so that showing it converts none.
 ColourTarget kept;
 
 bool isKept(int width, int height) { return kept.width != 0 && kept.width == width && kept.height == height; }
 
-// A line says so where the GL cannot.
+// Returns false if the GL cannot, and the first time prints a line.
 bool makeKept(int width, int height) {
     static bool said = false;
     const bool made = ryl_resizeTarget(kept, width, height);
@@ -53,8 +53,8 @@ void drawKeptOver(float weight) {
     glBindTexture(GL_TEXTURE_2D, kept.texture);
     glColor3f(1, 1, 1);
     glBegin(GL_QUADS);
-    constexpr float corners[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
-    for (const auto& [s, t] : corners) {
+    constexpr float CORNERS[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    for (const auto& [s, t] : CORNERS) {
         glTexCoord2f(s, 1 - t);
         glVertex2f(2 * s - 1, 2 * t - 1);
     }
@@ -68,7 +68,7 @@ void drawKeptOver(float weight) {
 
 enum class Turn { none, over };
 
-// Copies width x height pixels from one framebuffer to another, turned over or not, and binds the window.
+// Copies width x height pixels from one framebuffer to another, turned upside down or not, and binds the window.
 void copyPicture(GLuint from, GLuint to, int width, int height, Turn turn) {
     const int bottom = turn == Turn::over ? height : 0;
     glBindFramebufferEXT(GL_READ_FRAMEBUFFER_EXT, from);
@@ -107,7 +107,7 @@ void ryl_blendPicture(int width, int height, float weight) {
         glBindFramebufferEXT(GL_FRAMEBUFFER_EXT, WINDOW);
         return;
     }
-    if (drawn == WINDOW) clearKept();  // there is nothing to copy where the window does not reach
+    if (drawn == WINDOW) clearKept();  // a small window has not all of the pixels
     copyPicture(drawn, kept.framebuffer, width, height, Turn::over);
     if (drawn != WINDOW) showKept();
 }

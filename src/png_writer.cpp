@@ -17,13 +17,13 @@
 
 namespace {
 
-// Each band of rows is compressed by a thread of its own.
+// Each band of rows is compressed on its own thread.
 constexpr int BANDS = static_cast<int>(RYL_PNG_BANDS);
 constexpr std::size_t PIXEL_BYTES = 4, SAMPLES = 3;
-constexpr unsigned char FILTER_SUB = 1;  // each sample as its difference from the one of the pixel before it
+constexpr unsigned char FILTER_SUB = 1;  // each sample is stored as the difference from the pixel before
 
-// Behind the filter run lengths alone compress as well as the low levels' matches, in half the time: most of a frame is
-// smooth from pixel to pixel.
+// Up to this level the filtered rows are compressed by run lengths alone. Most of a frame is smooth from pixel to
+// pixel, so run lengths compress as well as the matches of the low levels, in half the time.
 constexpr int LAST_RUN_LENGTH_LEVEL = 3;
 
 struct Picture {
@@ -47,10 +47,10 @@ void filterRow(const unsigned char* pixel, int width, unsigned char* filtered) {
         }
 }
 
-// The first band opens the stream, and the last closes it but for the checksum of all.
+// The first band opens the stream. The last closes it, except for the checksum of all bands.
 PngBand compressBand(const Picture& picture, int index, int level) {
     constexpr int DEFAULT_MEM_LEVEL = 8;
-    constexpr uLong FLUSH_BYTES = 16;  // beyond zlib's bound: it does not count a flush
+    constexpr uLong FLUSH_BYTES = 16;  // zlib's bound does not count a flush
     const auto rowOf = [&](int band) { return static_cast<int>(std::int64_t{picture.height} * band / BANDS); };
     const int firstRow = rowOf(index), endRow = rowOf(index + 1);
     std::vector<unsigned char> filtered(1 + static_cast<std::size_t>(picture.width) * SAMPLES);
@@ -81,7 +81,7 @@ PngBand compressBand(const Picture& picture, int index, int level) {
 
 std::array<PngBand, RYL_PNG_BANDS> compressBands(const Picture& picture, int level) {
     std::array<std::future<PngBand>, BANDS> compressing;
-    // Where no thread can be had, the band waits for get().
+    // If there is no thread, get() compresses the band.
     for (int i = 0; i < BANDS; ++i)
         compressing[static_cast<std::size_t>(i)] = std::async([=] { return compressBand(picture, i, level); });
     std::array<PngBand, RYL_PNG_BANDS> bands{};
@@ -96,7 +96,7 @@ std::array<unsigned char, 4> checksumOf(const std::array<PngBand, RYL_PNG_BANDS>
             static_cast<unsigned char>(sum >> 8), static_cast<unsigned char>(sum)};
 }
 
-// libpng jumps back to the setjmp on any error: no object with a destructor may live in here.
+// libpng jumps back to the setjmp on any error, so no object here may have a destructor.
 bool writeChunks(png_structp png, png_infop info, std::FILE* file, const CompressedPng& picture) {
     constexpr png_byte DATA[] = "IDAT", END[] = "IEND";
     if (setjmp(png_jmpbuf(png)) != 0) return false;
@@ -111,7 +111,7 @@ bool writeChunks(png_structp png, png_infop info, std::FILE* file, const Compres
     return true;
 }
 
-// What failed is the caller's to say.
+// libpng's words are dropped: callers report the failure.
 void ignoreWarning(png_structp, png_const_charp) {}
 [[noreturn]] void jumpBack(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 

@@ -94,7 +94,8 @@ void takeCaptureSize(int maxSide) {
     CAPTURE_H = size.height;
 }
 
-// The size that the window manager is to give the window, and how long that may take; no size where the window has its own.
+// The size that the window manager should give the window, and until when it may; no size if there is nothing to wait
+// for.
 PixelSize awaitedSize;
 int awaitedUntilMs = 0;  // of GLUT's time
 
@@ -103,7 +104,7 @@ void openWindow(const PixelSize& size) {
     glutCreateWindow("ryl-framework");
 }
 
-// It opens where it stays, so that it is right without a window manager as well.
+// The window opens in its final place and size, so it is right even without a window manager.
 void openFullScreenWindow() {
     constexpr int PATIENCE_MS = 500;
     awaitedSize = {glutGet(GLUT_SCREEN_WIDTH), glutGet(GLUT_SCREEN_HEIGHT)};
@@ -113,15 +114,15 @@ void openFullScreenWindow() {
     awaitedUntilMs = glutGet(GLUT_ELAPSED_TIME) + PATIENCE_MS;
 }
 
-// Many screens lack the mode asked for; then the screen's own mode serves, in a window that fills it.
+// Many screens lack the mode that is asked for. Then a window fills the screen in its own mode.
 void openFullScreen(const PixelSize& size) {
     const std::string screenMode = gameMode(size);
     glutGameModeString(screenMode.c_str());
     if (glutEnterGameMode() > 0) {
-        // Whatever ends the program, the viewer gets the desktop's own mode back.
+        // The viewer gets the desktop's own mode back whatever ends the program.
         std::atexit([] { glutLeaveGameMode(); });
-        // Many X servers show a small mode as a corner of a screen that keeps its size, and GLUT's window is as large as the
-        // screen.
+        // Many X servers keep the screen's size and show a corner of it in a smaller mode, and GLUT's window is as
+        // large as the screen.
         glutReshapeWindow(size.width, size.height);
         return;
     }
@@ -136,7 +137,7 @@ void openScreen(const Options& options) {
         openWindow(ryl_usableSize(SizeUse::window, options.size, RYL_MAX_SIDE));
 }
 
-// Ends the process where calling the GL would crash, or show nothing.
+// Ends the process if the GL lacks what would otherwise crash the demo or leave the window empty.
 void requireGl() {
     const struct {
         const char* name;
@@ -154,7 +155,7 @@ void requireGl() {
     }
 }
 
-// Pictures larger than the GL takes could not be drawn. A full screen is as large as it is.
+// The GL cannot draw pictures above its own limit. The size of a full screen stays.
 void fitToGl(const Options& options) {
     GLint texture = 0, renderbuffer = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &texture);
@@ -167,8 +168,8 @@ void fitToGl(const Options& options) {
     if (size != asked) glutReshapeWindow(size.width, size.height);
 }
 
-// Until the window has the size that it keeps, or the window manager has had its time: the content makes what it draws on
-// when it loads.
+// True until the window has its final size or the window manager's time is over. The content waits for it, because
+// its render targets get their size when it loads.
 bool isSizeAwaited() {
     if (awaitedSize == PixelSize{}) return false;
     const bool fits = awaitedSize == PixelSize{ryl_globalX, ryl_globalY};
@@ -178,12 +179,13 @@ bool isSizeAwaited() {
 
 // ---- The moment that is seen --------------------------------------------------------------------------------------
 //
-// A frame is seen later than it is begun by as long as it takes to draw and to swap, which is where a monitor is waited for.
-// In sound mode the demo time is ahead of what is heard by that.
+// A frame is seen later than it begins: drawing it takes time, and the swap waits for the monitor. In sound mode the
+// demo time is ahead of the sound by this time.
 
 double pictureLeadMs = 0;
 
-// Follows the middle of what frames take: a slow one alone moves it by a step, so demo time never goes back.
+// Follows the median time of frames in small steps. One slow frame moves it by one step only, so demo time never goes
+// back.
 void noteFrameTime(double ms) {
     constexpr double STEP_MS = 0.5, MAX_MS = 100;
     pictureLeadMs = std::min(pictureLeadMs + std::clamp(ms - pictureLeadMs, -STEP_MS, STEP_MS), MAX_MS);
@@ -200,9 +202,8 @@ int soundPosition() {
 
 // ---- Frames in step with ticks ------------------------------------------------------------------------------------
 
-// Captured frames must not depend on when the window system asks for a repaint, on how late the first one comes, or on
-// whether the window can be seen: in capture mode the content draws once before the first tick and once after each tick,
-// never more, never less.
+// Captured frames must not depend on when the window system asks for a repaint or on whether the window is visible.
+// So in capture mode the content draws exactly once before the first tick and once after each tick.
 void (*contentDisplay)(void) = nullptr;
 bool frameDue = true;  // no frame drawn since the last tick
 
@@ -215,7 +216,7 @@ void displayFrame() {
     if (isPlaying()) noteFrameTime(taken.count());
 }
 
-// A hidden window is not asked to draw.
+// The window system does not ask a hidden window to draw.
 void drawDueFrame() {
     if (contentDisplay != nullptr && frameDue) displayFrame();
 }
@@ -230,8 +231,8 @@ void captureFrame() {
                       "[CAPTURE] frame " + number);
 }
 
-// Milliseconds until the next tick: it is due a period after this one was due, or at once if that is over. So late ticks do
-// not add up, and none is made up for.
+// Milliseconds until the next tick. It is due one period after this one was due, or at once if that time is over. So
+// delays do not add up, and a missed tick is not made up for.
 int msToNextTick() {
     static int due = 0;
     const int now = glutGet(GLUT_ELAPSED_TIME);
@@ -257,7 +258,7 @@ void togglePause() {
     showPaused(SOUND_PAUSED != 0);
 }
 
-// In the modes whose clock can be moved: sound and silent.
+// For sound and silent mode; the capture clock cannot be moved.
 void moveClock(int ms) {
     if (mode() == Mode::silent)
         SOUND_MUTE_TIMER = ms;
@@ -267,14 +268,14 @@ void moveClock(int ms) {
 
 // ---- Text ---------------------------------------------------------------------------------------------------------
 
-// Null without the font file. A font costs more to load than a line of it to draw, so each is kept.
+// Null without the font file. Callers keep the font, because loading it takes longer than drawing a line.
 FTGL::FTGLfont* loadFont(FTGL::FTGLfont* (*create)(const char*), unsigned size) {
     FTGL::FTGLfont* font = create(FONT_FILE);
     if (font != nullptr) FTGL::ftglSetFontFaceSize(font, size, FONT_RESOLUTION);
     return font;
 }
 
-// The raster position takes the current colour, and the line lies over whatever the frame holds there.
+// The line takes the current colour and lies over everything that is drawn.
 void drawInfoText(float x, float y, const std::string& text) {
     static FTGL::FTGLfont* const font = loadFont(FTGL::ftglCreatePixmapFont, 20);
     if (font == nullptr) return;
@@ -293,7 +294,7 @@ FTGL::FTGLfont* loadPolygonFont() {
 }  // namespace
 
 void ryl_init(int argc, char** argv, void (*display)(void)) {
-    // A reader on a pipe sees each line when it is printed.
+    // So that a reader on a pipe sees each line at once.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     ryl_watchEndings();
     ryl_printHelpOrVersion(argc, argv);
@@ -386,11 +387,11 @@ int ryl_keptFrom(void) {
 void ryl_setDemoLength(float seconds) {
     static int sceneid = 0;
     SCENE_TIME[sceneid] = seconds;
-    // Rounded down scene by scene, from the single-precision length: 20.4 s adds 20399 ms.
+    // Each single-precision length is rounded down: 20.4 s adds 20399 ms.
     DEMO_LENGTH = 0;
     for (int i = 0; i <= sceneid; ++i)
         DEMO_LENGTH = static_cast<int>(DEMO_LENGTH + static_cast<double>(SCENE_TIME[i]) * 1000.0);
-    ryl_finishFrames();  // their lines stand before this one
+    ryl_finishFrames();  // their lines come before this one
     std::printf("DEV: DEMO_LENGTH = %d SCENE_TIME[%d] = %f\n", DEMO_LENGTH, sceneid,
                 static_cast<double>(SCENE_TIME[sceneid]));
     ++sceneid;
@@ -437,7 +438,7 @@ void ryl_handleKeypress(unsigned char key, int, int) {
 void ryl_handleSpecialKeys(int key, int, int) {
     if (mode() == Mode::capture) return;
     const bool endless = mode() == Mode::silent;
-    const int time = endless ? ryl_getTime() : soundPosition();  // what is heard moves by a second, not what is shown
+    const int time = endless ? ryl_getTime() : soundPosition();  // the sound moves by a second, so count from it
     const int back = time - SEEK_MS, forward = time + SEEK_MS;
     if (key == GLUT_KEY_LEFT) moveClock(std::max(back, 0));
     if (key == GLUT_KEY_RIGHT && (endless || (forward < static_cast<int>(SONGLENGTH) && forward < DEMO_LENGTH)))
@@ -463,7 +464,7 @@ void ryl_update(int) {
         drawDueFrame();
         captureFrame();
     }
-    // In capture mode the silent clock stays still by itself: nothing releases it there.
+    // In capture mode nothing releases the silent clock, so it stands still.
     if (SOUND_ON == 0 && SOUND_MUTE_START != 0 && SOUND_MUTE_PAUSE == 0) SOUND_MUTE_TIMER += TICK_MS;
     frameDue = true;
     glutPostRedisplay();

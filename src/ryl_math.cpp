@@ -3,7 +3,7 @@
 #include <cmath>
 
 float ryl_cos_weight(float t) {
-    // Not the full-precision pi: part of the values.
+    // This rounded pi is part of the values.
     constexpr double HALF_TURN = 3.14159265;
     const auto angle = static_cast<float>(t * HALF_TURN);
     return static_cast<float>((1.0 - std::cos(static_cast<double>(angle))) * 0.5);

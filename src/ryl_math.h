@@ -1,6 +1,6 @@
 // ryl_math.h - waveforms and interpolation without rounding to single precision at the end
 //
-// Needs nothing; no GL, no state. Never rounds but where said: the values are part of the pictures.
+// Needs nothing; no GL, no state. Rounds only where a comment says so, because the values are part of the pictures.
 #pragma once
 
 // From a (t = 0) to b (t = 1) along half a cosine, like ryl_1DcosInterpolate but as a double.

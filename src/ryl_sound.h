@@ -1,7 +1,6 @@
-// ryl_sound.h - what of the framework core needs the sound library's types
+// ryl_sound.h - the part of the framework core that needs the sound library's types
 //
 // Needs the sound library under libs/ at run time. For ryl.cpp and its tests; content never sees these types.
-// Never plays anything by itself.
 #pragma once
 
 #include "fmod.h"

@@ -14,7 +14,7 @@ constexpr std::size_t PIXEL_BYTES = 4;
 
 bool isLevel(int level) { return level >= 0 && level <= 9; }
 
-// Bytes that the picture takes; 0 where there can be none of this size.
+// Bytes that the picture takes; 0 if width or height is not above 0.
 std::size_t bytesOf(int width, int height) {
     if (width <= 0 || height <= 0) return 0;
     return static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * PIXEL_BYTES;

@@ -14,7 +14,7 @@ int CURRENT_ID = -1;
 
 namespace {
 
-// A step of building a program; shown when the 0 becomes a 1.
+// A step of building a program; change the 0 to a 1 to print it.
 void trace(const char* step) { dprint(step, 0); }
 
 [[noreturn]] void failToLoad(const char* path) {
@@ -32,7 +32,7 @@ int takeId() {
     return CURRENT_ID;
 }
 
-// Gives the id back that was taken for a load without a file.
+// Gives back the id that a load without any file has taken.
 int refuseLoad() {
     std::puts("[!] No files given to function loadShader()");
     return CURRENT_ID--;
@@ -61,7 +61,7 @@ void attachVertexAndFragment(const shaderEntry& entry, const char* vertexPath, c
     if (fragmentPath != nullptr) glAttachObjectARB(entry.program, entry.fragmentObject);
 }
 
-// The GL's words on an object, whether it failed or not.
+// Prints what the GL says about an object, whether it failed or not.
 void printLog(GLuint object, const std::string& heading) {
     GLint length = 0;
     glGetObjectParameterivARB(object, GL_OBJECT_INFO_LOG_LENGTH_ARB, &length);

@@ -7,15 +7,15 @@
 //   ryl_disableShader();                                        // back to the fixed functions
 //
 // Needs    a current GL context after glewInit, with ARB shader objects; the GL thread.
-// Leaves   the program in use as enable and disable set it. Nothing is ever released.
+// Leaves   the program in use that enable and disable set. Nothing is ever released.
 // Fails    a source file that cannot be read, and the 64th program, end the process with -1 after a message on
-//          standard output. A stage that does not compile or a program that does not link ends nothing: what the GL
-//          has to say is printed, and so is what it says of a stage that did compile.
+//          standard output. If a stage does not compile or a program does not link, the process goes on. What the GL
+//          says about each stage and program is printed, whether it failed or not.
 #pragma once
 
 constexpr int MAX_SHADERS = 63;
 
-// One program. A stage that its load did not use keeps what was there before.
+// One program. Stages that its load did not use keep the values they had.
 struct shaderEntry {
     char* vertexSource;  // zero-terminated; kept for the life of the process
     char* fragmentSource;
@@ -33,19 +33,20 @@ extern int CURRENT_ID;  // the id taken last, -1 before the first
 // Reads a whole file into a new zero-terminated buffer, from malloc, that the caller owns.
 char* loadFile(const char* path);
 
-// Builds a program from a vertex and a fragment stage; a null path leaves its stage out, but not both. Returns the id,
-// counting from 0. Without any path only a message is printed, and the next load takes the same id.
+// Builds a program from a vertex and a fragment stage; a null path leaves its stage out, but not both. Returns the
+// id, counting from 0. Without any path only a message is printed, and the next load takes the same id.
 int ryl_loadShader(const char* vertexPath, const char* fragmentPath);
 
 // The same with a geometry stage (EXT_geometry_shader4) in front, for primitives of `inputType`, such as
 // GL_TRIANGLES, that emits primitives of `outputType`, such as GL_TRIANGLE_STRIP, with as many vertices as the GL
-// allows. The stage's text says "#extension GL_EXT_geometry_shader4 : enable", without which some drivers do not compile
-// it. Where the GL lacks the extension that is said in one line and the program is built without the stage.
+// allows. The stage's text says "#extension GL_EXT_geometry_shader4 : enable", without which some drivers do not
+// compile it. If the GL lacks the extension, a line says so and the program is built without the stage.
 int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const char* fragmentPath, int inputType,
                         int outputType);
 
-// Sets the uniform `name`, of `count` (1 to 4) floats, of the program in use, which is to be program `id`. A count
-// above 4 prints a message and sets nothing, below 0 sets nothing, 0 ends the process with -1 after a message.
+// Sets the uniform `name`, of `count` (1 to 4) floats, of the program in use, which must be program `id`. A count
+// above 4 prints a message and sets nothing, a count below 0 sets nothing, and 0 ends the process with -1 after a
+// message.
 void ryl_shader_sendUniformValue(int id, const char* name, const float* values, int count);
 
 // Switches to program `id`, which is not checked, and back to the fixed functions.

@@ -11,7 +11,7 @@ namespace {
 constexpr int TEST_BLOCKS = 10;
 constexpr std::size_t TEST_BLOCK_BYTES = 2048;
 
-// The compiler may drop an allocation that nothing reads; a volatile pointer keeps the request real.
+// The volatile pointer keeps the compiler from dropping the unused allocation.
 bool canAllocate(std::size_t bytes) {
     void* volatile block = std::malloc(bytes);
     const bool got = block != nullptr;

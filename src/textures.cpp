@@ -29,14 +29,14 @@ using Image = std::unique_ptr<gdImage, DestroyImage>;
 using Bytes = std::unique_ptr<unsigned char[]>;
 using Words = std::unique_ptr<std::uint32_t[]>;
 
-// Null when the memory cannot be had.
+// Null if there is no memory.
 Bytes allocateBytes(std::size_t count) { return Bytes(new (std::nothrow) unsigned char[count]); }
 
 GLuint uploadTexture(int width, int height, GLenum format, GLenum type, const void* texels) {
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_2D, texture);
-    // Rows of three-byte texels have no padding; the GL reads rows of whole words unless it is told.
+    // Rows of three-byte texels have no padding, but by default the GL expects rows of whole words.
     GLint alignment = 0;
     glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
@@ -47,7 +47,7 @@ GLuint uploadTexture(int width, int height, GLenum format, GLenum type, const vo
     return texture;
 }
 
-// libgd's colours, row 0 first. Null when the memory cannot be had.
+// libgd's colours, row 0 first. Null if there is no memory.
 Words coloursOfImage(gdImage* image) {
     const auto width = static_cast<std::size_t>(gdImageSX(image));
     const int height = gdImageSY(image);
@@ -55,7 +55,7 @@ Words coloursOfImage(gdImage* image) {
     if (!colours) return colours;
     std::uint32_t* next = colours.get();
     for (int y = 0; y < height; ++y) {
-        // A call per pixel of a true-colour image would take as long as decoding it.
+        // One call per pixel would take as long as decoding the image.
         if (gdImageTrueColor(image)) {
             next = std::copy_n(image->tpixels[y], width, next);
             continue;
@@ -66,15 +66,15 @@ Words coloursOfImage(gdImage* image) {
     return colours;
 }
 
-// From libgd's alpha, 127 (clear) to 0, to 0 (clear) to 255; below it red, green and blue.
+// Converts libgd's alpha, 127 (clear) to 0, to 0 (clear) to 255. Red, green and blue stay in the lower bytes.
 std::uint32_t texelFromColour(std::uint32_t colour) {
     constexpr std::uint32_t GD_ALPHA_RANGE = 127, OPAQUE_ALPHA = 255, RGB = 0xffffff;
     const std::uint32_t alpha = (GD_ALPHA_RANGE - (colour >> 24 & GD_ALPHA_RANGE)) * OPAQUE_ALPHA / GD_ALPHA_RANGE;
     return alpha << 24 | (colour & RGB);
 }
 
-// Whether the PNG file claims more pixels than its bytes can hold: deflate packs at most 1032 bytes into one (RFC 1951),
-// of at most 8 pixels each. libgd would take memory for all of them first.
+// Whether the PNG file claims more pixels than its bytes can hold: deflate packs at most 1032 bytes into one (RFC
+// 1951), and a byte holds at most 8 pixels. libgd would allocate memory for all of them before it reads.
 bool claimsTooMuch(std::FILE* file) {
     constexpr std::uint64_t MOST_PIXELS_PER_BYTE = std::uint64_t{1032} * 8;
     const long bytes = ryl_bytesLeft(file);
@@ -89,7 +89,7 @@ bool claimsTooMuch(std::FILE* file) {
 }
 
 struct Decoded {
-    const char* failure = nullptr;  // what there is to say; null where there is an image
+    const char* failure = nullptr;  // the message; null if there is an image
     int width = 0, height = 0;
     Words texels = nullptr;
 };
@@ -108,7 +108,7 @@ Decoded decodePNG(const char* path) {
     return decoded;
 }
 
-// What ryl_decodeAhead was asked for and no ryl_loadPNG has taken yet.
+// The images of ryl_decodeAhead that no ryl_loadPNG has taken yet.
 using Images = std::map<std::string, Decoded>;
 std::future<Images> decodedAhead;
 
@@ -136,7 +136,7 @@ bool readTgaHeader(std::FILE* file, TgaHeader& header) {
     return true;
 }
 
-// Exactly `count` bytes, or null when the memory cannot be had or the file ends before.
+// Exactly `count` bytes; null if there is no memory or the file is too short.
 Bytes readBytes(std::FILE* file, std::size_t count) {
     if (ryl_bytesLeft(file) < static_cast<long>(count)) return nullptr;
     Bytes bytes = allocateBytes(count);

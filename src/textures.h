@@ -1,4 +1,4 @@
-// textures.h - image files to GL textures, and the picture to an image file
+// textures.h - loads image files as GL textures, and writes the picture to an image file
 //
 //   GLuint logo = ryl_loadPNG("data/images/banner.png");
 //   ryl_screenshot(1280, 800, "screenshot.png", 0);
@@ -12,14 +12,14 @@
 #include <string>
 #include <vector>
 
-// Decodes PNG files on a thread of its own, one after the other, for the first ryl_loadPNG of each: that takes the image,
-// or waits until all are decoded. Needs no GL, so what waits for the GL's driver need not wait for files after it. Says
-// nothing itself about what it cannot read; ryl_loadPNG does. A second call waits for the first and drops what has not been
-// taken; so does the end of the process wait.
+// Decodes PNG files on its own thread, one after the other. The first ryl_loadPNG of each file takes the decoded
+// image, after waiting until all are decoded. Needs no GL, so files can be decoded while the GL's driver starts.
+// Prints nothing; ryl_loadPNG says what could not be read. A second call waits for the first and drops the images
+// that nobody took; exit waits too.
 void ryl_decodeAhead(const std::vector<std::string>& paths);
 
-// A PNG file of any kind that libgd reads. Alpha has 7 bits there, 0 opaque, and becomes 0 to 255, 255
-// opaque. Returns a texture name that the caller owns.
+// A PNG file of any kind that libgd reads. libgd's alpha, 127 (clear) to 0 (opaque), becomes 0 to 255 (opaque).
+// Returns a texture name that the caller owns.
 unsigned ryl_loadPNG(const char* path);
 
 // An uncompressed true-colour Truevision TGA file of 24 or 32 bits per pixel, with no ID field, no colour map

@@ -1,4 +1,4 @@
-// version.h - the version of all that is built here; the build reads it from this line
+// version.h - the version of everything that is built here; CMake reads it from this line
 #pragma once
 
 constexpr char RYL_VERSION[] = "1.0";

@@ -66,7 +66,7 @@ Texel ribbonsAt(float x, float y) {
     return paper;
 }
 
-// --- letters ---------------------------------------------------------------------------------------------------------
+// ---- letters ------------------------------------------------------------------------------------------------------
 
 // From the top of the l to the tail of the y.
 Vec3 lacquer(float y) {
@@ -133,7 +133,7 @@ Texel glowAt(const Logo& logo, float x, float y) {
                 halo);
 }
 
-// --- making the fields -------------------------------------------------------------------------------------------------
+// ---- making the fields --------------------------------------------------------------------------------------------
 
 // The letters side by side in the middle of the field, stretched.
 Mask nameMask(const char* font) {

@@ -48,7 +48,7 @@ constexpr Patch STRINGS = {.unison = 5,
                            .vibratoDepth = 0.08f,
                            .level = 0.26f};
 
-constexpr Patch BASS = {.wave = Wave::SAW,
+constexpr Patch BASS = {.wave = Wave::saw,
                         .unison = 2,
                         .detune = 0.12f,
                         .sub = 0.6f,
@@ -61,7 +61,7 @@ constexpr Patch BASS = {.wave = Wave::SAW,
                         .drive = 2.0f,
                         .level = 0.75f};
 
-constexpr Patch REESE = {.wave = Wave::SAW,
+constexpr Patch REESE = {.wave = Wave::saw,
                          .unison = 5,
                          .detune = 0.55f,
                          .width = 0.9f,
@@ -106,7 +106,7 @@ constexpr Patch LEAD = {.unison = 5,
                         .drive = 1.3f,
                         .level = 0.5f};
 
-constexpr Patch WHISTLE = {.wave = Wave::PULSE,
+constexpr Patch WHISTLE = {.wave = Wave::pulse,
                            .unison = 3,
                            .detune = 0.10f,
                            .width = 0.5f,
@@ -139,7 +139,7 @@ constexpr Patch SIREN = {.unison = 3,
                          .drive = 2.2f,
                          .level = 0.4f};
 
-constexpr Patch ARP = {.wave = Wave::PULSE,
+constexpr Patch ARP = {.wave = Wave::pulse,
                        .unison = 2,
                        .detune = 0.08f,
                        .width = 0.8f,
@@ -152,7 +152,7 @@ constexpr Patch ARP = {.wave = Wave::PULSE,
                        .filter = {0.001f, 0.12f, 0.05f, 0.1f},
                        .level = 0.5f};
 
-constexpr Patch CHIP = {.wave = Wave::PULSE,
+constexpr Patch CHIP = {.wave = Wave::pulse,
                         .unison = 1,
                         .pulse = 0.125f,
                         .amplifier = {0.001f, 0.3f, 0.5f, 0.05f},

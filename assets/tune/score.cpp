@@ -23,7 +23,7 @@ constexpr float MAX_TRANSPOSE = 24;
 
 // One step of a row.
 struct Step {
-    enum Kind { REST, HOLD, HIT } kind = REST;
+    enum class Kind { rest, hold, hit } kind = Kind::rest;
     std::vector<float> pitches;
     int velocity = DEFAULT_VELOCITY;
     bool slides = false;
@@ -100,7 +100,7 @@ float readPitch(const std::string& word, size_t& at) {
 
 Step readNotes(const std::string& word) {
     Step step;
-    step.kind = Step::HIT;
+    step.kind = Step::Kind::hit;
     size_t at = 0;
     if (word[at] == '~') step.slides = true, ++at;
     step.pitches.push_back(readPitch(word, at));
@@ -122,9 +122,9 @@ void appendSteps(const std::string& word, std::vector<Step>& steps) {
     for (const char c : word) {
         Step step;
         if (c == '-')
-            step.kind = Step::HOLD;
+            step.kind = Step::Kind::hold;
         else if (c != '.') {
-            step.kind = Step::HIT;
+            step.kind = Step::Kind::hit;
             step.pitches = {PITCH_OF_UNPITCHED};
             step.velocity = c == 'x' ? DEFAULT_VELOCITY : c == 'X' ? FULL_VELOCITY : c - '0';
         }
@@ -138,7 +138,7 @@ void readRow(Reader& reader, const Words& words) {
     auto row = std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return r.track == track; });
     if (row == rows.end()) row = rows.insert(rows.end(), Row{track, {}});
     for (size_t i = 1; i < words.size(); ++i) appendSteps(words[i], row->steps);
-    if (row->steps.empty() || row->steps[0].kind == Step::HOLD)
+    if (row->steps.empty() || row->steps[0].kind == Step::Kind::hold)
         throw ScoreError("the row of \"" + words[0] + "\" must begin with a note or a rest");
 }
 
@@ -270,9 +270,9 @@ void layRow(Reader& reader, const Row& row, const Pattern& pattern, const Play& 
     for (long i = std::lround(std::ceil(from / stepBeats - BEAT_TOLERANCE));
          static_cast<double>(i) * stepBeats < end - BEAT_TOLERANCE; ++i) {
         const Step& step = stepAt(i);
-        if (step.kind != Step::HIT) continue;
+        if (step.kind != Step::Kind::hit) continue;
         long after = i + 1;
-        while (stepAt(after).kind == Step::HOLD && after % count != 0) ++after;
+        while (stepAt(after).kind == Step::Kind::hold && after % count != 0) ++after;
         const double beat = static_cast<double>(i) * stepBeats;
         const double length = std::min(static_cast<double>(after) * stepBeats, end) - beat;
         for (size_t voice = 0; voice < step.pitches.size(); ++voice) {

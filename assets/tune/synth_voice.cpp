@@ -63,7 +63,7 @@ Pair nextSample(Oscillators& oscillators, const Patch& patch) {
     for (int i = 0; i < patch.unison; ++i) {
         Voice& voice = oscillators.voices[static_cast<size_t>(i)];
         const float wave =
-            patch.wave == Wave::SAW ? sawAt(voice.phase, voice.step) : pulseAt(voice.phase, voice.step, patch.pulse);
+            patch.wave == Wave::saw ? sawAt(voice.phase, voice.step) : pulseAt(voice.phase, voice.step, patch.pulse);
         advance(voice.phase, voice.step);
         sum.left += wave * voice.left;
         sum.right += wave * voice.right;

@@ -5,11 +5,11 @@
 #include "envelope.h"
 #include "voice.h"
 
-enum class Wave { SAW, PULSE };
+enum class Wave { saw, pulse };
 
 // The settings of one sound.
 struct Patch {
-    Wave wave = Wave::SAW;
+    Wave wave = Wave::saw;
     int unison = 1;      // oscillators
     float detune = 0;    // semitones between the outermost of them
     float width = 0;     // how far they spread across the stereo picture, 0..1

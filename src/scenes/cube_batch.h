@@ -19,9 +19,8 @@ struct Cube {
     float red, green, blue;
 };
 
-// Adds those of the cube's faces that can be seen from the camera at (0, 0, 50), which looks along -z: the others lie
-// behind them. A cube that reaches through the near plane, one unit before the camera, is open there and shows its
-// inside, so it keeps all six.
+// Adds the faces of the cube that the camera at (0, 0, 50), looking along -z, can see. A cube that reaches through
+// the near plane, one unit before the camera, is open there and shows its inside, so all its six faces are added.
 void addCube(CubeBatch& batch, const Cube& cube);
 
 void drawBatch(const CubeBatch& batch);

@@ -31,13 +31,13 @@ void drawFrontRow(double t) {
     }
 }
 
-// 1 on the beat, from there down to 0.
+// 1 on each beat, falling to 0 before the next.
 double pulseAt(double t) { return ryl_sawWave(static_cast<float>(BEATS_PER_SECOND * t)); }
 
 bool isJustAfterBeat(double pulse) { return pulse > 0.99; }
 
-// Bright cells shrink from each beat to the next. Just after a beat the seed advances with every cell, so
-// each cell of that frame asks another pattern, and the floor has a new one until the next beat.
+// Bright cells shrink from each beat to the next. Just after a beat the seed advances with every cell, so in that
+// frame each cell has another pattern; after it the floor has a new one until the next beat.
 void drawFloor(unsigned cube, double t, int& seed) {
     constexpr float BRIGHT_ABOVE = 0.5f;
     const double pulse = pulseAt(t);

@@ -25,8 +25,8 @@ void drawLargeCube(unsigned cube, double t, bool bobbing) {
     glPopMatrix();
 }
 
-// All cubes of a row share its shift and its colour, so the slab bends like a snake whose bends travel along it, and the
-// bands of colour run towards the camera. Near rows first: what they cover need not be drawn.
+// All cubes of a row share its shift and its colour, so the slab bends like a snake, and the bands of colour run
+// towards the camera. Near rows come first, so that the depth test saves what they cover.
 void drawSlab(double t, bool bobbing) {
     CubeBatch slab;
     slab.reserve(SLAB_CORNERS);
@@ -46,7 +46,7 @@ void drawSlab(double t, bool bobbing) {
 void drawCubeWall(const SceneFrame& frame, bool bobbing) {
     const double t = frame.t;
     enterWhiteFog();
-    // Not pushed: the roll is over when the frame's picture is done and the camera is placed anew.
+    // No push: the roll ends when the camera is placed anew after the scene.
     glRotatef(static_cast<float>(10.0 * noise(t, 0, 34)), 0, 0, 1);
     glPushMatrix();
     glColor4f(1, 1, 1, 1);

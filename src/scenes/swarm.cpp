@@ -28,7 +28,7 @@ void drawSwarm(unsigned cube, double t) {
     constexpr int LAST = 200, STEP = 2;
     constexpr float REACH = 50;
     for (int i = 0; i < LAST; i += STEP) {
-        // The three numbers are axis and colour at once, and the last one the depth as well.
+        // The three numbers are the axis and the colour; the last one is the depth too.
         const float a = noise(i, 0.2 * t, 32);
         const float b = noise(i, 0.3 * t, 33);
         const float c = noise(i, 0.4 * t, 34);

@@ -1,12 +1,12 @@
-// swarm.h - what both cube designs share: the white fog under light 0, and the swarm
+// swarm.h - what both cube designs share: white fog with light 0, and the swarm
 //
 // Needs    what scenes.h needs. Never keeps anything between calls.
 #pragma once
 
-// Switches light 0 and the fog on: white, so that what is far away melts into the white ground.
+// Switches light 0 and the fog on. The fog is white, so that distant things melt into the white background.
 void enterWhiteFog();
 
-// Switches the fog off and polygons back to filled. Light 0 is the caller's to switch off.
+// Switches the fog off and polygons back to filled. Callers switch light 0 off.
 void leaveWhiteFog();
 
 // The noise of the formulas, x and y rounded to float.
