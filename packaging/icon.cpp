@@ -1,4 +1,4 @@
-// Paints the icon of the menu entry: the logo's letters on the night, its ribbons running out at the sides.
+// Paints the icon of the menu entry: the logo's letters on a night sky, its ribbons running out at the sides.
 
 #include "logo.h"
 #include "painting.h"
@@ -34,7 +34,7 @@ Canvas paintPicture(const char* font) {
     const float top = SIDE / 2.0f - LOGO_HEIGHT * LETTERS_CENTRE;
     Canvas canvas = makeCanvas(SIDE, SIDE);
     paint(canvas, SAMPLES, [&](float x, float row) {
-        // Textures are written bottom row first; an icon stands upright in its file.
+        // writePng writes the bottom row first, but an icon stands upright in its file.
         const float y = SIDE - row;
         if (depthInGround(x, y) < 0) return CLEAR;
         return over(logoAt(logo, x - left, y - top), opaque(groundColour(y)));

@@ -1,4 +1,4 @@
-# Read by CPack once for each kind of package that it makes.
+# CPack reads this once for each kind of package that it makes.
 if(CPACK_GENERATOR STREQUAL "DEB")
     set(CPACK_COMPONENTS_ALL system)
     set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

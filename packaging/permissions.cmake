@@ -1,4 +1,4 @@
-# Run by CPack on what it is about to pack: directories get their usual permissions whatever the packager's umask is.
+# CPack runs this before it packs: directories get their usual permissions whatever the packager's umask is.
 file(GLOB_RECURSE entries LIST_DIRECTORIES true ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/*)
 foreach(entry IN LISTS entries)
     if(IS_DIRECTORY ${entry} AND NOT IS_SYMLINK ${entry})
