@@ -1,4 +1,4 @@
-// file.h - a file that the generators write, closed when its owner goes
+// file.h - the handle of a file that a generator writes; it closes itself
 #pragma once
 
 #include <cstdio>

@@ -1,6 +1,6 @@
-// Times the phases of the demo's frames. After the frames of interest it prints the median of each phase and ends the
-// program. The demo knows nothing of it: the linker puts the functions at the end of this file in the place of the calls
-// that begin a phase (--wrap).
+// Times the phases of the demo's frames. After the last frame that counts it prints the median of each phase and ends
+// the program. The demo does not know of it: the linker replaces the calls that begin a phase with the functions at
+// the end of this file (--wrap).
 #include "fbo.h"
 #include "layers.h"
 #include "picture.h"
@@ -23,14 +23,14 @@ using Clock = std::chrono::steady_clock;
 enum class FramePhase {
     content,      // noise, positions, colours
     submission,   // the scene's GL calls
-    rasterising,  // until the scene target is drawn
+    rasterising,  // the driver's work until the scene target is drawn
     composite,    // the scene's picture, bands and overlay
     blur,
     swap,
     end,
 };
 
-// Every scene shows all that it has between six and ten seconds after its start.
+// Six to ten seconds after its start every scene shows everything that it has.
 constexpr std::size_t FIRST_FRAME = 240, FRAMES = 160;
 constexpr std::size_t PHASES = static_cast<std::size_t>(FramePhase::end);
 
@@ -60,9 +60,9 @@ void report() {
     std::puts("");
 }
 
-// The frame's phase from here to the next call. Time spent in a phase entered twice adds up.
+// Starts a phase of the frame, which lasts until the next call. The times of a phase that is entered twice add up.
 void enterPhase(FramePhase next) {
-    // What the phase before has submitted is part of it; only the scene's own drawing has a phase to itself.
+    // A phase includes the drawing that it has submitted. Only the scene's drawing has its own phase, rasterising.
     if (next != FramePhase::submission && next != FramePhase::rasterising && next != FramePhase::content) glFinish();
     const auto now = Clock::now();
     if (phase != FramePhase::end)
@@ -80,8 +80,8 @@ void enterPhase(FramePhase next) {
 
 }  // namespace
 
-// RYL_WRAP(RESULT, NAME, SYMBOL, (PARAMETERS)): declares realNAME, the function of that symbol, and wrappedNAME, which is
-// called in its place.
+// RYL_WRAP(RESULT, NAME, SYMBOL, (PARAMETERS)): declares realNAME, the function of that symbol, and wrappedNAME,
+// which the demo calls instead.
 #define RYL_WRAP(result, name, symbol, parameters)      \
     result real##name parameters asm("__real_" symbol); \
     result wrapped##name parameters asm("__wrap_" symbol)
@@ -105,7 +105,7 @@ void wrappedDrawBatch(const CubeBatch& batch) {
     enterPhase(FramePhase::content);
 }
 
-// With something to be drawn over it, though that is nothing, a frame does not take the one pass.
+// A frame with something to draw over it, even an empty function, is not finished in one pass.
 void wrappedFinishFrame(int width, int height, const PictureLayers& layers, float blur, const DrawOver& over) {
     enterPhase(FramePhase::rasterising);
     enterPhase(FramePhase::composite);

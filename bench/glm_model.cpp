@@ -1,4 +1,4 @@
-// Speed of the model library on a field of a million triangles, each beside a plain implementation of the same.
+// Times the model library on a field of a million triangles, each function beside a plain implementation.
 #include "glm/glm_util.h"
 #include "plain_geometry.h"
 #include "plain_reader.h"
@@ -21,7 +21,7 @@ constexpr int COLUMNS = 1000, ROWS = 500;  // of cells, two triangles each
 
 using Model = GLMowned;
 
-// A file of the field, gone with the process.
+// A file of the field, removed at the end.
 struct FieldFile {
     FieldFile() : path(std::filesystem::temp_directory_path() / ("ryl-field-" + std::to_string(getpid()) + ".obj")) {
         std::FILE* file = std::fopen(path.c_str(), "w");
@@ -73,7 +73,7 @@ const std::string& fieldPath() {
 
 Model field() { return Model(glmReadOBJ(fieldPath().c_str())); }
 
-// Every triangle with positions of its own.
+// The field with separate positions for every triangle.
 Model splitField() {
     Model model = field();
     auto* vertices = static_cast<float*>(std::malloc((std::size_t{9} * model->numtriangles + 3) * sizeof(float)));
@@ -89,7 +89,7 @@ Model splitField() {
     return model;
 }
 
-// "VmRSS" or "VmHWM", the largest so far, in bytes.
+// "VmRSS", resident memory, or "VmHWM", its largest value so far; bytes.
 double memory(const std::string& kind) {
     std::ifstream status("/proc/self/status");
     std::string word;
@@ -117,7 +117,7 @@ void readLibrary(benchmark::State& state) {
     double most = 0, arrays = 1;
     while (state.KeepRunning()) {
         state.PauseTiming();
-        std::ofstream("/proc/self/clear_refs") << 5;  // the largest size starts again from the present one
+        std::ofstream("/proc/self/clear_refs") << 5;  // VmHWM starts again from the present size
         const double before = memory("VmRSS");
         state.ResumeTiming();
         Model model = field();

@@ -1,4 +1,4 @@
-// The noise against the plain one.
+// Times the noise beside the plain noise.
 #include "noise.h"
 #include "plain_noise.h"
 

@@ -1,4 +1,5 @@
-// Screenshots and textures, each beside a plain implementation that asks libgd for every pixel. Run in the run directory.
+// Times screenshots and textures, each beside a plain implementation that calls libgd for every pixel. Runs in the
+// run directory.
 #include "gl_window.h"
 #include "picture.h"
 #include "textures.h"
@@ -68,7 +69,7 @@ void drawOverWindow(const char* path) {
     glDeleteTextures(1, &texture);
 }
 
-// A picture like those of the demo, kept: smooth in the middle, with the grain of its overlay around.
+// Draws and keeps a picture like those of the demo: smooth in the middle, with the grain of the overlay around it.
 void drawPicture() {
     glClearColor(1, 1, 1, 1);
     glClear(GL_COLOR_BUFFER_BIT);
@@ -79,7 +80,7 @@ void drawPicture() {
     ryl_blendPicture(WIDTH, HEIGHT, 0);
 }
 
-// What of a screenshot comes before the encoding.
+// The part of a screenshot before the encoding.
 void runReadBack(benchmark::State& state) {
     for (auto _ : state) {
         std::vector<unsigned char> pixels(static_cast<std::size_t>(WIDTH) * HEIGHT * 4);

@@ -1,5 +1,5 @@
-// Capture written down plainly: each frame is written before the next one is drawn, and the tick that follows comes 25 ms
-// later. The linker puts these in the place of what the demo calls (--wrap).
+// A plain capture: each frame is written before the next one is drawn, and the next tick comes 25 ms later. The
+// linker replaces the demo's calls with these functions (--wrap).
 #include "textures.h"
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// Time from a seek in the soundtrack to its first decoded samples, beside decoding from the start up to the same place.
+// Times a seek in the soundtrack up to the first decoded samples, beside decoding from the start to the same place.
 #include "mp3_stream.h"
 
 #include <benchmark/benchmark.h>
@@ -23,7 +23,7 @@ struct Tune {
     Tune& operator=(const Tune&) = delete;
 };
 
-// Frames read.
+// Returns the number of frames read.
 int readChunk(Mp3Stream& stream) {
     std::array<std::int16_t, CHUNK_SAMPLES> samples{};
     const int frames = readMp3(stream, samples);
@@ -31,7 +31,7 @@ int readChunk(Mp3Stream& stream) {
     return frames;
 }
 
-// To the given second; below 0: to random places of the whole file.
+// Seeks to the given second; below 0, to random places in the whole file.
 void seek(benchmark::State& state) {
     Tune tune;
     std::mt19937 random{1};
@@ -57,7 +57,7 @@ void decodeFromStart(benchmark::State& state) {
 }
 BENCHMARK(decodeFromStart)->Arg(10)->Arg(100)->Arg(180)->Unit(benchmark::kMicrosecond);
 
-// Reading through the whole file once, which makes length and seeking exact.
+// Opening reads through the whole file once, which makes length and seeking exact.
 void openAndMeasure(benchmark::State& state) {
     for (auto _ : state) {
         Tune tune;

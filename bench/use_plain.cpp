@@ -1,5 +1,5 @@
-// The demo as it would be drawn without its short cuts: linked into the program before its libraries, this takes the place
-// of the cube walls and of the noise.
+// The demo without its short cuts. The linker takes these functions before those of the libraries, so the program
+// draws plain cube walls with plain noise.
 #include "noise.h"
 #include "plain_noise.h"
 #include "plain_scenes.h"

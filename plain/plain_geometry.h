@@ -1,16 +1,16 @@
-// plain_geometry.h - vertex normals and welding as one writes them down first: the baselines of the library's speed
+// plain_geometry.h - straightforward vertex normals and welding: the baselines of the library's speed
 //
-// Plain containers, no memory layout thought about, but nothing quadratic.
+// Plain containers and no special memory layout, but nothing quadratic.
 #pragma once
 
 #include "glm/glm.h"
 
 namespace plain {
 
-// Does what glmVertexNormals does without keep_existing. The model has facet normals.
+// Does the same as glmVertexNormals without keep_existing. The model must have facet normals.
 void vertexNormals(GLMmodel& model, float angle);
 
-// Does what glmWeld does.
+// Does the same as glmWeld.
 void weld(GLMmodel& model, float epsilon);
 
 }  // namespace plain

@@ -10,12 +10,12 @@
 
 namespace {
 
-// In two's complement, so that the neighbours of the outermost lattice points exist.
+// Addition in two's complement, so that the outermost lattice points have neighbours too.
 int plus(int x, unsigned step) { return static_cast<int>(static_cast<unsigned>(x) + step); }
 int next(int x) { return plus(x, 1); }
 int previous(int x) { return plus(x, UINT_MAX); }
 
-// What the processor gives for a float outside the int range is made the rule here: INT_MIN.
+// INT_MIN for a float outside the int range, as x86 processors convert it.
 int truncated(float x) {
     constexpr float LIMIT = 2147483648.0f;
     return x > -LIMIT && x < LIMIT ? static_cast<int>(x) : INT_MIN;
@@ -23,7 +23,7 @@ int truncated(float x) {
 
 float fraction(float x, int whole) { return static_cast<float>(static_cast<double>(x) - whole); }
 
-// Left to right, rounded after each addition.
+// Adds from left to right and rounds after each addition.
 float singlePrecisionSum(std::span<const float> terms) {
     float sum = 0;
     for (const float term : terms) sum = static_cast<float>(static_cast<double>(sum) + term);

@@ -1,4 +1,4 @@
-// plain_noise.h - the noise as it is described, point by point: the reference for the values of ryl_perlin2DNoise, and the
+// plain_noise.h - straightforward noise, point by point: the reference for the values of ryl_perlin2DNoise, and the
 // baseline of its speed
 #pragma once
 

@@ -17,7 +17,7 @@ struct Refused {};
 struct Form {
     const char* pattern;
     int numbers;
-    int texcoord, normal;  // which of the numbers; 3 is none
+    int texcoord, normal;  // which of the numbers it is; 3 is none
 };
 constexpr Form FORMS[] = {
     {"%lld//%lld", 2, 3, 1}, {"%lld/%lld/%lld", 3, 1, 2}, {"%lld/%lld", 2, 1, 3}, {"%lld", 1, 3, 3}};
@@ -41,7 +41,7 @@ std::string groupName(std::FILE* file) {
     return name;
 }
 
-// Whether the numbers of a corner of that form come next.
+// Reads a corner of the given form; returns false if no number comes next.
 bool readCorner(std::FILE* file, const Form& form, GLMtriangle& triangle, int corner) {
     std::fscanf(file, " ");
     const int first = peek(file);
@@ -86,7 +86,7 @@ void readFace(std::FILE* file, Use use) {
     } while (readCorner(file, form, triangle, 2));
 }
 
-// What the first pass counts.
+// The result of the first pass.
 struct Counts {
     std::size_t vertices = 0, normals = 0, texcoords = 0;
     std::map<std::string, std::size_t> triangles;  // of each group

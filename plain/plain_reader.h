@@ -1,7 +1,7 @@
-// plain_reader.h - OBJ geometry read by the rules as they stand: fscanf, token by token, twice over the file
+// plain_reader.h - reads OBJ geometry in the plain way: fscanf, token by token, twice over the file
 //
-// The second opinion on the library's reader and the baseline of its speed. Knows positions, normals, texture
-// coordinates, faces and groups; no materials: "usemtl" is skipped, "mtllib" not allowed.
+// The reference for the library's reader and the baseline of its speed. Knows positions, normals, texture
+// coordinates, faces and groups. Knows no materials: skips "usemtl" and refuses "mtllib".
 #pragma once
 
 #include "glm/glm.h"
@@ -13,17 +13,17 @@
 
 namespace plain {
 
-// Arrays as in GLMmodel, without their unread first entry; findex is none.
+// Arrays as in GLMmodel, but without their unused first entry; findex is GLM_NO_INDEX.
 struct Model {
     std::vector<float> vertices, normals, texcoords;
     std::vector<GLMtriangle> triangles;
     std::map<std::string, std::vector<std::uint32_t>> groups;
 };
 
-// Nothing when the file is one that the library refuses.
+// Nothing if the file is one that the library refuses.
 std::optional<Model> readOBJ(const char* path);
 
-// Whether the library has read the same, bit for bit.
+// Whether the library has read the same data, bit for bit.
 bool isSame(const Model& plain, const GLMmodel& model);
 
 }  // namespace plain

@@ -1,4 +1,4 @@
-// The slab cube by cube, matrix and all, its noise asked for where it is needed.
+// Draws the slab cube by cube, each with a matrix and with noise of its own.
 #include "plain_scenes.h"
 
 #include "lighting.h"
@@ -41,7 +41,7 @@ namespace plain {
 void drawCubeWall(const SceneFrame& frame, bool bobbing) {
     const double t = frame.t;
     enterWhiteFog();
-    // Not pushed: the roll is over when the frame's picture is done and the camera is placed anew.
+    // No push: the roll ends when the camera is placed anew after the scene.
     glRotatef(static_cast<float>(10.0 * noise(t, 0, 34)), 0, 0, 1);
     glPushMatrix();
     glColor4f(1, 1, 1, 1);

@@ -1,6 +1,7 @@
-// plain_scenes.h - the cube walls drawn cube by cube: what the demo's own are compared with and timed against
+// plain_scenes.h - the cube walls drawn cube by cube: the reference for the demo's own, and the baseline of their
+// speed
 //
-// Needs    and leaves what scenes.h says.
+// Needs and leaves what scenes.h says.
 #pragma once
 
 #include "scenes/scenes.h"

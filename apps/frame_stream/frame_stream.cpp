@@ -2,19 +2,19 @@
 //
 //     frame_stream WIDTHxHEIGHT FIRST LAST PROGRAM [ARGUMENT ...]
 //
-// Starts PROGRAM in the working directory and waits for its "[CAPTURE] frame N" lines. Each frame from FIRST to
-// LAST (numbered from 1) goes to standard output as raw pixels: WIDTH x HEIGHT x 3 bytes, red, green, blue, the
-// picture's top row first. Every file capture/N.png is removed once it is passed on or skipped. The program may begin
-// with any frame up to FIRST. A LAST of the form ~N means that the program's own end is the end, N being what is
-// expected; ~ alone, that nobody knows.
-// Progress goes to descriptor 3 where that is open: a bar on a terminal, else plain lines.
+// Starts PROGRAM in the working directory and waits for its "[CAPTURE] frame N" lines. Each frame from FIRST to LAST
+// (numbered from 1) goes to standard output as raw pixels: WIDTH x HEIGHT x 3 bytes, red, green, blue, the picture's
+// top row first. Every file capture/N.png is removed after it was passed on or skipped. The program may begin with
+// any frame up to FIRST. If LAST is ~N, the last frame is where the program ends, expected at N; if it is ~ alone,
+// nothing is known of it.
+// Progress goes to descriptor 3 if it is open: a bar on a terminal, else plain lines.
 // Exit status 0: every frame was passed on. 1: a frame is missing, empty, damaged or of another size, or the program
 // failed or went silent; one "[!]" line on standard error says which. 2: wrong arguments. 3: the reader of standard
 // output is gone.
 //
-// The program is never more than a few frames ahead: its lines go through a pipe in packet mode, in which each line
-// takes one of a fixed number of places, and a full pipe makes it wait. What is decoded is passed on by a thread of its
-// own, two frames behind at most, so decoding goes on while the encoder takes its time.
+// The program is never more than a few frames ahead: its lines go through a pipe in packet mode, where each line
+// takes one of a fixed number of places, and a full pipe makes it wait. A second thread passes decoded frames on, at
+// most two frames behind, so decoding goes on while the encoder is busy.
 #include <fcntl.h>
 #include <png.h>
 #include <poll.h>
@@ -53,7 +53,7 @@ constexpr int SILENCE_LIMIT_MS = 120'000;    // the slowest frame, loading inclu
 constexpr int LINES_AHEAD = 16;              // places in the program's pipe: how many frames may wait
 constexpr int PAGE = 4096;                   // bytes in one place of a pipe
 constexpr int FRAME_PIPE_BYTES = 1 << 20;    // the most that an ordinary user may ask for
-constexpr std::size_t PICTURES_AT_ONCE = 3;  // one being decoded, the others decoded and not yet passed on
+constexpr std::size_t PICTURES_AT_ONCE = 3;  // one is being decoded, the others wait to be passed on
 constexpr std::size_t LINES_KEPT = 6;        // of the program's other output, to show when it fails
 constexpr int PLAIN_LINE_EVERY = 200;        // frames
 constexpr auto BAR_EVERY = std::chrono::milliseconds(100);
@@ -63,26 +63,26 @@ constexpr int FRAME_MS = 25;  // of demo time
 
 struct Range {
     int first = 0, last = 0;  // frame numbers; last 0: not known
-    bool open = false;        // last is only expected: the program's end decides
+    bool open = false;        // last is only an expectation: the program's end decides
 };
 
 struct Size {
     unsigned width = 0, height = 0;  // pixels
 };
 
-// The program and what it has printed besides its frame lines. There is one, for the signal handler.
+// The program and its output other than frame lines. Global, because the signal handler needs it.
 struct Source {
     volatile pid_t process = -1;
     int lines = -1;  // descriptor
     std::string text;
     std::deque<std::string> remarks;
-    int lengthMs = 0;  // the sum of its scenes' lengths, once it has said so
+    int lengthMs = 0;  // the sum of its scenes' lengths; 0 until it has printed that
 };
 Source source;
 
 // ---- The program --------------------------------------------------------------------------------------------------
 
-// Only what a signal handler may call. Returns the status as waitpid gives it.
+// Makes only calls that are allowed in a signal handler. Returns the status of waitpid.
 int endProgram(int signalNumber) {
     int status = 0;
     if (source.process <= 0) return status;
@@ -109,13 +109,13 @@ void onSignal(int signalNumber) {
     std::fputc('\n', stderr);
     va_end(arguments);
     for (const std::string& remark : source.remarks) std::fprintf(stderr, "    %s\n", remark.c_str());
-    _exit(FAILED);  // the thread that passes pictures on may wait for the reader
+    _exit(FAILED);  // not exit: the passing thread may be waiting for the reader
 }
 
 void startProgram(char** command) {
     struct sigaction ending = {}, inherited = {};
     ending.sa_handler = onSignal;
-    // What a shell or nohup has had ignored stays so.
+    // Signals that a shell or nohup has set to be ignored stay ignored.
     for (const int signalNumber : {SIGINT, SIGTERM, SIGHUP})
         if (sigaction(signalNumber, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
             sigaction(signalNumber, &ending, nullptr);
@@ -123,13 +123,13 @@ void startProgram(char** command) {
 
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC | O_DIRECT) != 0) fail("no pipe for the demo's lines: %s", std::strerror(errno));
-    // Without room for that many places the pipe stays as it is, which is fewer.
+    // If the system refuses that many places, the pipe keeps fewer.
     fcntl(ends[1], F_SETPIPE_SZ, LINES_AHEAD * PAGE);
     const pid_t parent = getpid();
     source.process = fork();
     if (source.process < 0) fail("the demo does not start: %s", std::strerror(errno));
     if (source.process == 0) {
-        // Goes with its parent, whichever way that ends.
+        // The program ends with its parent, however that ends.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         if (getppid() != parent) _exit(FAILED);
         signal(SIGPIPE, SIG_DFL);
@@ -164,7 +164,7 @@ bool nextLine(std::string& line) {
     }
 }
 
-// The number that follows `start` in such a line, and 0 in any other.
+// The number after `start` in a line that begins with it; 0 in any other line.
 int numberAfter(std::string_view start, std::string_view line) {
     if (!line.starts_with(start)) return 0;
     line.remove_prefix(start.size());
@@ -173,7 +173,7 @@ int numberAfter(std::string_view start, std::string_view line) {
     return error == std::errc() && (end == line.data() + line.size() || *end == ' ') ? number : 0;
 }
 
-// Reads on to the next frame line. 0 at the end of the program's output.
+// Reads up to the next frame line and returns its number; 0 at the end of the program's output.
 int nextFrame() {
     std::string line;
     while (nextLine(line)) {
@@ -188,7 +188,7 @@ int nextFrame() {
 
 // ---- Frames -------------------------------------------------------------------------------------------------------
 
-// The chunk that every PNG file ends with: no data, its name, its checksum.
+// Every PNG file ends with this chunk: its length 0, its name, its checksum.
 constexpr std::array<unsigned char, 12> PNG_END = {0, 0, 0, 0, 'I', 'E', 'N', 'D', 0xae, 0x42, 0x60, 0x82};
 
 struct CloseFile {
@@ -197,8 +197,7 @@ struct CloseFile {
 
 std::string fileOf(int frame) { return "capture/" + std::to_string(frame) + ".png"; }
 
-// Decodes a whole frame, so that no damage passes. Its rows run from the bottom of the picture to the top;
-// `pixels` takes them top row first.
+// Decodes a whole frame, so that damage is found. The file has the bottom row first, `pixels` the top row.
 void readFrame(int frame, Size size, std::vector<std::uint8_t>& pixels) {
     const std::string name = fileOf(frame);
     const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(name.c_str(), "rb"));
@@ -237,14 +236,14 @@ int passOn(const std::vector<std::uint8_t>& pixels) {
     return 0;
 }
 
-// A ring of decoded pictures. Those from passedOn up to decoded are the passing thread's, the next one is the decoder's.
+// A ring of decoded pictures. The passing thread owns those from passedOn up to decoded, the decoder the next one.
 struct Pictures {
     std::array<std::vector<std::uint8_t>, PICTURES_AT_ONCE> ring;
     std::mutex mutex;
     std::condition_variable changed;
     std::size_t decoded = 0, passedOn = 0;  // from the start; guarded by the mutex
     bool over = false;                      // guarded by the mutex
-    int error = 0;                          // errno of what could not be passed on, the end; guarded by the mutex
+    int error = 0;                          // errno of a failed write, after which nothing follows; guarded too
 
     std::vector<std::uint8_t>& place(std::size_t number) { return ring[number % ring.size()]; }
 };
@@ -302,9 +301,9 @@ struct Progress {
     Clock::time_point start, shown;  // the first frame of the range, the last report
 };
 
-// What is known of the last frame: its number, and how well.
+// What is known about the last frame: its number, and how certain that is.
 struct Expected {
-    int last;  // 0: nothing
+    int last;  // 0: not known
     const char* how;
 };
 
@@ -320,8 +319,8 @@ std::string barOf(double share) {
     return "[" + std::string(filled, '#') + std::string(BAR_WIDTH - filled, '.') + "] ";
 }
 
-// Frames are counted from the first of the range, and the time from when it came: what lies before takes no time to speak
-// of, or far longer.
+// Counts frames from the first of the range, and time from its arrival, because frames before it take much less time,
+// or much more.
 std::string progressOf(int frame, const Range& range, double seconds, bool bar) {
     const int done = frame - range.first + 1;
     const Expected expected = expectedEnd(frame, range);
@@ -342,7 +341,7 @@ std::string progressOf(int frame, const Range& range, double seconds, bool bar) 
     return text + number.data();
 }
 
-// After each frame of the range but the last, which showEnd is for.
+// For each frame of the range but the last, which showEnd reports.
 void showProgress(Progress& progress, int frame, const Range& range) {
     const Clock::time_point now = Clock::now();
     const bool due =
@@ -366,7 +365,7 @@ void showEnd(const Progress& progress, int frame, const Range& range) {
 
 // ---- Arguments ----------------------------------------------------------------------------------------------------
 
-// Takes a positive number off the front of `text`, 0 where there is none.
+// Takes a positive number off the front of `text`; 0 if there is none.
 int takeNumber(std::string_view& text) {
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -433,7 +432,7 @@ int main(int argc, char** argv) {
         std::fputs("[!] frame_stream WIDTHxHEIGHT FIRST LAST|~LAST PROGRAM [ARGUMENT ...]\n", stderr);
         return WRONG_ARGUMENTS;
     }
-    // A progress descriptor that nobody gave must not become the pipe.
+    // If descriptor 3 is closed, the pipe must not get its number.
     if (fcntl(PROGRESS, F_GETFD) < 0) dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), PROGRESS);
     fcntl(STDOUT_FILENO, F_SETPIPE_SZ, FRAME_PIPE_BYTES);
     startProgram(argv + 4);

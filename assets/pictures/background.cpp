@@ -102,7 +102,7 @@ Vec3 cubeColour(const FloorHit& hit) {
     const Cube cube = cubeIn(hit.column, hit.row);
     const float dx = hit.x - (static_cast<float>(hit.column) + 0.5f) * CELL,
                 dz = hit.z - (static_cast<float>(hit.row) + 0.5f) * CELL;
-    // Ways to the faces: the least one is the face that was hit, the next the way to its edge.
+    // Distances to the faces: the least belongs to the face that was hit, the next is the distance to its edge.
     const float toTop = cube.height - hit.height, toSide = cube.half - std::fabs(dx), toFront = cube.half + dz;
     const float face = std::min({toTop, toSide, toFront});
     const float toEdge = std::max(std::min(toTop, toSide), std::min(std::max(toTop, toSide), toFront));

@@ -56,10 +56,9 @@ void paint(Canvas& canvas, int samples, const Shader& shader);
 // Runs body(row) for every row from 0 to rows - 1, on all processors, in no particular order.
 void forEachRow(int rows, const std::function<void(int row)>& body);
 
-// Writes the picture as a true-colour PNG with alpha, bottom row first: textures put their first row on the
-// lower edge, so that is how a picture stands upright on the screen. The colour of clear pixels is continued
-// from their neighbours, so that filtering draws no fringe. False, with a message on standard error, when it
-// cannot.
+// Writes the picture as a true-colour PNG with alpha, bottom row first: textures put their first row on the lower
+// edge, so that is how a picture stands upright on the screen. Clear pixels take the colour of their neighbours, so
+// that filtering draws no fringe. Returns false after a message on standard error if it fails.
 bool writePng(const Canvas& canvas, const char* path);
 
 // A repeatable pseudo-random number in 0..1 for a lattice point.

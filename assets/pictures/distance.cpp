@@ -37,7 +37,7 @@ void transformLine(std::vector<float>& line) {
     }
 }
 
-// Distance of each pixel to the nearest one whose seed is not FAR; a seed is the square of the way left there.
+// Distance of each pixel to the nearest one whose seed is not FAR; a seed is the square of the distance left there.
 std::vector<float> transform(std::vector<float> field, int width, int height) {
     std::vector<float> line(static_cast<size_t>(height));
     for (int x = 0; x < width; ++x) {

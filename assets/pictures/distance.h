@@ -12,15 +12,16 @@ struct Field {
     std::vector<float> values;
 };
 
-// Distance in pixels from the mask's half-covered contour, positive inside. Exact to a fraction of a pixel (Felzenszwalb
-// and Huttenlocher, "Distance Transforms of Sampled Functions", 2012, with the coverage of edge pixels taken into
-// account).
+// Distance in pixels from the mask's half-covered contour, positive inside. Exact to a fraction of a pixel
+// (Felzenszwalb and Huttenlocher, "Distance Transforms of Sampled Functions", 2012, with the coverage of edge pixels
+// taken into account).
 Field distanceField(const Mask& mask);
 
 // The field blurred by three box filters of the given radius in pixels, close to a Gaussian.
 Field smoothed(Field field, int radius);
 
-// The value at any point, in pixels of the field, interpolated; beyond the border the border's value less the way.
+// The value at any point, in pixels of the field, interpolated; beyond the border, the border's value less the
+// distance to it.
 float sampled(const Field& field, float x, float y);
 
 // Lays a soft halo of the given colour under what the canvas holds, about `radius` pixels wide, so that the picture

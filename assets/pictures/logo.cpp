@@ -25,7 +25,8 @@ constexpr int RIBBONS = 6;
 constexpr float RIBBON_PITCH = 35, RIBBON_HALF = 14, RIBBON_PAPER = 6;
 constexpr float RIBBON_MARGIN = 70, RIBBON_STAGGER = 62;
 
-// --- ribbons: side by side in one wave, they sweep up from the left, pass behind the letters and leave at the right --
+// --- ribbons: side by side in one wave, they sweep up from the left, pass behind the letters and leave at the right
+// --
 
 // Where ribbon `i` begins, field pixels; half a ribbon further is its middle.
 float ribbonY(float i, float x) {

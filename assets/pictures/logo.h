@@ -18,7 +18,7 @@ struct Logo {
     Field body;     // to the contour of the letters with their depth
 };
 
-// Draws the letters of the TrueType file `font`. Ends the program with a message when the font cannot be used.
+// Draws the letters of the TrueType file `font`. Ends the program with a message if the font cannot be used.
 Logo makeLogo(const char* font, float height);
 
 // The logo at a point, in pixels from its top left corner; clear outside. Safe on several threads.

@@ -1,9 +1,9 @@
-// painting.h - what each picture's source defines: one call that paints it
+// painting.h - the one function that each picture's source defines
 //
 // The program around it is picture_main.cpp: "make_NAME FILE.png FONT.ttf".
 #pragma once
 
 #include "canvas.h"
 
-// The finished picture. `font` is the path of the TrueType file for whatever text it has.
+// Returns the finished picture. `font` is the path of the TrueType file for its text.
 Canvas paintPicture(const char* font);

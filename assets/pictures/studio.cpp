@@ -131,8 +131,8 @@ Vec3 northernLights(Vec3 d) {
     return BANDS[static_cast<size_t>(index)] * (1.9f * strength * shown);
 }
 
-// The studio, in linear light: dark behind the balls, so that their rims stand out on white; a soft box, a strip light
-// at the right and a cool one behind.
+// The studio, in linear light: dark behind the balls, so that their rims stand out on white; a soft box, a strip
+// light at the right and a cool one behind.
 Vec3 studio(Vec3 d) {
     const Vec3 back = linear(palette::NIGHT) * 1.5f;
     Vec3 light = mix(back, {0.30f, 0.28f, 0.42f}, smoothstep(-0.1f, 0.7f, d.y));

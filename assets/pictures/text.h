@@ -18,8 +18,7 @@ struct TextExtent {
     float left, top, right, bottom;
 };
 
-// `size` is the em size in pixels. Ends the program with a message on standard error when the font cannot be
-// used.
+// `size` is the em size in pixels. Ends the program with a message on standard error if the font cannot be used.
 TextExtent measureText(const char* font, const std::string& text, float size);
 
 // A mask of the given size with the text's pen starting at (x, baseline).

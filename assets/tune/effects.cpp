@@ -13,7 +13,7 @@ struct DelayLine {
 };
 DelayLine lineOf(size_t samples) { return {std::vector<float>(std::max<size_t>(1, samples)), 0}; }
 
-// What went in a line's length ago; put() then replaces it and moves on.
+// The sample from one line's length ago; put() then replaces it and moves on.
 float oldest(const DelayLine& line) { return line.samples[line.at]; }
 void put(DelayLine& line, float sample) {
     line.samples[line.at] = sample;

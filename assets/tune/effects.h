@@ -1,4 +1,4 @@
-// effects.h - what is done to whole tracks and to the mix: delay, reverb, ducking, the limiter
+// effects.h - effects on whole tracks and on the mix: delay, reverb, ducking, the limiter
 //
 // All work on complete buffers, in place or into a result of the same length; none of them allocates more
 // than a few seconds of delay lines on top.
@@ -28,6 +28,6 @@ Stereo reverberation(const Stereo& dry, const ReverbSettings& settings);
 // a track uses it as it is; smaller depths pull it towards 1.
 std::vector<float> duckingGain(const Stereo& key);
 
-// Brings the mix to its final level: removes what lies below hearing, applies the gain, rounds peaks softly,
-// and holds the rest below `ceiling` (linear) with a look-ahead limiter, so that nothing clips.
+// Brings the mix to its final level: removes frequencies below hearing, applies the gain, rounds peaks softly, and
+// keeps the rest below `ceiling` (linear) with a look-ahead limiter, so that nothing clips.
 void master(Stereo& mix, float gain, float ceiling);

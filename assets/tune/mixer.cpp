@@ -23,8 +23,7 @@ struct Buses {
     std::vector<float> duck;  // gain under the kick
 };
 
-// Hands out tracks to whoever is free, but lets them into the mix strictly in order: sums of floats depend on
-// it.
+// Gives tracks to the free threads but adds them to the mix strictly in order, because sums of floats depend on it.
 struct Turns {
     std::atomic<size_t> next{0};
     size_t turn = 0;

@@ -75,7 +75,7 @@ bool writeMp3(const Stereo& mix, const Score& score, const std::string& path) {
     std::vector<unsigned char> tags(lame_get_id3v2_tag(encoder.get(), nullptr, 0));
     lame_get_id3v2_tag(encoder.get(), tags.data(), tags.size());
     std::vector<unsigned char> music = encodeMusic(encoder.get(), mix);
-    // The encoder leaves its first frame blank; what it knows only now, delay and padding, goes there.
+    // The encoder leaves its first frame blank for delay and padding, which it knows only now.
     const size_t tagFrame = lame_get_lametag_frame(encoder.get(), music.data(), music.size());
     const File file(std::fopen(path.c_str(), "wb"));
     if (!music.empty() && tagFrame > 0 && tagFrame <= music.size() && file && put(file.get(), tags) &&

@@ -41,5 +41,5 @@ struct Score {
     std::vector<Note> notes;  // in order of the score, not of time
 };
 
-// False after writing one line on standard error when the file cannot be read or holds an error.
+// Returns false after a line on standard error if the file cannot be read or has an error.
 bool readScore(const std::string& path, Score& score);

@@ -1,10 +1,10 @@
-// voice.h - what plays a note: an instrument by name
+// voice.h - instruments by name, which play notes
 //
 //   const Instrument* lead = findInstrument("lead");
 //   lead->play(*lead, note, out);     // adds the note to the buffer, tail included
 //
-// A note is added to what the buffer holds; whatever would lie past the buffer's end is dropped. Playing is a
-// pure function of the note: no state is kept, so notes can be played in any order and on any thread.
+// A note is added to what the buffer holds; what lies past the buffer's end is dropped. Playing is a pure function of
+// the note: no state is kept, so notes can be played in any order and on any thread.
 #pragma once
 
 #include "audio.h"
@@ -20,5 +20,5 @@ struct Instrument {
     const Patch* patch;  // sound settings of the synthesizer voices, null for the others
 };
 
-// Null when there is no instrument of that name.
+// Null if there is no instrument of that name.
 const Instrument* findInstrument(const std::string& name);
