@@ -57,7 +57,7 @@ void plain::vertexNormals(GLMmodel& model, float angle) {
 
 void plain::weld(GLMmodel& model, float epsilon) {
     using Cell = std::tuple<long, long, long>;
-    std::map<Cell, std::vector<std::uint32_t>> cells;  // of size epsilon: equals are in the same cell or its neighbours
+    std::map<Cell, std::vector<std::uint32_t>> cells;  // of side epsilon; equals share a cell or are neighbours
     std::vector<float> kept;
     std::vector<std::uint32_t> newIndices(model.numvertices + std::size_t{1});
     for (std::uint32_t i = 1; i <= model.numvertices; ++i) {

@@ -1,5 +1,4 @@
-// plain_scenes.h - the cube walls drawn cube by cube: the reference for the demo's own, and the baseline of their
-// speed
+// plain_scenes.h - cube walls drawn cube by cube: reference for the demo's own, and baseline of their speed
 //
 // Needs and leaves what scenes.h says.
 #pragma once

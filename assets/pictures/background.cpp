@@ -15,7 +15,7 @@ constexpr float HORIZON = 0.60f;  // of the height
 constexpr float LOGO_WIDTH = 574, LOGO_TOP = 14.5f;
 constexpr float SPHERES_HEIGHT = 196.5f, SPHERES_TOP = 159.5f;
 
-// ---- the ribbons: bands around the vanishing point that swing as they come forward --------------------------------
+// ---- The ribbons: bands around the vanishing point that swing as they come forward --------------------------------
 
 Vec3 ribbonsAt(float radius, float angle) {
     const float swing = 0.55f * std::sin(5.5f * radius + 1.3f * angle) + 0.25f * std::sin(11 * radius - 2 * angle);
@@ -39,7 +39,7 @@ Vec3 skyAt(float u, float v) {
     return mix(palette::FOG_WHITE, burst, smoothstep(0.0f, 0.13f, v));
 }
 
-// ---- the floor: cubes on a grid in white fog, with a clearing for the spheres -------------------------------------
+// ---- The floor: cubes on a grid in white fog, with a clearing for the spheres -------------------------------------
 
 struct Cube {
     float half, height;  // units; no height: none

@@ -25,8 +25,7 @@ constexpr int RIBBONS = 6;
 constexpr float RIBBON_PITCH = 35, RIBBON_HALF = 14, RIBBON_PAPER = 6;
 constexpr float RIBBON_MARGIN = 70, RIBBON_STAGGER = 62;
 
-// --- ribbons: side by side in one wave, they sweep up from the left, pass behind the letters and leave at the right
-// --
+// ---- Ribbons: side by side in one wave, from the left, behind the letters, out at the right -----------------------
 
 // Where ribbon `i` begins, field pixels; half a ribbon further is its middle.
 float ribbonY(float i, float x) {
@@ -67,7 +66,7 @@ Texel ribbonsAt(float x, float y) {
     return paper;
 }
 
-// ---- letters ------------------------------------------------------------------------------------------------------
+// ---- Letters ------------------------------------------------------------------------------------------------------
 
 // From the top of the l to the tail of the y.
 Vec3 lacquer(float y) {
@@ -134,7 +133,7 @@ Texel glowAt(const Logo& logo, float x, float y) {
                 halo);
 }
 
-// ---- making the fields --------------------------------------------------------------------------------------------
+// ---- Making the fields --------------------------------------------------------------------------------------------
 
 // The letters side by side in the middle of the field, stretched.
 Mask nameMask(const char* font) {

@@ -22,7 +22,7 @@ struct Point {
     float x, y;
 };
 
-// ---- the sun: gold above, glowing red below, cut by gaps that widen as it sinks -----------------------------------
+// ---- The sun: gold above, glowing red below, cut by gaps that widen as it sinks -----------------------------------
 
 constexpr float GLOW_REACH = 0.085f, LOWEST_GAP = 0.30f, GAP_PITCH = 0.066f;
 constexpr int GAPS = 4;
@@ -52,7 +52,7 @@ Texel sunAt(Point p) {
     return tint(mix(palette::SUN_GOLD, palette::SUN_ORANGE, 0.35f), 0.75f * border * std::exp(-away / GLOW_REACH));
 }
 
-// ---- the sea: ribbons of water, the nearer ones over the farther --------------------------------------------------
+// ---- The sea: ribbons of water, the nearer ones over the farther --------------------------------------------------
 
 struct Wave {
     float y, height, length, phase, from, to, colour;
@@ -91,7 +91,7 @@ Texel seaAt(Point p) {
     return result;
 }
 
-// ---- palms --------------------------------------------------------------------------------------------------------
+// ---- Palms --------------------------------------------------------------------------------------------------------
 
 Point bezier(Point a, Point b, Point c, float k) {
     const float l = 1 - k;
@@ -176,7 +176,7 @@ Texel islandAt(Point p) {
     return opaque(mix(sand, palette::SUN_GOLD, smoothstep(top - 0.045f, top, p.y) * smoothstep(0.7f, -0.7f, dx)));
 }
 
-// ---- gulls --------------------------------------------------------------------------------------------------------
+// ---- Gulls --------------------------------------------------------------------------------------------------------
 
 bool onGull(Point centre, float size, Point p) {
     const float x = std::fabs(p.x - centre.x) / size, y = (p.y - centre.y) / size;
