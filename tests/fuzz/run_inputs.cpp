@@ -1,17 +1,16 @@
 // Stands in for libFuzzer's main: run_inputs FOLDER feeds every file of it, none of which is empty, to the target, as
 // it is and damaged, the same in each run. The file "input" holds what was fed last.
 #include "fuzz.h"
+#include "temp_dir.h"
 
 #include <filesystem>
-#include <iterator>
 #include <random>
 
 int main(int, char** argv) {
     constexpr int DAMAGED_COPIES = 40;  // of each file
     assert(!std::filesystem::is_empty(argv[1]));
     for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-        std::ifstream file(entry.path(), std::ios::binary);
-        const std::string input{std::istreambuf_iterator<char>(file), {}};
+        const std::string input = readFile(entry.path());
         std::minstd_rand random;
         for (int i = 0; i <= DAMAGED_COPIES; ++i) {
             std::string copy = input;

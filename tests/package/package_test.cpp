@@ -23,7 +23,7 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
     shell("cd " + inQuotes(place) + " && '" RYL_CPACK "' --config '" RYL_CPACK_CONFIG "' -B ../made -G " + generator +
           " >../log 2>&1 && " + unpack);
     const std::string launcher = shell("ls -d " + inQuotes(place) + "/" + launcherName + " | tr -d '\\n'");
-    ASSERT_FALSE(launcher.empty()) << shell("cat " + inQuotes(made.path() / "log"));
+    ASSERT_FALSE(launcher.empty()) << readFile(made.path() / "log");
     // Nothing that the program loads is where it is started.
     const RunDirectory start;
     for (const char* name : {"ryl", "libs", "data", "tools", "capture"}) fs::remove_all(start.path() / name);
@@ -41,11 +41,10 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
     const std::vector<std::string> capture = {"-nf", "-c", "1", "-w", "160", "-h", "90"};
     Program captured(start, capture);
     ASSERT_TRUE(captured.waitForLine("[CAPTURE] frame 2\n")) << captured.output();
-    const Outcome second = runProgram(start, capture);
+    const Ran second = runProgram(start, capture);
     EXPECT_EQ(second.status, REFUSED);
     EXPECT_TRUE(second.output.starts_with("[!] another run is capturing to ")) << second.output;
-    kill(captured.id(), SIGTERM);
-    EXPECT_EQ(captured.finish(), TERMINATED);
+    EXPECT_EQ(captured.endBy(SIGTERM), TERMINATED);
     EXPECT_GT(fs::file_size(start.path() / "capture/2.png"), 0u);
 
     EXPECT_TRUE(shell(inQuotes(launcher) + " --help").starts_with("Usage: ryl "));

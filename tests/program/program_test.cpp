@@ -8,7 +8,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <regex>
 #include <set>
@@ -19,11 +18,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int FAILED = 255, NO_LIBRARY = 127, TERMINATED = 128 + SIGTERM;
-
-std::string readFile(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // "WIDTHxHEIGHT" of a PNG file.
 std::string imageSize(const fs::path& path) {
@@ -44,7 +38,6 @@ TEST(Ends, HaveAStatusAndAReason) {
         {"", "-nf -c", FAILED, "[*] systemcheck.\n[*] system seems fine\n[!] -c <compressionlevel 0-9>\n"},
         {"", "-nf -c 0 --from-frame 0", FAILED,
          "[*] systemcheck.\n[*] system seems fine\n[!] --from-frame <number from 1>\n"},
-        {PICTURE, "-nf -w 9", FAILED, "[*] Resolution set to default becouse nothing else was given\n" + NO_PICTURE},
         {PICTURE, "-x -nf -w 0 -w 32 -w 7 -h 20 -s", FAILED, "[*] Resolution set to 32x20:32@75\n" + NO_PICTURE},
         {PICTURE, "-nf -w -5 -h 1", FAILED, "[/] -5 x 1 is no size for a window, taking 640 x 480\n" + NO_PICTURE},
         {PICTURE, "-nf -c 0 -w 320", FAILED,
@@ -62,9 +55,9 @@ TEST(Ends, HaveAStatusAndAReason) {
     for (const auto& [missing, options, status, message] : cases) {
         const RunDirectory directory;
         if (!missing.empty()) fs::remove(directory.path() / missing);
-        const Outcome outcome = runProgram(directory, words(options));
-        EXPECT_EQ(outcome.status, status) << message;
-        EXPECT_NE(outcome.output.find(message), std::string::npos) << outcome.output;
+        const Ran ran = runProgram(directory, words(options));
+        EXPECT_EQ(ran.status, status) << message;
+        EXPECT_NE(ran.output.find(message), std::string::npos) << ran.output;
     }
 }
 
@@ -74,11 +67,10 @@ TEST(Ends, WhereTheGlLacksWhatIsNeeded) {
     setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
     setenv("MESA_EXTENSION_OVERRIDE", "-GL_ARB_framebuffer_object", 1);
     setenv("MESA_GL_VERSION_OVERRIDE", "2.1", 1);
-    const Outcome outcome = runProgram(RunDirectory(), words("-nf -m"));
-    EXPECT_EQ(outcome.status, FAILED);
-    EXPECT_TRUE(outcome.output.ends_with("[!] This GL has no framebuffer objects of OpenGL 3.0 "
-                                         "(GL_ARB_framebuffer_object).\n"))
-        << outcome.output;
+    const Ran ran = runProgram(RunDirectory(), words("-nf -m"));
+    EXPECT_EQ(ran.status, FAILED);
+    const std::string reason = "[!] This GL has no framebuffer objects of OpenGL 3.0 (GL_ARB_framebuffer_object).\n";
+    EXPECT_TRUE(ran.output.ends_with(reason)) << ran.output;
 }
 
 // The options that the manual page explains, such as "-nf".
@@ -93,7 +85,7 @@ std::set<std::string> optionsOfManual() {
 }
 
 TEST(Help, NamesTheOptionsOfTheManualAndNothingElseHappens) {
-    const Outcome help = runProgram(RunDirectory(), words("-nf -c --help"));
+    const Ran help = runProgram(RunDirectory(), words("-nf -c --help"));
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.output.starts_with("Usage: ryl ")) << help.output;
     const std::set<std::string> options = optionsOfManual();
@@ -102,7 +94,7 @@ TEST(Help, NamesTheOptionsOfTheManualAndNothingElseHappens) {
 }
 
 TEST(Version, IsAllThatIsPrinted) {
-    const Outcome version = runProgram(RunDirectory(), words("--version"));
+    const Ran version = runProgram(RunDirectory(), words("--version"));
     EXPECT_EQ(version.status, 0);
     EXPECT_EQ(version.output, "ryl " RYL_EXPECTED_VERSION "\n");
 }
@@ -115,27 +107,24 @@ TEST(Timeline, EndsByItselfFiveSecondsIntoTheClosingScene) {
     for (int i = 0; i < 10; ++i)
         expected << "DEV: DEMO_LENGTH = " << ends[i] << " SCENE_TIME[" << i << "] = " << seconds[i] << "00000\n";
     expected << "## got queue 6\nsong start pos = 130000\n";
-    const RunDirectory directory;
-    const Outcome outcome = runProgram(directory, words("-nf -m -s 6 -w 160 -h 90"));
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output, expected.str());
+    const Ran ran = runProgram(RunDirectory(), words("-nf -m -s 6 -w 160 -h 90"));
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.output, expected.str());
 }
 
 // A closed standard output must not become the number of the X connection, nor a reader that goes away the end.
 TEST(Output, NeedNotBeRead) {
     const RunDirectory directory;
-    const std::string run = "cd " + directory.path().string() +
-                            " && ASAN_OPTIONS=detect_leaks=0 timeout 60 ./ryl -nf -m -s 6 -w 80 -h 60";
-    EXPECT_EQ(shell(run + " <&- >&- 2>&-; echo $?"), "0\n");
-    EXPECT_EQ(shell("(" + run + "; echo $? >status) | head -1; cat " + directory.path().string() + "/status"),
-              "[*] systemcheck.\n0\n");
+    const std::string start = "cd " + directory.path().string() +
+                              " && ASAN_OPTIONS=detect_leaks=0 timeout 60 ./ryl -nf -m -s 6 -w 80 -h 60";
+    EXPECT_EQ(shell(start + " <&- >&- 2>&-; echo $?"), "0\n");
+    EXPECT_EQ(shell("(" + start + "; echo $? >status) | head -1"), "[*] systemcheck.\n");
+    EXPECT_EQ(readFile(directory.path() / "status"), "0\n");
 }
 
 TEST(Keys, PauseSeekScreenshotAndQuit) {
     setenv("RYL_SOUND", "none", 1);
-    const RunDirectory directory;
-    Program program(directory, words("-nf -s 5 -w 200 -h 120"));
-    ASSERT_TRUE(program.waitForLine("song start pos = 105000\n")) << program.output();
+    RunningProgram program("-nf -s 5 -w 200 -h 120", "song start pos = 105000\n");
     pressKey("space");
     ASSERT_TRUE(program.waitForLine("PAUSED AT : ")) << program.output();
     const int start = std::atoi(program.output().substr(program.output().rfind("AT : ") + 5).c_str());
@@ -148,106 +137,69 @@ TEST(Keys, PauseSeekScreenshotAndQuit) {
     pressKey("S");
     pressKey("Right");
     EXPECT_TRUE(shows(start));
-    EXPECT_FALSE(fs::exists(directory.path() / "screenshot.png")) << "a capital S is no command";
+    EXPECT_FALSE(fs::exists(program.path() / "screenshot.png")) << "a capital S is no command";
     pressKey("s");
     pressKey("Escape");
     EXPECT_EQ(program.finish(), 0) << program.output();
-    EXPECT_EQ(imageSize(directory.path() / "screenshot.png"), "200x120");
+    EXPECT_EQ(imageSize(program.path() / "screenshot.png"), "200x120");
 }
 
 TEST(FullScreen, CoversTheScreenWithoutAWindowManager) {
     startPrivateDisplay(800, 500);
-    const RunDirectory directory;
-    Program program(directory, words("-m -s 2"));
-    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    RunningProgram program("-m -s 2", "song start pos");
     EXPECT_EQ(windowPlace(), "0,0 800x500");
     pressKey("s");
     pressKey("Escape");
     EXPECT_EQ(program.finish(), 0) << program.output();
-    EXPECT_EQ(imageSize(directory.path() / "screenshot.png"), "800x500");
+    EXPECT_EQ(imageSize(program.path() / "screenshot.png"), "800x500");
 }
 
-TEST(Signals, EndTheProgramThoughTheDisplayHangs) {
-    const RunDirectory directory;
-    Program program(directory, words("-nf -m -w 160 -h 90"));
-    ASSERT_TRUE(program.waitForLine("DEV: ")) << program.output();
+TEST(Signals, OfAClosedTerminalEndTheProgramThoughTheDisplayHangs) {
+    RunningProgram program("-nf -m -w 160 -h 90", "DEV: ");
     signalPrivateDisplay(SIGSTOP);
-    kill(program.id(), SIGTERM);
-    EXPECT_EQ(program.finish(), TERMINATED);
-    EXPECT_TRUE(program.output().ends_with("[*] Ended by signal 15.\n")) << program.output();
+    EXPECT_EQ(program.endBy(SIGHUP), 128 + SIGHUP);
+    EXPECT_TRUE(program.output().ends_with("[*] Ended by signal 1.\n")) << program.output();
     signalPrivateDisplay(SIGCONT);
 }
 
-TEST(Signals, ThatWereIgnoredStayIgnored) {
-    signal(SIGHUP, SIG_IGN);
-    signal(SIGINT, SIG_IGN);
-    const RunDirectory directory;
-    Program program(directory, words("-nf -c 1 -w 160 -h 90"));
-    ASSERT_TRUE(program.waitForLine("[CAPTURE] frame 2\n")) << program.output();
-    kill(program.id(), SIGHUP);
-    kill(program.id(), SIGINT);
-    EXPECT_TRUE(program.waitForLine("[CAPTURE] frame 50\n")) << program.output();
-}
+std::string frameLine(int frame) { return "[CAPTURE] frame " + std::to_string(frame) + "\n"; }
 
-TEST(Signals, OfAClosedTerminalEndTheProgram) {
-    const RunDirectory directory;
-    Program program(directory, words("-nf -m -w 160 -h 90"));
-    ASSERT_TRUE(program.waitForLine("DEV: ")) << program.output();
-    kill(program.id(), SIGHUP);
-    EXPECT_EQ(program.finish(), 128 + SIGHUP);
+TEST(Signals, ThatWereIgnoredStayIgnored) {
+    for (const int ignored : {SIGHUP, SIGINT}) signal(ignored, SIG_IGN);
+    RunningProgram program("-nf -c 1 -w 160 -h 90", frameLine(2));
+    for (const int ignored : {SIGHUP, SIGINT}) kill(program.id(), ignored);
+    EXPECT_TRUE(program.waitForLine(frameLine(50))) << program.output();
 }
 
 TEST(Capture, GoesOnWhileTheWindowIsHiddenOrResized) {
-    const RunDirectory directory;
-    Program program(directory, words("-nf -c 1 -w 160 -h 90"));
-    const auto atFrame = [&](int frame) {
-        return program.waitForLine("[CAPTURE] frame " + std::to_string(frame) + "\n");
-    };
-    ASSERT_TRUE(atFrame(2)) << program.output();
+    RunningProgram program("-nf -c 1 -w 160 -h 90", frameLine(2));
     const std::string window = "xdotool search --name '^ryl-framework$' ";
     shell(window + "windowunmap --sync");
     shell(window + "windowsize 90 160");
     // Far beyond what was on its way.
-    EXPECT_TRUE(atFrame(400)) << program.output();
+    EXPECT_TRUE(program.waitForLine(frameLine(400))) << program.output();
     shell(window + "windowmap");
-    kill(program.id(), SIGTERM);
-    EXPECT_EQ(program.finish(), TERMINATED);
-    EXPECT_EQ(imageSize(directory.path() / "capture/399.png"), "160x90");
+    EXPECT_EQ(program.endBy(SIGTERM), TERMINATED);
+    EXPECT_EQ(imageSize(program.path() / "capture/399.png"), "160x90");
 }
 
-TEST(Capture, TwoRunsGiveTheSameBytes) {
-    constexpr int FRAMES = 30;
-    const RunDirectory first, second;
-    for (const RunDirectory* directory : {&first, &second}) {
-        Program program(*directory, words("-nf -c 1 -w 160 -h 90 -s 2"));
-        EXPECT_TRUE(program.waitForLine("[CAPTURE] frame " + std::to_string(FRAMES) + "\n")) << program.output();
-        kill(program.id(), SIGTERM);
-        EXPECT_EQ(program.finish(), TERMINATED);
-        // Every file is announced, and nothing comes after the last line.
-        const auto files = std::distance(fs::directory_iterator(directory->path() / "capture"), {});
-        EXPECT_TRUE(
-            program.output().ends_with("[CAPTURE] frame " + std::to_string(files) + "\n[*] Ended by signal 15.\n"))
-            << program.output();
-    }
-    for (int frame = 1; frame <= FRAMES; ++frame) {
-        const std::string file = "capture/" + std::to_string(frame) + ".png";
-        EXPECT_EQ(imageSize(first.path() / file), "160x90");
-        EXPECT_TRUE(readFile(first.path() / file) == readFile(second.path() / file)) << file;
-    }
+TEST(Capture, EndedByASignalHasAnnouncedEveryFile) {
+    RunningProgram program("-nf -c 1 -w 160 -h 90", frameLine(30));
+    EXPECT_EQ(program.endBy(SIGTERM), TERMINATED);
+    const auto files = std::distance(fs::directory_iterator(program.path() / "capture"), {});
+    const std::string end = frameLine(static_cast<int>(files)) + "[*] Ended by signal 15.\n";
+    EXPECT_TRUE(program.output().ends_with(end)) << program.output();
 }
 
-// The walls begin 30.8 s into the demo, so of what lies before frame 1290 only the last frames are drawn. What the opening
-// and the greetings remember, and the motion blur, must be what they were.
+// The walls begin 30.8 s into the demo, so only the last of the frames before frame 1290 are drawn. What the opening and
+// the greetings remember, and the motion blur, must be what they were.
 TEST(Capture, FromAFrameOnGivesTheBytesOfAWholeRun) {
     constexpr int FIRST = 1290, LAST = 1295;
-    const RunDirectory whole, part;
     const std::string options = "-nf -c 1 -w 64 -h 36";
-    for (const auto& [directory, from] : {std::pair(&whole, ""), std::pair(&part, " --from-frame 1290")}) {
-        Program program(*directory, words(options + from));
-        EXPECT_TRUE(program.waitForLine("[CAPTURE] frame " + std::to_string(LAST) + "\n")) << program.output();
-        kill(program.id(), SIGTERM);
-        EXPECT_EQ(program.finish(), TERMINATED);
-    }
+    RunningProgram whole(options, frameLine(LAST));
+    EXPECT_EQ(whole.endBy(SIGTERM), TERMINATED);
+    RunningProgram part(options + " --from-frame 1290", frameLine(LAST));
+    EXPECT_EQ(part.endBy(SIGTERM), TERMINATED);
     EXPECT_FALSE(fs::exists(part.path() / ("capture/" + std::to_string(FIRST - 1) + ".png")));
     for (int frame = FIRST; frame <= LAST; ++frame) {
         const std::string file = "capture/" + std::to_string(frame) + ".png";

@@ -1,6 +1,5 @@
 // The program on real screens: an X server that changes its mode, window managers, a Wayland compositor. Always silent.
 // Where one of them is missing, its cases are skipped and say so.
-#include "command.h"
 #include "program.h"
 #include "x_server.h"
 
@@ -116,15 +115,12 @@ void playInMode(const std::string& wanted, const std::string& options, int statu
     const TempDir folder;
     if (!startPrivateServer({"Xorg", "-displayfd", "3", "-config", folder.write("modes.conf", MODES), "-logfile",
                              folder.path() / "log", "-noreset", "-nolisten", "tcp"}))
-        GTEST_SKIP() << "Xorg does not start here with the dummy driver:\n"
-                     << run("cat " + folder.path().string() + "/log").output;
+        GTEST_SKIP() << "Xorg does not start here with the dummy driver:\n" << readFile(folder.path() / "log");
     ASSERT_EQ(mode(), "1600x1000");
-    const RunDirectory directory;
-    Program program(directory, words("-m " + options));
-    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    RunningProgram program("-m " + options, "song start pos");
     ASSERT_TRUE(isPaused(program)) << program.output();
     EXPECT_EQ(mode(), wanted);
-    expectWhole(directory, [&] { return shown(wanted); });
+    expectWhole(program, [&] { return shown(wanted); });
     pressKey("space");
     end(program);
     EXPECT_EQ(program.finish(), status) << program.output();
@@ -182,29 +178,26 @@ void under(const WindowManager& manager, void (*play)(const WindowManager&)) {
     const TempDir home;
     for (const char* name : {"HOME", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"}) setenv(name, home.path().c_str(), 1);
     shell("cd; (" + manager.start + ") >log 2>&1 &");
-    ASSERT_TRUE(comesTrue([] { return run("xdotool get_desktop 2>&1").status == 0; })) << run("cat ~/log").output;
+    ASSERT_TRUE(comesTrue([] { return run("xdotool get_desktop 2>&1").status == 0; }))
+        << readFile(home.path() / "log");
     play(manager);
 }
 
 void fillsTheScreenAndCloses(const WindowManager& manager) {
-    const RunDirectory directory;
-    Program program(directory, words("-m -s 2"));
-    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    RunningProgram program("-m -s 2", "song start pos");
     ASSERT_TRUE(isPaused(program)) << program.output();
-    expectWhole(directory, [] { return shown(SCREEN); });
+    expectWhole(program, [] { return shown(SCREEN); });
     shell(manager.close);
     EXPECT_EQ(program.finish(), 0) << program.output();
 }
 
 void playsOnResized(const WindowManager& manager) {
-    const RunDirectory directory;
-    Program program(directory, words("-nf -m -s 5"));
-    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+    RunningProgram program("-nf -m -s 5", "song start pos");
     const std::string before = windowPlace();
     shell(manager.resize);
     EXPECT_TRUE(comesTrue([&] { return windowPlace() != before; })) << before;
     const std::string place = windowPlace(), size = place.substr(place.find(' ') + 1);
-    EXPECT_TRUE(comesTrue([&] { return screenshot(directory).starts_with(size); })) << size;
+    EXPECT_TRUE(comesTrue([&] { return screenshot(program).starts_with(size); })) << size;
     std::string nearlyToTheEnd;
     for (int second = 105; second < 135; ++second) nearlyToTheEnd += " Right";
     pressKey(nearlyToTheEnd);
@@ -216,35 +209,29 @@ int framesIn(const RunDirectory& directory) {
 }
 
 // Ends a capture. Its frames 1 to `last`, as a checksum; empty if one is missing.
-std::string endedWith(Program& program, const RunDirectory& directory, int last) {
-    kill(program.id(), SIGTERM);
-    EXPECT_EQ(program.finish(), TERMINATED) << program.output();
+std::string endedWith(RunningProgram& program, int last) {
+    EXPECT_EQ(program.endBy(SIGTERM), TERMINATED) << program.output();
     const std::string files = "$(seq -f %g.png " + std::to_string(last) + ")";
-    return run("cd " + directory.path().string() + "/capture && cat " + files + " >all && md5sum all").output;
+    return run("cd " + program.path().string() + "/capture && cat " + files + " >all && md5sum all").output;
 }
 
 void losesNoFrame(const WindowManager& manager) {
-    const auto options = words("-nf -c 1 -w 160 -h 90");
-    const auto waitForFrame = [](Program& program, int frame) {
-        return program.waitForLine("[CAPTURE] frame " + std::to_string(frame) + "\n");
-    };
-    const RunDirectory hidden, undisturbed;
-    Program program(hidden, options);
+    const std::string options = "-nf -c 1 -w 160 -h 90";
+    const auto frameLine = [](int frame) { return "[CAPTURE] frame " + std::to_string(frame) + "\n"; };
     int last = 20;
-    ASSERT_TRUE(waitForFrame(program, last)) << program.output();
+    RunningProgram hidden(options, frameLine(last));
     for (const bool visible : {false, true}) {
         shell(visible ? manager.back : manager.leave);
         ASSERT_TRUE(comesTrue([&] {
             return visible != shell("xdotool search --onlyvisible --name '^ryl-framework$'").empty();
         })) << visible;
         last = framesIn(hidden) + 50;
-        ASSERT_TRUE(waitForFrame(program, last)) << program.output();
+        ASSERT_TRUE(hidden.waitForLine(frameLine(last))) << hidden.output();
     }
-    const std::string frames = endedWith(program, hidden, last);
-    Program again(undisturbed, options);
-    ASSERT_TRUE(waitForFrame(again, last)) << again.output();
+    const std::string frames = endedWith(hidden, last);
+    RunningProgram undisturbed(options, frameLine(last));
     EXPECT_NE(frames, "");
-    EXPECT_EQ(frames, endedWith(again, undisturbed, last)) << last;
+    EXPECT_EQ(frames, endedWith(undisturbed, last)) << last;
 }
 
 TEST(Openbox, IsCoveredAndClosesTheWindow) { under(OPENBOX, fillsTheScreenAndCloses); }
@@ -270,15 +257,13 @@ TEST(Weston, IsCoveredByTheWindow) {
     if (!startPrivateServer({"weston", "--backend=headless-backend.so", "--use-pixman", "--width=1024",
                              "--height=640", "--idle-time=0", "--debug", "--socket=screen", "--config=" + settings,
                              "--log=" + (home.path() / "log").string()}))
-        GTEST_SKIP() << "weston does not start here:\n" << run("cat ~/log").output;
-    const RunDirectory directory;
-    Program program(directory, words("-m -s 2"));
-    ASSERT_TRUE(program.waitForLine("song start pos")) << program.output();
+        GTEST_SKIP() << "weston does not start here:\n" << readFile(home.path() / "log");
+    RunningProgram program("-m -s 2", "song start pos");
     ASSERT_TRUE(isPaused(program)) << program.output();
     EXPECT_TRUE(windowPlace().ends_with(" 1024x640")) << windowPlace();
     // Version 14 moves a window that goes full screen by the margin of the frame that it had.
     if (!run("weston --version").output.starts_with("weston 14"))
-        expectWhole(directory, [] {
+        expectWhole(program, [] {
             run("cd && rm -f wayland-screenshot* && weston-screenshooter");
             return picture("-i ~/wayland-screenshot*");
         });

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 struct ChildResult {
     int status = -1;  // exit status 0 to 255; -1 when a signal ended the child
@@ -14,3 +15,8 @@ struct ChildResult {
 // Runs `code` in a forked copy of this process, followed by exit(0). Before this process opens a window: the copy of a
 // GL driver lacks its threads. The code may open one of its own.
 ChildResult runInChild(const std::function<void()>& code);
+
+constexpr int NOT_STARTED = 127;  // exit status where there is no such program
+
+// Becomes the program with the arguments of `command`, in a child.
+[[noreturn]] void execute(std::vector<std::string> command);

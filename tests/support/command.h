@@ -8,7 +8,7 @@
 #include <string>
 
 struct Ran {
-    int status = -1;  // exit status; -1 when a signal ended it
+    int status = -1;  // exit status; -1 when a signal ended the command
     std::string output;
 };
 

@@ -1,5 +1,7 @@
 #include "program.h"
 
+#include "child.h"
+#include "command.h"
 #include "x_server.h"
 
 #include <fcntl.h>
@@ -11,15 +13,17 @@
 
 #include <array>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 #include <sstream>
+#include <stdexcept>
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 namespace {
+
+constexpr auto PATIENCE = std::chrono::minutes(1);
 
 int millisecondsUntil(Clock::time_point end) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
@@ -41,11 +45,8 @@ RunDirectory::RunDirectory() {
 
 Program::Program(const RunDirectory& directory, const std::vector<std::string>& options) {
     startPrivateDisplay();
-    std::vector<std::string> words = {"./ryl"};
-    words.insert(words.end(), options.begin(), options.end());
-    std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
+    std::vector<std::string> command = {"./ryl"};
+    command.insert(command.end(), options.begin(), options.end());
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
     process = fork();
@@ -55,8 +56,8 @@ Program::Program(const RunDirectory& directory, const std::vector<std::string>& 
         setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
         dup2(ends[1], STDOUT_FILENO);
         dup2(ends[1], STDERR_FILENO);
-        if (chdir(directory.path().c_str()) == 0) execv(arguments[0], arguments.data());
-        _exit(127);
+        if (chdir(directory.path().c_str()) == 0) execute(command);
+        _exit(NOT_STARTED);
     }
     close(ends[1]);
     pipe = ends[0];
@@ -78,8 +79,8 @@ bool Program::readMore(int milliseconds) {
     return count > 0;
 }
 
-bool Program::waitForLine(const std::string& wanted, int seconds) {
-    const auto end = Clock::now() + std::chrono::seconds(seconds);
+bool Program::waitForLine(const std::string& wanted) {
+    const auto end = Clock::now() + PATIENCE;
     do {
         const std::size_t found = text.find(wanted, searched);
         const std::size_t lineEnd = found == std::string::npos ? found : text.find('\n', found);
@@ -91,8 +92,8 @@ bool Program::waitForLine(const std::string& wanted, int seconds) {
     return false;
 }
 
-int Program::finish(int seconds) {
-    const auto end = Clock::now() + std::chrono::seconds(seconds);
+int Program::finish() {
+    const auto end = Clock::now() + PATIENCE;
     while (readMore(millisecondsUntil(end))) {
     }
     if (Clock::now() >= end) kill(process, SIGKILL);
@@ -102,9 +103,18 @@ int Program::finish(int seconds) {
     return WIFEXITED(ended) ? WEXITSTATUS(ended) : -WTERMSIG(ended);
 }
 
-Outcome runProgram(const RunDirectory& directory, const std::vector<std::string>& options, int seconds) {
+int Program::endBy(int signal) {
+    kill(process, signal);
+    return finish();
+}
+
+RunningProgram::RunningProgram(const std::string& options, const std::string& line) : Program(*this, words(options)) {
+    if (!waitForLine(line)) throw std::runtime_error("There is no line with \"" + line + "\" in:\n" + output());
+}
+
+Ran runProgram(const RunDirectory& directory, const std::vector<std::string>& options) {
     Program program(directory, options);
-    const int status = program.finish(seconds);
+    const int status = program.finish();
     return {status, program.output()};
 }
 
@@ -115,12 +125,7 @@ std::vector<std::string> words(const std::string& text) {
 
 std::string shell(const std::string& commandLine) {
     startPrivateDisplay();
-    std::string printed;
-    std::FILE* command = popen(commandLine.c_str(), "r");
-    if (command == nullptr) return printed;
-    for (int c = std::fgetc(command); c != EOF; c = std::fgetc(command)) printed += static_cast<char>(c);
-    pclose(command);
-    return printed;
+    return run(commandLine).output;
 }
 
 // GLUT has a title of its own in a game mode. The window gets the key whether or not it has the focus.

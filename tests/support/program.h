@@ -1,6 +1,7 @@
 // program.h - the real program as a black box: started in a private copy of its run directory on a private display
 #pragma once
 
+#include "command.h"
 #include "temp_dir.h"
 
 #include <sys/types.h>
@@ -23,11 +24,13 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    // Reads on until a line that contains `text`; false when the output ends or `seconds` pass before.
-    bool waitForLine(const std::string& text, int seconds = 60);
-    // Reads on to the end and waits for the process. Exit status, or minus the signal that ended it; the
-    // program is killed (-9) after `seconds`.
-    int finish(int seconds = 60);
+    // Reads on until a line that contains `text`; false when the output ends before, or after a minute.
+    bool waitForLine(const std::string& text);
+    // Reads on to the end and waits for the process. Exit status, or minus the signal that ended it; the program is
+    // killed (-9) after a minute.
+    int finish();
+    // Sends a signal first.
+    int endBy(int signal);
     // Everything read so far, standard output and standard error together.
     const std::string& output() const { return text; }
     pid_t id() const { return process; }
@@ -41,12 +44,15 @@ private:
     std::string text;
 };
 
-// Runs the program to its end: exit status (or minus the signal) and all it printed.
-struct Outcome {
-    int status;
-    std::string output;
+// The program in a run directory of its own, once it has printed a line that contains `line`. The test fails when that
+// line does not come.
+class RunningProgram : public RunDirectory, public Program {
+public:
+    RunningProgram(const std::string& options, const std::string& line);
 };
-Outcome runProgram(const RunDirectory& directory, const std::vector<std::string>& options, int seconds = 60);
+
+// Runs the program to its end: exit status (or minus the signal) and all it printed.
+Ran runProgram(const RunDirectory& directory, const std::vector<std::string>& options);
 
 // Options as one writes them in a shell, without quotes.
 std::vector<std::string> words(const std::string& text);

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <system_error>
 
@@ -22,4 +23,9 @@ std::string TempDir::write(const std::string& name, const std::string& bytes) co
     const fs::path file = folder / name;
     std::ofstream(file, std::ios::binary) << bytes;
     return file.string();
+}
+
+std::string readFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }

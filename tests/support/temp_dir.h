@@ -1,4 +1,4 @@
-// temp_dir.h - a folder that is gone when the test is over
+// temp_dir.h - a folder that is gone when the test is over, and the bytes of a file
 #pragma once
 
 #include <filesystem>
@@ -18,3 +18,6 @@ public:
 private:
     std::filesystem::path folder;
 };
+
+// The bytes of a file; none where it cannot be read.
+std::string readFile(const std::filesystem::path& path);

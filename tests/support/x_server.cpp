@@ -1,5 +1,7 @@
 #include "x_server.h"
 
+#include "child.h"
+
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -26,14 +28,10 @@ void stopServer() {
     waitpid(server, nullptr, 0);
 }
 
-[[noreturn]] void runServer(std::vector<std::string> command, int displayFd) {
+[[noreturn]] void runServer(const std::vector<std::string>& command, int displayFd) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (displayFd != DISPLAY_FD) dup2(displayFd, DISPLAY_FD);
-    std::vector<char*> arguments;
-    for (std::string& word : command) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
-    _exit(127);
+    execute(command);
 }
 
 // The number and a line end come once the server accepts connections; nothing if it does not start.

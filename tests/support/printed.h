@@ -1,0 +1,13 @@
+// printed.h - what code of this process prints to standard output
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+template <typename Code>
+std::string printedBy(const Code& code) {
+    testing::internal::CaptureStdout();
+    code();
+    return testing::internal::GetCapturedStdout();
+}
