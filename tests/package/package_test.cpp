@@ -30,7 +30,7 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
     fs::create_symlink(launcher, start.path() / "ryl");
 
     setenv("RYL_SOUND", "none", 1);
-    Program shown(start, {"-nf", "-s", "5", "-w", "200", "-h", "120"});
+    Program shown(start, "-nf -s 5 -w 200 -h 120");
     ASSERT_TRUE(shown.waitForLine("song start pos = ")) << shown.output();
     pressKey("s");
     pressKey("Escape");
@@ -38,7 +38,7 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
     EXPECT_GT(fs::file_size(start.path() / "screenshot.png"), 0u);
     EXPECT_FALSE(fs::exists(start.path() / "capture"));
 
-    const std::vector<std::string> capture = {"-nf", "-c", "1", "-w", "160", "-h", "90"};
+    const std::string capture = "-nf -c 1 -w 160 -h 90";
     Program captured(start, capture);
     ASSERT_TRUE(captured.waitForLine("[CAPTURE] frame 2\n")) << captured.output();
     const Ran second = runProgram(start, capture);

@@ -31,5 +31,5 @@ void execute(std::vector<std::string> command) {
     for (std::string& word : command) arguments.push_back(word.data());
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
-    _exit(NOT_STARTED);
+    _exit(127);
 }

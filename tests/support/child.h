@@ -16,7 +16,5 @@ struct ChildResult {
 // GL driver lacks its threads. The code may open one of its own.
 ChildResult runInChild(const std::function<void()>& code);
 
-constexpr int NOT_STARTED = 127;  // exit status where there is no such program
-
-// Becomes the program with the arguments of `command`, in a child.
+// Becomes the program with the arguments of `command`, in a child; ends with status 127 where there is no such program.
 [[noreturn]] void execute(std::vector<std::string> command);

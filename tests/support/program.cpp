@@ -14,8 +14,6 @@
 #include <array>
 #include <chrono>
 #include <cstdlib>
-#include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
@@ -43,10 +41,8 @@ RunDirectory::RunDirectory() {
     }
 }
 
-Program::Program(const RunDirectory& directory, const std::vector<std::string>& options) {
+Program::Program(const RunDirectory& directory, const std::string& options) {
     startPrivateDisplay();
-    std::vector<std::string> command = {"./ryl"};
-    command.insert(command.end(), options.begin(), options.end());
     int ends[2] = {-1, -1};
     if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
     process = fork();
@@ -56,8 +52,7 @@ Program::Program(const RunDirectory& directory, const std::vector<std::string>& 
         setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
         dup2(ends[1], STDOUT_FILENO);
         dup2(ends[1], STDERR_FILENO);
-        if (chdir(directory.path().c_str()) == 0) execute(command);
-        _exit(NOT_STARTED);
+        execute({"sh", "-c", "cd " + directory.path().string() + " && exec ./ryl " + options});
     }
     close(ends[1]);
     pipe = ends[0];
@@ -108,19 +103,14 @@ int Program::endBy(int signal) {
     return finish();
 }
 
-RunningProgram::RunningProgram(const std::string& options, const std::string& line) : Program(*this, words(options)) {
+RunningProgram::RunningProgram(const std::string& options, const std::string& line) : Program(*this, options) {
     if (!waitForLine(line)) throw std::runtime_error("There is no line with \"" + line + "\" in:\n" + output());
 }
 
-Ran runProgram(const RunDirectory& directory, const std::vector<std::string>& options) {
+Ran runProgram(const RunDirectory& directory, const std::string& options) {
     Program program(directory, options);
     const int status = program.finish();
     return {status, program.output()};
-}
-
-std::vector<std::string> words(const std::string& text) {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
 }
 
 std::string shell(const std::string& commandLine) {

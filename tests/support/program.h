@@ -7,7 +7,6 @@
 #include <sys/types.h>
 
 #include <string>
-#include <vector>
 
 // A copy of the run directory: the assets are links, so that a test may replace one; capture/ is empty.
 class RunDirectory : public TempDir {
@@ -18,8 +17,8 @@ public:
 // The program while it runs. Ended with the record.
 class Program {
 public:
-    // Starts `ryl` with the given options in `directory`, its output line by line on a pipe.
-    Program(const RunDirectory& directory, const std::vector<std::string>& options);
+    // Starts `ryl` in `directory` with options as one writes them in a shell, its output line by line on a pipe.
+    Program(const RunDirectory& directory, const std::string& options);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -52,10 +51,7 @@ public:
 };
 
 // Runs the program to its end: exit status (or minus the signal) and all it printed.
-Ran runProgram(const RunDirectory& directory, const std::vector<std::string>& options);
-
-// Options as one writes them in a shell, without quotes.
-std::vector<std::string> words(const std::string& text);
+Ran runProgram(const RunDirectory& directory, const std::string& options);
 
 // Runs a shell command line on the private display and returns what it prints.
 std::string shell(const std::string& commandLine);
