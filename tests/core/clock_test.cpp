@@ -1,7 +1,7 @@
-// The demo clock in its three modes, and the keys. The window's own timer never
-// runs here: ticks are called.
+// The demo clock in its three modes, and the keys. The window's own timer never runs here: ticks are called.
 #include "frame_writer.h"
 #include "gl_window.h"
+#include "printed.h"
 #include "ryl.h"
 #include "ryl_sound.h"
 #include "temp_dir.h"
@@ -33,22 +33,25 @@ void expectPaused(bool paused) {
     EXPECT_EQ(glutGet(GLUT_WINDOW_CURSOR), paused ? GLUT_CURSOR_CROSSHAIR : GLUT_CURSOR_NONE);
 }
 
-TEST(SilentMode, PausesAndSeeksWithoutAnEnd) {
+TEST(SilentMode, RunsFromItsStartOnAndStandsWhilePaused) {
     openTestWindow(WIDTH, HEIGHT);
     SOUND_ON = 0;
     ryl_update(0);
     EXPECT_EQ(ryl_getTime(), 0) << "runs before it is started";
     ryl_startMusic();
-    ryl_update(0);
-    ryl_update(0);
+    for (int tick = 0; tick < 2; ++tick) ryl_update(0);
     press(' ');
     expectPaused(true);
     ryl_update(0);
     EXPECT_EQ(ryl_Get(RYL_TIME), 50.0f);
-    pressSpecial(GLUT_KEY_RIGHT);
-    EXPECT_EQ(ryl_getTime(), 1050) << "seeks act while paused";
     press(' ');
     expectPaused(false);
+}
+
+TEST(SilentMode, SeeksByASecondNotBelowZeroAndWithoutAnEnd) {
+    openTestWindow(WIDTH, HEIGHT);
+    SOUND_ON = 0;
+    press(' ');
     DEMO_LENGTH = 1000;
     EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 500), 0);
     EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 1500), 500);
@@ -56,20 +59,26 @@ TEST(SilentMode, PausesAndSeeksWithoutAnEnd) {
     EXPECT_EQ(timeAfter(GLUT_KEY_UP, -7), -7);
 }
 
-TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
+TEST(SoundMode, WithoutASongHasNothingToPauseOrSeekIn) {
+    openTestWindow(WIDTH, HEIGHT);
+    EXPECT_EQ(printedBy(ryl_startMusic), "[/] No soundfile loaded.\n");
+    press(' ');
+    EXPECT_EQ(ryl_Get(RYL_PAUSED), 0.0f);
+    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 1000), 0);
+}
+
+// The song, paused.
+void openSong() {
     setenv("RYL_SOUND", "none", 1);
     openTestWindow(WIDTH, HEIGHT);
-    testing::internal::CaptureStdout();
-    ryl_startMusic();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[/] No soundfile loaded.\n");
-    press(' ');
-    EXPECT_EQ(ryl_Get(RYL_PAUSED), 0.0f) << "nothing to pause before there is a channel";
-    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 1000), 0);
-
     ryl_loadMusic("data/tune.mp3");
     ryl_startMusic();
     press(' ');
     expectPaused(true);
+}
+
+TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
+    openSong();
     const int length = static_cast<int>(SONGLENGTH);
     ASSERT_GE(length, 190000);
     DEMO_LENGTH = 10000;
@@ -86,12 +95,8 @@ TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
 }
 
 TEST(SoundMode, DelayMovesThePictureAndNotTheSound) {
-    setenv("RYL_SOUND", "none", 1);
-    openTestWindow(WIDTH, HEIGHT);
+    openSong();
     PICTURE_DELAY = 700;
-    ryl_loadMusic("data/tune.mp3");
-    ryl_startMusic();
-    press(' ');
     ryl_skipTo(5000);
     EXPECT_EQ(ryl_getTime(), 4300);
     DEMO_LENGTH = 100000;
@@ -112,13 +117,13 @@ TEST(CaptureMode, WritesNumberedFramesOnAClockThatNothingMoves) {
     CAPTURE = 1;
     CAPTURE_W = WIDTH;
     CAPTURE_H = HEIGHT;
-    testing::internal::CaptureStdout();
     ryl_loadMusic("data/no-such-file.mp3");
     ryl_startMusic();
-    ryl_update(0);
-    ryl_update(0);
-    ryl_finishFrames();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[CAPTURE] frame 1\n[CAPTURE] frame 2\n");
+    EXPECT_EQ(printedBy([] {
+                  for (int tick = 0; tick < 2; ++tick) ryl_update(0);
+                  ryl_finishFrames();
+              }),
+              "[CAPTURE] frame 1\n[CAPTURE] frame 2\n");
     press(' ');
     for (const int key : {GLUT_KEY_LEFT, GLUT_KEY_RIGHT}) EXPECT_EQ(timeAfter(key, 5000), 50);
     for (const char* file : {"capture/1.png", "capture/2.png"}) EXPECT_TRUE(fs::exists(file)) << file;

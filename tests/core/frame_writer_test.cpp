@@ -1,16 +1,16 @@
-// Frames on their way to files: what is in the files and what is printed when, though the next pictures are drawn meanwhile.
+// Frames on their way to files while the next pictures are drawn: what the files hold, and what is printed when.
 #include "child.h"
 #include "endings.h"
 #include "frame_writer.h"
 #include "gl_window.h"
 #include "picture.h"
+#include "printed.h"
 #include "temp_dir.h"
 
 #include <GL/glew.h>
 #include <gd.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -54,33 +54,24 @@ TEST(FrameWriter, WritesEachPictureAsItWasAndInOrder) {
     constexpr int FRAMES = 20;
     const TempDir folder;
     openTestWindow(WIDTH, HEIGHT);
-    testing::internal::CaptureStdout();
-    for (int frame = 1; frame <= FRAMES; ++frame) handOver(frame, folder.path(), frame % 10);
-    ryl_finishFrames();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), linesOf(FRAMES));
+    EXPECT_EQ(printedBy([&] {
+                  for (int frame = 1; frame <= FRAMES; ++frame) handOver(frame, folder.path(), frame % 10);
+                  ryl_finishFrames();
+              }),
+              linesOf(FRAMES));
     for (int frame = 1; frame <= FRAMES; ++frame)
         EXPECT_EQ(redOf(folder.path() / (std::to_string(frame) + ".png")), frame);
 }
 
 TEST(FrameWriter, ReportsAFrameThatCannotBeWrittenBeforeItsLine) {
     const TempDir folder;
-    const std::string file = folder.path() / "2.png";
     openTestWindow(WIDTH, HEIGHT);
-    testing::internal::CaptureStdout();
-    handOver(1, folder.path() / "none");
-    ryl_finishFrames();
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{4096, RLIM_INFINITY};  // as on a full disk
-    setrlimit(RLIMIT_FSIZE, &limit);
-    handOver(2, folder.path());
-    handOver(3, folder.path(), 10);
-    ryl_finishFrames();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "couldn't open " + (folder.path() / "none/1.png").string() +
-                  " for writing. screenshot not performed\nframe 1\n[/] couldn't write " + file +
-                  ". screenshot not performed\nframe 2\n"
-                  "[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo\nframe 3\n");
-    EXPECT_FALSE(fs::exists(file));
+    EXPECT_EQ(printedBy([&] {
+                  handOver(1, folder.path(), 10);
+                  handOver(2, folder.path());
+                  ryl_finishFrames();
+              }),
+              "[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo\n" + linesOf(2));
 }
 
 TEST(FrameWriter, WritesWhatItHasWhenTheProcessEnds) {
@@ -95,7 +86,7 @@ TEST(FrameWriter, WritesWhatItHasWhenTheProcessEnds) {
     EXPECT_EQ(redOf(folder.path() / "5.png"), 5);
 }
 
-// The patience of two seconds is over while a file is open on another thread than the one that hangs.
+// The two seconds that a signal waits are over while another thread than the one that hangs has a file open.
 TEST(FrameWriter, IsNotCutOffInAFileByASignal) {
     const TempDir folder;
     const fs::path file = folder.path() / "file";

@@ -9,6 +9,7 @@
 #include "lighting.h"
 #include "picture.h"
 #include "plain_scenes.h"
+#include "printed.h"
 #include "ryl.h"
 #include "scenes/scenes.h"
 #include "temp_dir.h"
@@ -154,20 +155,6 @@ TEST(MotionBlur, WeighsThePicturesBeforeInTheValuesOfTheScreen) {
     }
 }
 
-// The last pixel, in the upper right corner, of a kept picture that is wider than the window.
-constexpr int WIDER = WIDTH + 8;
-int lastPixelKept() {
-    Bytes picture(static_cast<std::size_t>(WIDER) * HEIGHT * 4);
-    EXPECT_TRUE(ryl_readPicture(WIDER, HEIGHT, picture.data()));
-    return picture[picture.size() - 2];
-}
-
-TEST(MotionBlur, KeepsBlackWhereTheWindowEnds) {
-    openScreen();
-    ryl_blendPicture(WIDER, HEIGHT, 0);
-    EXPECT_EQ(lastPixelKept(), 0);
-}
-
 TEST(RenderTarget, After64OfThemEndsTheProcess) {
     const ChildResult result = runInChild([] {
         openScreen();
@@ -177,7 +164,7 @@ TEST(RenderTarget, After64OfThemEndsTheProcess) {
     EXPECT_TRUE(result.output.ends_with("62 63 Maximum numbers of fbo's reached.. exiting\n")) << result.output;
 }
 
-TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsReported) {
+TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsEmptyUntilTheNextSize) {
     openScreen();
     ColourTarget target;
     EXPECT_TRUE(ryl_resizeTarget(target, 8, 4, TargetDepth::bits24));
@@ -185,29 +172,34 @@ TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsReported) {
     EXPECT_EQ(target.width, 0);
     EXPECT_TRUE(ryl_resizeTarget(target, 4, 8));
     EXPECT_EQ(target.height, 8);
-    testing::internal::CaptureStdout();
-    for (int i = 0; i < 2; ++i) ryl_finishFrame(1 << 20, 4, {.windowGrey = 1}, 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+}
+
+TEST(MotionBlur, ThatCannotBeHadIsReportedOnce) {
+    openScreen();
+    EXPECT_EQ(printedBy([] {
+                  for (int i = 0; i < 2; ++i) ryl_finishFrame(1 << 20, 4, {.windowGrey = 1}, 0);
+              }),
               "[/] This GL cannot keep a picture of 1048576 x 4: there is no motion blur.\n");
 }
 
-TEST(Text, StandsAtItsPlaceAndThePauseLineOverEverything) {
+TEST(Text, StandsAtItsPlaceInTheCallersColour) {
     openScreen();
     glColor4f(0, 0, 0, 1);
     const auto before = glState();
     ryl_drawPolygonText("HHH", -4, 3, 0);
     EXPECT_EQ(glState(), before);
     expectBox(ink(BLACK), -3.7, 6, 3, 5.9, 0.3);
+}
 
+TEST(PauseLine, IsPrintedAndStandsOverEverything) {
+    openScreen();
     glColor4f(0, 0, 1, 1);
     glBegin(GL_TRIANGLES);
     for (const auto& [x, y] : {std::pair{-99, -99}, {99, -99}, {0, 99}})
         glVertex3i(x, y, 10);  // nearer than the line
     glEnd();
     glColor3f(1, 0, 0);
-    testing::internal::CaptureStdout();
-    ryl_infoText(-35, -20);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "PAUSED AT : 0ms\n");
+    EXPECT_EQ(printedBy([] { ryl_infoText(-35, -20); }), "PAUSED AT : 0ms\n");
     expectBox(ink(RED), -34.5, -11.5, -20.5, -18, 1);
     EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
 }
@@ -255,13 +247,13 @@ TEST(Text, FontTestShowsTheWholeStripOnASquare) {
     fs::create_directory(folder.path() / "data");
     folder.write("data/font.tga", std::string("\0\0\2\0\0\0\0\0\0\0\0\0\2\0\1\0\x18\0", 18) + std::string(6, '\0'));
     fs::current_path(folder.path());
-    testing::internal::CaptureStdout();
-    for (int i = 0; i < 2; ++i) {
-        clearTo(1);
-        ryl_testTextureFont();
-        expectBox(ink(BLACK), 0, 10, 0, 10);
-    }
-    const std::string printed = testing::internal::GetCapturedStdout();
+    const std::string printed = printedBy([] {
+        for (int i = 0; i < 2; ++i) {
+            clearTo(1);
+            ryl_testTextureFont();
+            expectBox(ink(BLACK), 0, 10, 0, 10);
+        }
+    });
     EXPECT_TRUE(printed.starts_with("[*] texture data/font.tga loaded...\n")) << printed;
     EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 2) << "loaded once, its name in a line: " << printed;
 }
@@ -281,6 +273,10 @@ TEST(Lights, OfOnesOwnAddDiffuseAndAmbientLight) {
     EXPECT_TRUE(glIsEnabled(GL_LIGHT3));
     EXPECT_FALSE(glIsEnabled(GL_LIGHT0));
     expectBox(ink({102, 51, 0}), -5, 5, -5, 5);
+}
+
+TEST(Lights, Light0StaysOnWhenLightingIsTurnedOff) {
+    openScreen();
     for (const int on : {2, 0}) ryl_setLight0(on);
     EXPECT_TRUE(glIsEnabled(GL_LIGHT0));
     EXPECT_FALSE(glIsEnabled(GL_LIGHTING));
@@ -322,23 +318,23 @@ TEST(Scenes, FieldsShowCubesAndText) {
     openScreen();
     int seed = 100;
     const unsigned cube = cubeList();
-    for (const float t : {4.15f, 9.4f, 17.0f})
-        EXPECT_NEAR(ink({50, 200, 50}, drawnBy([&] {
-                            drawCubeField({t, cube}, "hello", seed);
-                        }),
-                        90)
-                        .share,
-                    0.1, 0.09)
-            << t;
+    for (const float t : {4.15f, 9.4f, 17.0f}) {
+        const Bytes picture = drawnBy([&] { drawCubeField({t, cube}, "hello", seed); });
+        EXPECT_NEAR(ink({50, 200, 50}, picture, 90).share, 0.1, 0.09) << t;
+    }
 }
 
-TEST(Scenes, KeepFloorPatternAndZoomBetweenFrames) {
+TEST(Scenes, KeepTheFloorPatternForAThirdOfASecond) {
     openScreen();
     int seed = 100;
     for (const auto& [t, after] : {std::pair{0.5f, 100}, {0.334f, 500}, {0.34f, 500}, {0.0f, 900}, {0.66f, 900}}) {
         drawCubeField({t, 0}, "", seed);
         EXPECT_EQ(seed, after) << t;
     }
+}
+
+TEST(Scenes, KeepTheZoomOfTheRibbons) {
+    openScreen();
     float scale = 0;
     for (const auto& [t, zoom] :
          {std::pair{5.39f, 0.0f}, {5.5f, 0.2f}, {5.96f, 1.12f}, {5.5f, 1.12f}, {8.0f, 1.12f}}) {
@@ -390,6 +386,14 @@ TEST(Frame, LooksTheSameInOnePassAndLayerByLayer) {
     }
 }
 
+// The last pixel, in the upper right corner, of a kept picture that is wider than the window.
+constexpr int WIDER = WIDTH + 8;
+int lastPixelKept() {
+    Bytes picture(static_cast<std::size_t>(WIDER) * HEIGHT * 4);
+    EXPECT_TRUE(ryl_readPicture(WIDER, HEIGHT, picture.data()));
+    return picture[picture.size() - 2];
+}
+
 TEST(Frame, IsWholeWhereTheWindowEnds) {
     openScreen();
     for (const PictureLayers& layers : {PictureLayers{.windowGrey = 1}, noiseLayers()})
@@ -407,9 +411,7 @@ TEST(Frame, UnderFullBlurIsUnseen) {
     ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 0);
     const Bytes before = pixels();
     for (const DrawOver& over : {DrawOver(), DrawOver(ryl_rehearseInfoText)}) {
-        testing::internal::CaptureStdout();
-        ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 1, over);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+        EXPECT_EQ(printedBy([&] { ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 1, over); }), "");
         EXPECT_EQ(different(pixels(), before, 0), 0);
     }
     ryl_finishFrame(WIDTH, HEIGHT, {.windowGrey = 1}, 0, ryl_rehearseInfoText);
@@ -427,7 +429,13 @@ Bytes pictureAt(int ms) {
     return shown;
 }
 
-TEST(Demo, ShowsBarImagesRibbonsAndTheSameAfterSeeks) {
+void openDemo() {
+    openScreen();
+    SOUND_ON = 0;
+    while (DEMO_LENGTH == 0) drawScene();
+}
+
+TEST(Demo, LoadsUnderABarThatGrowsFromTheLeft) {
     openScreen();
     SOUND_ON = 0;
     double bar = -99;
@@ -437,20 +445,33 @@ TEST(Demo, ShowsBarImagesRibbonsAndTheSameAfterSeeks) {
         ASSERT_GT(red.right, bar) << "grows with frame " << frame;
         bar = red.right;
     }
+}
+
+TEST(Demo, ShowsTheImagesBetweenBandsThenTheRibbonsAndBlackAtTheEnd) {
+    openDemo();
     const Bytes images = pictureAt(4000);
     EXPECT_NEAR(ink(BLACK, images, 5).share, 0.17, 0.06) << "the bands above and below";
     EXPECT_GT(ink(WHITE, images, 20).share, 0.25);
     pictureAt(5700);
-    const Bytes ribbons = pictureAt(9000);
-    EXPECT_LT(ink(WHITE, ribbons, 20).share, 0.1);
+    EXPECT_LT(ink(WHITE, pictureAt(9000), 20).share, 0.1);
     EXPECT_GT(ink(BLACK, pictureAt(133000), 0).share, 0.99999);
-    for (const int ms : {128500, 102500, 80000, 78000, 57000, 27000, 7000}) pictureAt(ms);
+}
+
+TEST(Demo, ShowsTheSamePictureAfterAllScenes) {
+    openDemo();
+    pictureAt(5700);
+    const Bytes ribbons = pictureAt(9000);
+    for (const int ms : {133000, 128500, 102500, 80000, 78000, 57000, 27000, 7000}) pictureAt(ms);
     EXPECT_LT(different(pictureAt(9000), ribbons, 2), WIDTH * HEIGHT / 1000) << "a scene has changed the GL's state";
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+}
+
+TEST(Demo, ShowsWhatStandsStillAsItWas) {
+    openDemo();
     SOUND_MUTE_PAUSE = 1;
     pictureAt(9000);
     const Bytes paused = pictureAt(9000);
-    EXPECT_EQ(different(pictureAt(9000), paused, 0), 0) << "what stands still is shown as it was";
-    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(different(pictureAt(9000), paused, 0), 0);
 }
 
 }  // namespace

@@ -46,9 +46,12 @@ TEST(Noise, HasTheBitsOfThePlainOneForEveryFloat) {
     EXPECT_EQ(different, 0);
 }
 
-TEST(Noise, WalksTheDiagonalAndSmoothsAlongALine) {
+TEST(Random, WalksTheDiagonalOfTheNoise) {
     for (const float expected : {-0.281790972f, -0.682515562f, -0.524391234f})
         EXPECT_FLOAT_EQ(ryl_random(), expected);
+}
+
+TEST(Noise, IsSmoothedAlongALine) {
     const float sides = ryl_noise(4, 0, 33) + ryl_noise(6, 0, 33);
     EXPECT_FLOAT_EQ(ryl_1D_CosNoise(5, 33), sides / 4 + ryl_noise(5, 0, 33) / 2);
 }

@@ -1,5 +1,6 @@
-// The command line, and the sizes that take the place of those which cannot be had.
+// The command line, and the sizes taken where the ones asked for cannot be had.
 #include "options.h"
+#include "printed.h"
 
 #include <gtest/gtest.h>
 
@@ -18,19 +19,25 @@ Options optionsOf(const std::string& line) {
     return ryl_readOptions(static_cast<int>(arguments.size()), arguments.data());
 }
 
-TEST(Options, AreTestedOneByOneValuesIncluded) {
+TEST(Options, ThatAreUnknownOrLackTheirValueChangeNothing) {
     const Options none = optionsOf("-x -NF --unknown -s");
     EXPECT_TRUE(none.fullScreen);
     EXPECT_TRUE(none.sound);
     EXPECT_FALSE(none.capture);
+    EXPECT_EQ(none.fromFrame, 1);
+}
+
+TEST(Options, AreReadAlsoWhereTheyStandForAValue) {
     const Options both = optionsOf("-c -m");
     EXPECT_TRUE(both.capture);
     EXPECT_EQ(both.level, 0);
     EXPECT_FALSE(both.sound);
+}
+
+TEST(Options, TakeTheLastOfTheirValues) {
     EXPECT_EQ(optionsOf("-c 12 -c 7").level, 7);
     EXPECT_EQ(optionsOf("-s 2 -s -4").scene, -4);
-    EXPECT_EQ(both.fromFrame, 1);
-    EXPECT_EQ(optionsOf("--from-frame 4600").fromFrame, 4600);
+    EXPECT_EQ(optionsOf("--from-frame 1 --from-frame 4600").fromFrame, 4600);
 }
 
 TEST(Options, TakeTheFirstSizeThatIsNotZero) {
@@ -43,9 +50,7 @@ TEST(Delay, IsMillisecondsEitherWayOrIgnoredInALine) {
     EXPECT_EQ(optionsOf("--delay 120").delay, 120);
     EXPECT_EQ(optionsOf("--delay -5000").delay, -5000);
     for (const std::string value : {"5001", "12ms", "x", "99999999999999", "1.5", ""}) {
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(optionsOf("--delay " + value).delay, 0);
-        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+        EXPECT_EQ(printedBy([&] { EXPECT_EQ(optionsOf("--delay " + value).delay, 0); }),
                   "[/] --delay takes milliseconds from -5000 to 5000, it is ignored: " +
                       (value.empty() ? "none given" : value) + "\n");
     }
@@ -55,28 +60,19 @@ TEST(Sizes, ThatCannotBeHadAreReplacedByTheDefaultOfTheirUse) {
     constexpr int MAX_SIDE = 2048;
     const struct {
         SizeUse use;
-        std::string name;
-        PixelSize standard;
-        bool saysMissing;
-    } uses[] = {{SizeUse::window, "a window", {640, 480}, false},
-                {SizeUse::screenMode, "a screen mode", {1280, 800}, false},
-                {SizeUse::capture, "captured frames", {640, 480}, true}};
-    const struct {
-        PixelSize asked;
-        bool given, missing;
-    } cases[] = {{{2, MAX_SIDE}, true, false}, {{800, 600}, true, false},        {{0, 0}, false, true},
-                 {{800, 0}, false, true},      {{0, 20000}, false, true},        {{1, 9}, false, false},
-                 {{9, -5}, false, false},      {{9, MAX_SIDE + 1}, false, false}};
-    for (const auto& use : uses)
-        for (const auto& [asked, given, missing] : cases) {
-            std::ostringstream line;
-            if (!given && (!missing || use.saysMissing))
-                line << "[/] " << asked.width << " x " << asked.height << " is no size for " << use.name
-                     << ", taking " << use.standard.width << " x " << use.standard.height << '\n';
-            testing::internal::CaptureStdout();
-            EXPECT_EQ(ryl_usableSize(use.use, asked, MAX_SIDE), given ? asked : use.standard) << line.str();
-            EXPECT_EQ(testing::internal::GetCapturedStdout(), line.str());
-        }
+        PixelSize asked, taken;
+        std::string said;
+    } cases[] = {
+        {SizeUse::window, {2, MAX_SIDE}, {2, MAX_SIDE}, ""},
+        {SizeUse::window, {0, 20000}, {640, 480}, ""},
+        {SizeUse::window, {1, 9}, {640, 480}, "[/] 1 x 9 is no size for a window, taking 640 x 480\n"},
+        {SizeUse::screenMode, {800, 0}, {1280, 800}, ""},
+        {SizeUse::screenMode, {9, -5}, {1280, 800}, "[/] 9 x -5 is no size for a screen mode, taking 1280 x 800\n"},
+        {SizeUse::capture, {0, 0}, {640, 480}, "[/] 0 x 0 is no size for captured frames, taking 640 x 480\n"},
+        {SizeUse::capture, {9, 2049}, {640, 480}, "[/] 9 x 2049 is no size for captured frames, taking 640 x 480\n"},
+    };
+    for (const auto& [use, asked, taken, said] : cases)
+        EXPECT_EQ(printedBy([&] { EXPECT_EQ(ryl_usableSize(use, asked, MAX_SIDE), taken); }), said);
 }
 
 }  // namespace

@@ -1,20 +1,22 @@
-// Shader programs on the real GL, by the colour they produce and by what is printed of them.
+// Shader programs on the real GL, by the colour that they draw and by what is printed about them.
 #include "child.h"
 #include "fbo.h"
 #include "gl_window.h"
+#include "printed.h"
 #include "shader.h"
 #include "temp_dir.h"
 
 #include <GL/glew.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <regex>
 #include <string>
 #include <utility>
 
 namespace {
+
+constexpr int SIDE = 16;  // of the window
 
 struct Sources : TempDir {
     std::string vertex =
@@ -25,20 +27,17 @@ struct Sources : TempDir {
     std::string broken = write("b.frag", "void main() { this is no GLSL }");
 };
 
+struct Shader : testing::Test, Sources {
+    Shader() { openTestWindow(SIDE, SIDE); }
+};
+using SuperShader = Shader;
+
 std::string loaded(const std::string& path) { return "[*] shaderfile " + path + " loaded\n"; }
 
-std::string printedBy(const std::function<void()>& code) {
-    testing::internal::CaptureStdout();
-    code();
-    return testing::internal::GetCapturedStdout();
-}
-
-// Some drivers have something to say of a stage that is right.
+// Without what some drivers say of a stage that is right.
 std::string withoutLogs(const std::string& printed) {
     return std::regex_replace(printed, std::regex(R"(\[/\] [^\n]*\.\n\{\n[^}]*\}\n)"), "");
 }
-
-constexpr int SIDE = 16;  // of the window
 
 // The colour of a rectangle over the whole view, drawn in blue where no stage says otherwise.
 Pixel drawnColour() {
@@ -48,24 +47,39 @@ Pixel drawnColour() {
     return pixelAt(SIDE / 2, SIDE / 2);
 }
 
-TEST(Shader, StagesUniformsAndIds) {
-    openTestWindow(SIDE, SIDE);
-    const Sources files;
-    const char *vertex = files.vertex.c_str(), *fragment = files.fragment.c_str();
-    const auto expectLoad = [](const char* first, const char* second, int id, const std::string& printed) {
-        EXPECT_EQ(withoutLogs(printedBy([=] { EXPECT_EQ(ryl_loadShader(first, second), id); })), printed);
-    };
-    expectLoad(nullptr, nullptr, 0, "[!] No files given to function loadShader()\n");
+TEST_F(Shader, GetsTheNextIdWhicheverStagesItHas) {
+    EXPECT_EQ(ryl_loadFBO(8, 8), 0);
+    const std::string printed = printedBy([&] {
+        EXPECT_EQ(ryl_loadShader(vertex.c_str(), fragment.c_str()), 0) << "render targets count on their own";
+        EXPECT_EQ(ryl_loadShader(vertex.c_str(), nullptr), 1);
+        EXPECT_EQ(ryl_loadShader(nullptr, fragment.c_str()), 2);
+    });
+    EXPECT_EQ(withoutLogs(printed), loaded(vertex) + loaded(fragment) + loaded(vertex) + loaded(fragment));
+}
+
+TEST_F(Shader, WithoutFilesIsRefusedAndTakesNoId) {
+    EXPECT_EQ(printedBy([] { EXPECT_EQ(ryl_loadShader(nullptr, nullptr), 0); }),
+              "[!] No files given to function loadShader()\n");
     EXPECT_EQ(ryl_loadSuperShader(nullptr, nullptr, nullptr, 0, 0), 0);
-    expectLoad(vertex, fragment, 0, loaded(vertex) + loaded(fragment));
-    expectLoad(vertex, nullptr, 1, loaded(vertex));
-    expectLoad(nullptr, fragment, 2, loaded(fragment));
-    EXPECT_EQ(
-        printedBy([&] { ryl_loadShader(nullptr, files.broken.c_str()); }).find("[/] " + files.broken + " failed"),
-        loaded(files.broken).size());
-    EXPECT_EQ(ryl_loadFBO(8, 8), 0) << "render targets count on their own";
+    EXPECT_EQ(ryl_loadShader(vertex.c_str(), nullptr), 0);
+}
+
+TEST_F(Shader, ThatDoesNotCompileIsReported) {
+    const std::string printed = printedBy([&] { ryl_loadShader(nullptr, broken.c_str()); });
+    EXPECT_TRUE(printed.starts_with(loaded(broken) + "[/] " + broken + " failed")) << printed;
+}
+
+TEST_F(Shader, DrawsWithTheStagesItHas) {
+    ryl_enableShader(ryl_loadShader(vertex.c_str(), nullptr));
+    EXPECT_TRUE(isColour(drawnColour(), 0, 255, 0));
+    ryl_disableShader();
+    EXPECT_TRUE(isColour(drawnColour(), 0, 0, 255));
+}
+
+TEST_F(Shader, GetsUniformsOfOneToFourComponentsAndRefusesOthers) {
     const float values[] = {0.2f, 0.4f, 0.6f, 1.0f}, others[] = {1, 1, 1, 1, 1};
-    for (const int id : {0, 2}) {
+    for (const char* first : {vertex.c_str(), static_cast<const char*>(nullptr)}) {
+        const int id = ryl_loadShader(first, fragment.c_str());
         ryl_enableShader(id);
         for (const auto& [name, count] : {std::pair{"a", 1}, {"b", 2}, {"c", 3}, {"d", 4}})
             ryl_shader_sendUniformValue(id, name, values, count);
@@ -74,13 +88,9 @@ TEST(Shader, StagesUniformsAndIds) {
                   "[!] The ryl framework only supports float4\n Any complains? Go to hell.\n");
         EXPECT_EQ(drawnColour(), (Pixel{51, 102, 153, 255}));
     }
-    ryl_enableShader(1);
-    EXPECT_TRUE(isColour(drawnColour(), 0, 255, 0));
-    ryl_disableShader();
-    EXPECT_TRUE(isColour(drawnColour(), 0, 0, 255));
 }
 
-TEST(Shader, WhatEndsTheProgram) {
+TEST(ShaderEnds, WithoutAFileAValueOrAnId) {
     const Sources files;
     const char* vertex = files.vertex.c_str();
     std::string all;
@@ -103,16 +113,13 @@ TEST(Shader, WhatEndsTheProgram) {
     }
 }
 
-TEST(SuperShader, DrawsWithTheGeometryStageOrLeavesItOutWhereTheGlHasNone) {
-    openTestWindow(SIDE, SIDE);
+TEST_F(SuperShader, DrawsWithTheGeometryStageOrLeavesItOutWhereTheGlHasNone) {
     const bool hasStage = GLEW_EXT_geometry_shader4;
-    const Sources files;
-    const std::string printed = printedBy([&] {
-        ryl_loadSuperShader(files.geometry.c_str(), files.vertex.c_str(), nullptr, GL_POINTS, GL_TRIANGLE_STRIP);
-    });
+    const std::string printed = printedBy(
+        [&] { ryl_loadSuperShader(geometry.c_str(), vertex.c_str(), nullptr, GL_POINTS, GL_TRIANGLE_STRIP); });
     EXPECT_EQ(withoutLogs(printed),
-              loaded(files.geometry) + loaded(files.vertex) +
-                  (hasStage ? "" : "[/] no geometry shaders on this system, " + files.geometry + " is left out\n"));
+              loaded(geometry) + loaded(vertex) +
+                  (hasStage ? "" : "[/] no geometry shaders on this system, " + geometry + " is left out\n"));
     ryl_enableShader(0);
     glClear(GL_COLOR_BUFFER_BIT);
     glBegin(GL_POINTS);
@@ -148,25 +155,21 @@ void pretendToHaveTheExtension() {
     };
 }
 
-TEST(SuperShader, SetsTheStagesParametersBetweenAttachingAndLinking) {
-    openTestWindow(SIDE, SIDE);
+TEST_F(SuperShader, SetsTheStagesParametersBetweenAttachingAndLinking) {
     pretendToHaveTheExtension();
-    const Sources files;
-    const std::string logs = "[/] " + files.fragment + " failed.\n{\n3}\n[/] " + files.vertex +
-                             " .\n{\n2}\n[/] Shaderprogram failed.\n{\n9}\n";
-    std::string printed = printedBy([&] {
-        ryl_loadSuperShader(files.geometry.c_str(), files.vertex.c_str(), files.fragment.c_str(), GL_LINES,
-                            GL_POINTS);
-    });
-    EXPECT_TRUE(printed.ends_with("[/] " + files.geometry + " failed.\n{\n1}\n" + logs)) << printed;
+    const std::string logs =
+        "[/] " + fragment + " failed.\n{\n3}\n[/] " + vertex + " .\n{\n2}\n[/] Shaderprogram failed.\n{\n9}\n";
+    std::string printed = printedBy(
+        [&] { ryl_loadSuperShader(geometry.c_str(), vertex.c_str(), fragment.c_str(), GL_LINES, GL_POINTS); });
+    EXPECT_TRUE(printed.ends_with("[/] " + geometry + " failed.\n{\n1}\n" + logs)) << printed;
     const std::string first = std::exchange(calls, "");
     GLint most = 0;
     glGetIntegerv(GL_MAX_GEOMETRY_OUTPUT_VERTICES_EXT, &most);
     const std::string parameters = "set 36314 " + std::to_string(most) + "\nset 36315 1\nset 36316 0\nlink 9 0\n";
     EXPECT_EQ(first, "compile 1 0\ncompile 2 0\ncompile 3 0\nattach 9 1\nattach 9 2\nattach 9 3\n" + parameters);
-    ryl_loadSuperShader(nullptr, files.vertex.c_str(), nullptr, GL_LINES, GL_POINTS);
+    ryl_loadSuperShader(nullptr, vertex.c_str(), nullptr, GL_LINES, GL_POINTS);
     EXPECT_EQ(std::exchange(calls, ""), "compile 2 0\nattach 9 2\n" + parameters) << "set also without the stage";
-    printed = printedBy([&] { ryl_loadShader(files.vertex.c_str(), files.fragment.c_str()); });
+    printed = printedBy([&] { ryl_loadShader(vertex.c_str(), fragment.c_str()); });
     EXPECT_TRUE(printed.ends_with(logs)) << printed;
     EXPECT_EQ(calls, "compile 2 0\ncompile 3 0\nattach 9 2\nattach 9 3\nlink 9 0\n");
 }

@@ -3,6 +3,7 @@
 #include "fonts.h"
 #include "gl_window.h"
 #include "picture.h"
+#include "printed.h"
 #include "temp_dir.h"
 #include "textures.h"
 
@@ -52,7 +53,13 @@ std::string changed(std::string bytes, std::size_t at, const std::string& others
     return bytes.replace(at, others.size(), others);
 }
 
-TEST(Png, KeepsColoursAndRowsAndStretchesAlpha) {
+// Replaces the file, and lets go of the image.
+void save(gdImage* image, const std::string& path) {
+    gdImageFile(image, path.c_str());
+    gdImageDestroy(image);
+}
+
+TEST(Png, OfTrueColourKeepsItsRowsAndStretchesAlpha) {
     openTestWindow(16, 16);
     const TempDir folder;
     const std::string path = folder.path() / "a.png";
@@ -60,18 +67,21 @@ TEST(Png, KeepsColoursAndRowsAndStretchesAlpha) {
     gdImageAlphaBlending(image, 0);
     gdImageSaveAlpha(image, 1);
     for (int i = 0; i < 6; ++i) gdImageSetPixel(image, i % 3, i / 3, gdTrueColorAlpha(10 * i, 20, 30, 25 * i));
-    gdImageFile(image, path.c_str());
-    gdImageDestroy(image);
-    const unsigned texture = ryl_loadPNG(path.c_str());
+    save(image, path);
+    ryl_loadPNG(path.c_str());
     EXPECT_EQ(texels().at(0), (Texel{0, 20, 30, 255}));
     EXPECT_EQ(texels().at(3), (Texel{30, 20, 30, 104}));
+}
 
-    image = gdImageCreate(2, 1);
+TEST(Png, OfAPaletteGetsItsColours) {
+    openTestWindow(16, 16);
+    const TempDir folder;
+    const std::string path = folder.path() / "a.png";
+    gdImage* image = gdImageCreate(2, 1);
     gdImageSetPixel(image, 0, 0, gdImageColorAllocate(image, 1, 2, 3));
     gdImageSetPixel(image, 1, 0, gdImageColorAllocateAlpha(image, 200, 100, 50, 127));
-    gdImageFile(image, path.c_str());
-    gdImageDestroy(image);
-    EXPECT_NE(ryl_loadPNG(path.c_str()), texture);
+    save(image, path);
+    ryl_loadPNG(path.c_str());
     EXPECT_EQ(texels(), (std::vector<Texel>{{1, 2, 3, 255}, {200, 100, 50, 0}}));
 }
 
@@ -80,8 +90,7 @@ std::string writePixel(const TempDir& folder, const char* name, int red) {
     std::string path = folder.path() / name;
     gdImage* image = gdImageCreateTrueColor(1, 1);
     gdImageSetPixel(image, 0, 0, gdTrueColor(red, 0, 0));
-    gdImageFile(image, path.c_str());
-    gdImageDestroy(image);
+    save(image, path);
     return path;
 }
 
@@ -103,9 +112,7 @@ TEST(Tga, SwapsRedAndBlueAndKeepsStoredRowOrder) {
     openTestWindow(16, 16);
     const TempDir folder;
     const std::string path = folder.write("odd.tga", tga(3, 2, 24, "abcdefghijklmnopqr"));
-    testing::internal::CaptureStdout();
-    ryl_loadTGA(path.c_str());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "[*] texture " + path + " loaded...\n");
+    EXPECT_EQ(printedBy([&] { ryl_loadTGA(path.c_str()); }), "[*] texture " + path + " loaded...\n");
     EXPECT_EQ(texels().at(3), (Texel{'l', 'k', 'j', 255}));
     EXPECT_EQ(texels().at(5), (Texel{'r', 'q', 'p', 255}));
     ryl_loadTGA(folder.write("alpha.tga", changed(tga(1, 1, 32, "abcd"), 17, " ")).c_str());
@@ -161,15 +168,13 @@ void drawPicture() {
     glDrawPixels(WIDTH, HEIGHT, GL_BGRA, GL_UNSIGNED_BYTE, rows.data());
 }
 
-std::string printedBy(int width, int height, const std::string& path, int level) {
-    testing::internal::CaptureStdout();
-    ryl_screenshot(width, height, path.c_str(), level);
-    return testing::internal::GetCapturedStdout();
+std::string linesOf(int width, int height, const std::string& path, int level) {
+    return printedBy([&] { ryl_screenshot(width, height, path.c_str(), level); });
 }
 
 // Takes a screenshot, whose row 0 must be the bottom row of the screen.
 void expectPicture(const std::string& path, int width, int height, int level) {
-    EXPECT_EQ(printedBy(width, height, path, level), "");
+    EXPECT_EQ(linesOf(width, height, path, level), "");
     gdImage* image = gdImageCreateFromFile(path.c_str());
     ASSERT_NE(image, nullptr);
     EXPECT_EQ(std::pair(gdImageSX(image), gdImageSY(image)), std::pair(width, height));
@@ -202,16 +207,16 @@ TEST(Screenshot, ThatCannotBeWrittenGivesAMessageAndNoTornFile) {
     const TempDir folder;
     const std::string file = folder.write("refused.png", "an older file");
     for (const int level : {-1, 10}) {
-        EXPECT_EQ(printedBy(WIDTH, HEIGHT, file, level),
+        EXPECT_EQ(linesOf(WIDTH, HEIGHT, file, level),
                   "[!] Major fuckup detected in ryl_screenshot, given compressionlevel was faily. redo\n");
         EXPECT_EQ(fs::file_size(file), 0U);
     }
-    EXPECT_EQ(printedBy(9, 9, "none/1.png", 0), "couldn't open none/1.png for writing. screenshot not performed\n");
-    EXPECT_EQ(printedBy(0, 100, file, 0), "[/] no memory for a picture of 0 x 100. screenshot not performed\n");
+    EXPECT_EQ(linesOf(9, 9, "none/1.png", 0), "couldn't open none/1.png for writing. screenshot not performed\n");
+    EXPECT_EQ(linesOf(0, 100, file, 0), "[/] no memory for a picture of 0 x 100. screenshot not performed\n");
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{4096, RLIM_INFINITY};  // as on a full disk
     setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(printedBy(WIDTH, HEIGHT, file, 0), "[/] couldn't write " + file + ". screenshot not performed\n");
+    EXPECT_EQ(linesOf(WIDTH, HEIGHT, file, 0), "[/] couldn't write " + file + ". screenshot not performed\n");
     EXPECT_FALSE(fs::exists(file));
 }
 

@@ -1,5 +1,5 @@
-// The loading chain, the timeline and the road of a frame: drawScene with recorders in the place of everything that it
-// calls, the GL included. Each case runs in a process of its own, so drawScene starts anew.
+// The loading chain, the timeline and one frame: drawScene with recorders in place of everything that it calls, the GL
+// included. Each case runs in a process of its own, so drawScene starts anew.
 #include "child.h"
 #include "glm/glm.h"
 #include "layers.h"
@@ -153,12 +153,12 @@ TEST(Frame, BringsTheScenesPictureToTheWindow) {
 }
 
 TEST(Frame, IsShownAgainWhilePausedOnceTheMotionBlurRests) {
-    const auto stillFrames =
-        [](float ms) {  // until the frame is not drawn but shown again; 20 when that does not come
-            int frames = 0;
-            while (frames < 20 && !frameAt(ms, {"target"}).empty()) ++frames;
-            return frames;
-        };
+    // Until the frame is not drawn but shown again; 20 when that does not come.
+    const auto stillFrames = [](float ms) {
+        int frames = 0;
+        while (frames < 20 && !frameAt(ms, {"target"}).empty()) ++frames;
+        return frames;
+    };
     load();
     for (int i = 0; i < 20; ++i) frameAt(10000);
     EXPECT_EQ(stillFrames(10000), 20) << "not paused";
@@ -203,7 +203,7 @@ TEST(Timeline, HandsOverWithinTheFrameAndBackInTheNext) {
     EXPECT_EQ(frameAt(5000, {"finish", "ribbons"}), "finish 640 360 1 1 0 0 0 0.2") << "left backwards";
 }
 
-TEST(Timeline, StartScenesJumpByWholeSecondsWhereTheClockCanBeMoved) {
+TEST(Timeline, StartsWithASceneAtItsWholeSecond) {
     const struct {
         int scene, second;
         std::string drawn;
@@ -216,6 +216,9 @@ TEST(Timeline, StartScenesJumpByWholeSecondsWhereTheClockCanBeMoved) {
         EXPECT_EQ(result.output, "## got queue " + std::to_string(start.scene) +
                                      "\nsong start pos = " + std::to_string(start.second) + "000\n" + start.drawn);
     }
+}
+
+TEST(Timeline, StartsWithASceneWhereTheClockCannotBeMoved) {
     isCapturing = true;
     answers[5] = 800;
     load(2);
