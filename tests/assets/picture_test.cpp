@@ -18,13 +18,9 @@ struct Picture {
     std::unique_ptr<gdImage, void (*)(gdImage*)> image;
     int width, height;
 
-    explicit Picture(const std::string& path) : image(nullptr, gdImageDestroy), width(0), height(0) {
-        const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-        image.reset(file ? gdImageCreateFromPng(file.get()) : nullptr);
-        if (!image) return;
-        width = gdImageSX(image.get());
-        height = gdImageSY(image.get());
-    }
+    explicit Picture(const std::string& name)
+        : image(gdImageCreateFromFile(("data/images/" + name + ".png").c_str()), gdImageDestroy),
+          width(image ? gdImageSX(image.get()) : 0), height(image ? gdImageSY(image.get()) : 0) {}
     int at(int x, int y) const { return gdImageGetTrueColorPixel(image.get(), x, y); }
     int alpha(int x, int y) const { return (gdAlphaMax - gdTrueColorGetAlpha(at(x, y))) * 255 / gdAlphaMax; }
 
@@ -58,7 +54,7 @@ int worstFringe(const Picture& picture) {
     for (int y = 1; y + 1 < picture.height; ++y)
         for (int x = 1; x + 1 < picture.width; ++x) {
             int nearest = 256;
-            for (const auto& [dx, dy] : {std::pair{1, 0}, std::pair{-1, 0}, std::pair{0, 1}, std::pair{0, -1}})
+            for (const auto& [dx, dy] : {std::pair{1, 0}, {-1, 0}, {0, 1}, {0, -1}})
                 if (picture.alpha(x, y) == 0 && picture.alpha(x + dx, y + dy) > 32)
                     nearest = std::min(nearest, difference(picture.at(x, y), picture.at(x + dx, y + dy)));
             if (nearest < 256) worst = std::max(worst, nearest);
@@ -66,18 +62,24 @@ int worstFringe(const Picture& picture) {
     return worst;
 }
 
-TEST(Pictures, OfTheOpeningHaveTheShapeOfTheirQuadsCleanEdgesAndStandUpright) {
+TEST(OpeningPictures, HaveTheShapeOfTheirQuads) {
     const struct {
         const char* name;
         double halfWidth, halfHeight;
     } quads[] = {{"spheres", 14, 13.24}, {"banner", 13, 4.89}, {"summer", 8, 4.2}};
     for (const auto& [name, halfWidth, halfHeight] : quads) {
-        SCOPED_TRACE(name);
-        const Picture picture(std::string("data/images/") + name + ".png");
-        ASSERT_GE(picture.width, 1024);
+        const Picture picture(name);
+        ASSERT_GE(picture.width, 1024) << name;
         // The scene's picture is stretched once more: 73.64 x 41.42 units are visible of its 96 x 34.2.
         const double aspect = halfWidth / halfHeight * (96 / 73.64) / (34.2 / 41.42);
-        EXPECT_NEAR(static_cast<double>(picture.width) / picture.height, aspect, 0.03);
+        EXPECT_NEAR(static_cast<double>(picture.width) / picture.height, aspect, 0.03) << name;
+    }
+}
+
+TEST(OpeningPictures, HaveCleanEdgesWithinTheFile) {
+    for (const char* name : {"spheres", "banner", "summer"}) {
+        SCOPED_TRACE(name);
+        const Picture picture(name);
         EXPECT_GT(picture.share(255), 0.1) << "hardly there";
         EXPECT_LE(worstFringe(picture), 72);
         for (int x = 0; x < picture.width; ++x)
@@ -85,16 +87,18 @@ TEST(Pictures, OfTheOpeningHaveTheShapeOfTheirQuadsCleanEdgesAndStandUpright) {
         for (int y = 0; y < picture.height; ++y)
             EXPECT_LE(std::max(picture.alpha(0, y), picture.alpha(picture.width - 1, y)), 4) << "cut off";
     }
-    const Picture spheres("data/images/spheres.png"), summer("data/images/summer.png"),
-        banner("data/images/banner.png");
+}
+
+TEST(OpeningPictures, StandUpright) {
+    const Picture spheres("spheres"), summer("summer"), banner("banner");
     EXPECT_GT(spheres.ink(0, 0.5).first, 1.3 * spheres.ink(0.5, 1).first) << "the balls lie on the floor";
     EXPECT_GT(summer.ink(0, 0.3).first, summer.ink(0.7, 1).first) << "the sea lies under the sun";
     EXPECT_GT(banner.ink(0.9, 1).second, banner.ink(0, 0.1).second + 0.05)
         << "the l rises right of the tail of the y";
 }
 
-TEST(Pictures, OverlayIsTheWholePaintedFrameAroundAClearMiddleAndThePosterFull) {
-    const Picture overlay("data/images/focus_overlay2.png");
+TEST(Overlay, IsTheWholePaintedFrameAroundAClearMiddle) {
+    const Picture overlay("focus_overlay2");
     const Canvas canvas = paintOverlay("");
     ASSERT_EQ(std::pair(overlay.width, overlay.height), std::pair(canvas.width, canvas.height));
     EXPECT_NEAR(static_cast<double>(overlay.width) / overlay.height, 37.5 / 17.202, 0.01);
@@ -109,7 +113,10 @@ TEST(Pictures, OverlayIsTheWholePaintedFrameAroundAClearMiddleAndThePosterFull) 
     }
     EXPECT_EQ(others, 0) << "flipped, or cut";
     EXPECT_EQ(covered, 0);
-    const Picture poster("data/images/background.png");
+}
+
+TEST(Poster, IsOpaqueAndHasTheShapeOfTheScreen) {
+    const Picture poster("background");
     EXPECT_EQ(poster.width * 9, poster.height * 16);
     EXPECT_EQ(poster.share(255), 1.0);
 }

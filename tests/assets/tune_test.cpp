@@ -58,17 +58,18 @@ double measured(const std::string& filter, const std::string& label, const std::
     return at == std::string::npos ? std::nan("") : std::atof(report.c_str() + at + label.size());
 }
 
-TEST_F(Tune, IsLongLoudAndNeverClips) {
+TEST_F(Tune, IsLongerThanTheDemoAndInStereo) {
     EXPECT_EQ(run("ffprobe -v error -show_entries stream=sample_rate,channels -of csv=p=0 data/tune.mp3").output,
               "44100,2\n");
-    EXPECT_NEAR(measured("ebur128", "I:"), -14.0, 2.0);
-    EXPECT_LE(measured("ebur128=peak=true", "Peak:"), -1.0);
     EXPECT_GE(sums.size(), frameAt(190));
+}
+
+TEST_F(Tune, IsLoudButNeverClipsAndHasNoOffset) {
+    EXPECT_NEAR(measured("ebur128", "I:"), -14.0, 2.0);
+    EXPECT_LE(measured("ebur128=peak=true", "Peak:"), -1.0) << "the true peak, between samples as well";
     std::array<double, 2> sum{};
     for (std::size_t i = 0; i < samples.size(); ++i) sum[i % 2] += static_cast<double>(samples[i]);
     for (const double dc : sum) EXPECT_NEAR(dc / static_cast<double>(sums.size()), 0.0, 1e-3);
-    EXPECT_LT(*std::max_element(samples.begin(), samples.end()), 0.999f) << "clips";
-    EXPECT_GT(*std::min_element(samples.begin(), samples.end()), -0.999f) << "clips";
 }
 
 TEST_F(Tune, IsNeverSilentUnderThePicture) {
@@ -106,7 +107,12 @@ TEST_F(Tune, BeatsFallOnThePulsesOfTheFloor) {
     }
 }
 
-TEST_F(Tune, WallsAreHeavierThanGreetingsAndHaveNoHoleInTheirSpectrum) {
+TEST_F(Tune, WallsAreHeavierThanGreetings) {
+    for (const Span& wall : WALLS)
+        for (const Span& scene : GREETINGS) EXPECT_GT(levelDb(wall), levelDb(scene)) << wall.start;
+}
+
+TEST_F(Tune, WallsHaveNoHoleInTheirSpectrum) {
     constexpr double HOLE_DB = 24;
     for (const Span& wall : WALLS) {
         double loudest = -100;
@@ -118,7 +124,6 @@ TEST_F(Tune, WallsAreHeavierThanGreetingsAndHaveNoHoleInTheirSpectrum) {
             loudest = std::max(loudest, level);
             EXPECT_GT(level, loudest - HOLE_DB) << "from " << low << " Hz in the wall from " << wall.start << " s";
         }
-        for (const Span& scene : GREETINGS) EXPECT_GT(levelDb(wall), levelDb(scene));
     }
 }
 

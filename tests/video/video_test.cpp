@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -49,10 +50,7 @@ TEST(Video, TwentySecondsAreUprightCompleteAndInStepWithTheSound) {
             for (int x = left; x < right; ++x) sum += static_cast<unsigned char>(pixels.at(y * 320UL + x));
         return sum / ((right - left) * (bottom - top));
     };
-    // The loading bar grows from the left edge of its place to the right.
-    EXPECT_GT(mean(5, 124, 90, 180, 91), mean(5, 194, 90, 197, 91) + 40);
-    EXPECT_GT(mean(14, 194, 90, 197, 91), mean(5, 194, 90, 197, 91) + 40);
-    // The images: right of the middle there is one above, and nothing below.
+    // Right of the middle there is an image above, and nothing below.
     EXPECT_LT(mean(161, 170, 60, 245, 90), 230);
     EXPECT_GT(mean(161, 190, 100, 280, 150), 250);
     // The ribbons begin to open at 5.4 s, from a point: the next frame is the first to differ for seconds.
@@ -98,7 +96,8 @@ TEST(Video, SaysWhatIsWrongAndLeavesNothing) {
                               "PATH=" + tools.path().string() + ":$PATH TMPDIR=" + temporary.path().string());
         EXPECT_EQ(ran.status, 1) << ran.output;
         EXPECT_TRUE(ran.output.starts_with(std::string("[!] ") + message)) << ran.output;
-        EXPECT_TRUE(fs::is_empty(folder.path()) && fs::is_empty(temporary.path())) << message;
+        for (const TempDir* place : {&folder, &temporary})
+            EXPECT_EQ(std::distance(fs::directory_iterator(place->path()), {}), 0) << message;
     }
 }
 
