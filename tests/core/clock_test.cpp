@@ -51,7 +51,9 @@ TEST(SilentMode, RunsFromItsStartOnAndStandsWhilePaused) {
 TEST(SilentMode, SeeksByASecondNotBelowZeroAndWithoutAnEnd) {
     openTestWindow(WIDTH, HEIGHT);
     SOUND_ON = 0;
+    ryl_startMusic();
     press(' ');
+    expectPaused(true);
     DEMO_LENGTH = 1000;
     EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 500), 0);
     EXPECT_EQ(timeAfter(GLUT_KEY_LEFT, 1500), 500);

@@ -120,7 +120,7 @@ TEST(RenderTarget, ClearsWithTheColourSetBeforeAndSetsTheNext) {
     EXPECT_EQ(pixelAt(3, 3), (Pixel{0, 255, 0, 255}));
     glRotatef(30, 1, 0, 0);
     ryl_disableFBO(WIDTH + 0.9f, HEIGHT + 0.2f, 0, 0, 1);
-    EXPECT_TRUE(isColour(pixelAt(3, 3), 255, 0, 0));
+    EXPECT_PRED5(isColour, pixelAt(3, 3), 255, 0, 0, 1);
     EXPECT_EQ(ryl_enableFBO(id, 0, 0, 0), texture);
     EXPECT_EQ(pixelAt(3, 3), (Pixel{0, 0, 255, 0}));
     glRectf(-40, 0, 40, 40);  // the upper half, white

@@ -71,9 +71,9 @@ TEST_F(Shader, ThatDoesNotCompileIsReported) {
 
 TEST_F(Shader, DrawsWithTheStagesItHas) {
     ryl_enableShader(ryl_loadShader(vertex.c_str(), nullptr));
-    EXPECT_TRUE(isColour(drawnColour(), 0, 255, 0));
+    EXPECT_PRED5(isColour, drawnColour(), 0, 255, 0, 1);
     ryl_disableShader();
-    EXPECT_TRUE(isColour(drawnColour(), 0, 0, 255));
+    EXPECT_PRED5(isColour, drawnColour(), 0, 0, 255, 1);
 }
 
 TEST_F(Shader, GetsUniformsOfOneToFourComponentsAndRefusesOthers) {
@@ -125,9 +125,9 @@ TEST_F(SuperShader, DrawsWithTheGeometryStageOrLeavesItOutWhereTheGlHasNone) {
     glBegin(GL_POINTS);
     glVertex2f(1.0f / SIDE, 1.0f / SIDE);  // the middle of a pixel
     glEnd();
-    EXPECT_TRUE(isColour(pixelAt(SIDE / 2, SIDE / 2), 0, 255, 0)) << printed;
-    EXPECT_TRUE(isColour(pixelAt(2, SIDE - 3), 0, hasStage ? 255 : 0, 0)) << "a square where there is the stage\n"
-                                                                          << printed;
+    EXPECT_PRED5(isColour, pixelAt(SIDE / 2, SIDE / 2), 0, 255, 0, 1) << printed;
+    EXPECT_PRED5(isColour, pixelAt(2, SIDE - 3), 0, hasStage ? 255 : 0, 0, 1) << "a square where there is the stage\n"
+                                                                              << printed;
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 }
 

@@ -54,6 +54,10 @@ Pixel pixelAt(int x, int y) {
     return {bytes[0], bytes[1], bytes[2], bytes[3]};
 }
 
+std::ostream& operator<<(std::ostream& stream, const Pixel& pixel) {
+    return stream << pixel.red << ' ' << pixel.green << ' ' << pixel.blue << ' ' << pixel.alpha;
+}
+
 bool isColour(const Pixel& pixel, int red, int green, int blue, int tolerance) {
     return std::abs(pixel.red - red) <= tolerance && std::abs(pixel.green - green) <= tolerance &&
            std::abs(pixel.blue - blue) <= tolerance;

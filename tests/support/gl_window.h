@@ -3,11 +3,14 @@
 // The window is a GLUT window (double buffered, RGBA, depth) on a private display; GLEW is initialised.
 #pragma once
 
+#include <ostream>
+
 // One pixel as the GL reports it, 8 bits per channel.
 struct Pixel {
     int red, green, blue, alpha;
     bool operator==(const Pixel&) const = default;
 };
+std::ostream& operator<<(std::ostream& stream, const Pixel& pixel);
 
 // Opens the window and makes its context current. Call once per process, first thing in a test.
 void openTestWindow(int width, int height);
