@@ -406,6 +406,14 @@ TEST(Frame, IsWholeWhereTheWindowEnds) {
         }
 }
 
+TEST(MotionBlur, KeepsBlackWhereTheWindowEnds) {
+    openScreen();
+    ryl_finishFrame(WIDER, HEIGHT, {.windowGrey = 1}, 0);
+    EXPECT_EQ(lastPixelKept(), 255);
+    ryl_blendPicture(WIDER, HEIGHT, 0);
+    EXPECT_EQ(lastPixelKept(), 0);
+}
+
 TEST(Frame, UnderFullBlurIsUnseen) {
     openScreen();
     ryl_finishFrame(WIDTH, HEIGHT, noiseLayers(), 0);

@@ -71,8 +71,9 @@ TEST(Sizes, ThatCannotBeHadAreReplacedByTheDefaultOfTheirUse) {
         {SizeUse::capture, {0, 0}, {640, 480}, "[/] 0 x 0 is no size for captured frames, taking 640 x 480\n"},
         {SizeUse::capture, {9, 2049}, {640, 480}, "[/] 9 x 2049 is no size for captured frames, taking 640 x 480\n"},
     };
-    for (const auto& [use, asked, taken, said] : cases)
-        EXPECT_EQ(printedBy([&] { EXPECT_EQ(ryl_usableSize(use, asked, MAX_SIDE), taken); }), said);
+    for (const auto& size : cases)
+        EXPECT_EQ(printedBy([&] { EXPECT_EQ(ryl_usableSize(size.use, size.asked, MAX_SIDE), size.taken); }),
+                  size.said);
 }
 
 }  // namespace
