@@ -30,7 +30,7 @@ struct Picture {
         for (int i = 0; i < width * height; ++i) count += alpha(i % width, i / width) == wanted ? 1 : 0;
         return static_cast<double>(count) / (width * height);
     }
-    // How much is drawn in the rows from `from` to `to`, and where its middle lies: 0 is the left edge, 1 the right one.
+    // How much is drawn in the rows from `from` to `to`, and where its middle lies: 0 is the left edge, 1 the right.
     std::pair<double, double> ink(double from, double to) const {
         double sum = 0, places = 0;
         for (int y = static_cast<int>(from * height); y < to * height; ++y)

@@ -1,5 +1,5 @@
-// What is on the screen, by its pixels: what the toolkit draws, the scenes against their plain versions, a frame finished
-// in one pass against its layers drawn one by one, and the demo from the loading bar on.
+// What is on the screen, by its pixels: what the toolkit draws, the scenes against their plain versions, a frame
+// finished in one pass against its layers drawn one by one, and the demo from the loading bar on.
 #include "child.h"
 #include "fbo.h"
 #include "fonts.h"

@@ -99,7 +99,8 @@ TEST(ShaderEnds, WithoutAFileAValueOrAnId) {
         // Without a window: the first GL call would crash.
         {[=] { ryl_loadShader(vertex, "none.frag"); }, loaded(vertex) + "[!] Couldn't load shaderfile none.frag\n"},
         {[] { openTestWindow(SIDE, SIDE), ryl_shader_sendUniformValue(0, "a", nullptr, 0); },
-         "[!] ryl_shader_sendUniformValue was given an invalid count-value check argument 4 and redo.. *sadface* :(\n"},
+         "[!] ryl_shader_sendUniformValue was given an invalid count-value check argument 4 and redo.. "
+         "*sadface* :(\n"},
         {[=] {
              openTestWindow(SIDE, SIDE);
              for (int i = 0; ryl_loadShader(vertex, nullptr) == i; ++i) {

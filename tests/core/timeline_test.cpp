@@ -1,5 +1,5 @@
-// The loading chain, the timeline and one frame: drawScene with recorders in place of everything that it calls, the GL
-// included. Each case runs in a process of its own, so drawScene starts anew.
+// The loading chain, the timeline and one frame: drawScene with recorders in place of everything that it calls, the
+// GL included. Each case runs in a process of its own, so drawScene starts anew.
 #include "child.h"
 #include "glm/glm.h"
 #include "layers.h"

@@ -192,8 +192,8 @@ TEST(Capture, EndedByASignalHasAnnouncedEveryFile) {
     EXPECT_TRUE(program.output().ends_with(end)) << program.output();
 }
 
-// The walls begin 30.8 s into the demo, so only the last of the frames before frame 1290 are drawn. What the opening and
-// the greetings remember, and the motion blur, must be what they were.
+// The walls begin 30.8 s into the demo, so only the last of the frames before frame 1290 are drawn. What the opening
+// and the greetings remember, and the motion blur, must be what they were.
 TEST(Capture, FromAFrameOnGivesTheBytesOfAWholeRun) {
     constexpr int FIRST = 1290, LAST = 1295;
     const std::string options = "-nf -c 1 -w 64 -h 36";

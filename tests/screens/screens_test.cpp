@@ -1,5 +1,5 @@
-// The program on real screens: an X server that changes its mode, window managers, a Wayland compositor. Always silent.
-// Where one of them is missing, its cases are skipped and say so.
+// The program on real screens: an X server that changes its mode, window managers, a Wayland compositor. Always
+// silent. Where one of them is missing, its cases are skipped and say so.
 #include "program.h"
 #include "x_server.h"
 
@@ -243,7 +243,7 @@ TEST(I3, ShowsAnotherWorkspaceDuringACapture) { under(I3, losesNoFrame); }
 
 // ---- A Wayland compositor -----------------------------------------------------------------------------------------
 
-// On a screen without the default mode: XWayland 22 crashes when the game mode moves a pointer that the compositor lacks.
+// On a screen without the default mode: in the game mode XWayland 22 moves a pointer, and crashes if there is none.
 TEST(Weston, IsCoveredByTheWindow) {
     if (const std::string lacking = missing({"weston", "weston-screenshooter", "Xwayland"}); !lacking.empty())
         GTEST_SKIP() << "There is no " << lacking << " here.";

@@ -12,9 +12,9 @@ struct ChildResult {
     std::string errors;  // what went to standard error
 };
 
-// Runs `code` in a forked copy of this process, followed by exit(0). Before this process opens a window: the copy of a
-// GL driver lacks its threads. The code may open one of its own.
+// Runs `code` in a forked copy of this process, followed by exit(0). Before this process opens a window: the copy of
+// a GL driver lacks its threads. The code may open one of its own.
 ChildResult runInChild(const std::function<void()>& code);
 
-// Becomes the program with the arguments of `command`, in a child; ends with status 127 where there is no such program.
+// Becomes the program with the arguments of `command`, in a child; ends with status 127 if there is none.
 [[noreturn]] void execute(std::vector<std::string> command);

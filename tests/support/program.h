@@ -43,8 +43,8 @@ private:
     std::string text;
 };
 
-// The program in a run directory of its own, once it has printed a line that contains `line`. The test fails when that
-// line does not come.
+// The program in a run directory of its own, once it has printed a line that contains `line`. The test fails when
+// that line does not come.
 class RunningProgram : public RunDirectory, public Program {
 public:
     RunningProgram(const std::string& options, const std::string& line);

@@ -1,4 +1,4 @@
-// ./video from the outside, and its frames on their way to the encoder, where a shell script stands in for the program.
+// ./video from the outside, and its frames on their way to the encoder, where a shell script plays the program.
 #include "command.h"
 #include "temp_dir.h"
 
