@@ -26,7 +26,7 @@ void feed(const std::string& input) {
     const std::string mtl = input.substr(std::min(obj.size() + 1, input.size()));
     writeFile(PATH, obj);
     writeFile("m.mtl", mtl);
-    // The plain reader knows no materials, and one fscanf reads numbers like "1e" as another does not: no e, i, x, a, p.
+    // The plain reader knows no materials, and not every fscanf reads numbers like "1e" alike: no e, i, x, a, p.
     const bool known = obj.find_first_not_of("\t\n\v\f\r #+-./0123456789bcdfghklnorstuvwz") == std::string::npos;
     const auto expected = known ? plain::readOBJ(PATH) : std::nullopt;
     const auto read = [&]() -> std::string {
