@@ -198,8 +198,8 @@ unsigned ryl_loadTGA(const char* path) {
 
 unsigned ryl_loadBlack(void) {
     constexpr int SIDE = 512;
-    static constexpr std::array<unsigned char, static_cast<std::size_t>(SIDE) * SIDE * 3> texels{};
-    return uploadTexture(SIDE, SIDE, GL_RGB, GL_UNSIGNED_BYTE, texels.data());
+    static constexpr std::array<unsigned char, static_cast<std::size_t>(SIDE) * SIDE * 3> BLACK_TEXELS{};
+    return uploadTexture(SIDE, SIDE, GL_RGB, GL_UNSIGNED_BYTE, BLACK_TEXELS.data());
 }
 
 void ryl_screenshot(int width, int height, const char* filename, int level) {
