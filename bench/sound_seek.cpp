@@ -16,7 +16,7 @@ constexpr std::size_t CHUNK_SAMPLES = std::size_t{1152} * 2;  // one mp3 frame o
 struct Tune {
     Mp3Stream stream;
     Tune() {
-        if (openMp3("data/tune.mp3", stream) != Mp3Open::Ok) std::abort();
+        if (openMp3("data/tune.mp3", stream) != Mp3Open::ok) std::abort();
     }
     ~Tune() { closeMp3(stream); }
     Tune(const Tune&) = delete;

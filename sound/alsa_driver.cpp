@@ -59,8 +59,8 @@ Room waitForRoom(void* handle) {
     if (waited < 0) recover(device, waited);
     const snd_pcm_sframes_t room = snd_pcm_avail_update(device.pcm);
     if (room < 0) recover(device, static_cast<int>(room));
-    if (device.gone) return Room::Gone;
-    return room >= device.period ? Room::Free : Room::None;
+    if (device.gone) return Room::gone;
+    return room >= device.period ? Room::free : Room::none;
 }
 
 void write(void* handle, std::span<const std::int16_t> samples) {

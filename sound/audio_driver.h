@@ -3,8 +3,8 @@
 //   void* device = driver.open(44100, 2, period);
 //   while (device) {
 //       const Room room = driver.waitForRoom(device);
-//       if (room == Room::Gone) break;
-//       if (room == Room::Free) driver.write(device, samples);
+//       if (room == Room::gone) break;
+//       if (room == Room::free) driver.write(device, samples);
 //       if (const auto report = driver.report(device)) ...
 //   }
 //   driver.close(device);
@@ -33,9 +33,9 @@ struct HeardReport {
 };
 
 enum class Room {
-    Free,  // a period can be written
-    None,  // not yet
-    Gone,  // the device has been unplugged, or its server has ended: it does not come back
+    free,  // a period can be written
+    none,  // not yet
+    gone,  // the device has been unplugged, or its server has ended: it does not come back
 };
 
 struct AudioDriver {

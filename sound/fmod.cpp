@@ -67,15 +67,15 @@ void stopAtExit() {
 
 FMOD_RESULT resultOf(Mp3Open opened) {
     switch (opened) {
-    case Mp3Open::Ok:
+    case Mp3Open::ok:
         return FMOD_OK;
-    case Mp3Open::NotFound:
+    case Mp3Open::notFound:
         return FMOD_ERR_FILE_NOT_FOUND;
-    case Mp3Open::Unreadable:
+    case Mp3Open::unreadable:
         return FMOD_ERR_FILE_UNREADABLE;
-    case Mp3Open::NotMp3:
+    case Mp3Open::notMp3:
         return FMOD_ERR_FILE_NOT_MP3;
-    case Mp3Open::NoDecoder:
+    case Mp3Open::noDecoder:
         break;
     }
     return FMOD_ERR_RESOURCES;
@@ -151,7 +151,7 @@ FMOD_RESULT FMOD_System_CreateSound(FMOD_SYSTEM* system, const char* name, unsig
     if (!system->initialized) return FMOD_ERR_NOT_INITIALIZED;
     std::unique_ptr<FMOD_SOUND> made(new (std::nothrow) FMOD_SOUND{system, {}, system->sounds});
     if (!made) return FMOD_ERR_RESOURCES;
-    if (const Mp3Open opened = openMp3(name, made->stream); opened != Mp3Open::Ok) return resultOf(opened);
+    if (const Mp3Open opened = openMp3(name, made->stream); opened != Mp3Open::ok) return resultOf(opened);
     const FMOD_RESULT prepared = withResources([&] { preparePlayback(*system->channel.playback, made->stream); });
     if (prepared == FMOD_OK)
         *sound = system->sounds = made.release();

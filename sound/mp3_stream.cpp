@@ -39,12 +39,12 @@ struct File {
 Mp3Open openFile(const char* path, File& file) {
     // Not to be held up by a pipe that nobody writes to.
     file.descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file.descriptor < 0) return errno == ENOENT || errno == ENOTDIR ? Mp3Open::NotFound : Mp3Open::Unreadable;
+    if (file.descriptor < 0) return errno == ENOENT || errno == ENOTDIR ? Mp3Open::notFound : Mp3Open::unreadable;
     struct stat status = {};
     const bool regular = fstat(file.descriptor, &status) == 0 && S_ISREG(status.st_mode);
     char first = 0;
     const bool readable = regular && pread(file.descriptor, &first, 1, 0) >= 0;
-    return readable ? Mp3Open::Ok : Mp3Open::Unreadable;
+    return readable ? Mp3Open::ok : Mp3Open::unreadable;
 }
 
 Decoder makeDecoder() {
@@ -78,7 +78,7 @@ void setPreroll(mpg123_handle* decoder) {
 
 // Why the decoder finds no stream.
 Mp3Open failureOf(mpg123_handle* decoder) {
-    return mpg123_errcode(decoder) == MPG123_OUT_OF_MEM ? Mp3Open::NoDecoder : Mp3Open::NotMp3;
+    return mpg123_errcode(decoder) == MPG123_OUT_OF_MEM ? Mp3Open::noDecoder : Mp3Open::notMp3;
 }
 
 bool measure(mpg123_handle* decoder, Mp3Stream& stream) {
@@ -91,9 +91,9 @@ bool measure(mpg123_handle* decoder, Mp3Stream& stream) {
 
 Mp3Open openMp3(const char* path, Mp3Stream& stream) {
     File file;
-    if (const Mp3Open opened = openFile(path, file); opened != Mp3Open::Ok) return opened;
+    if (const Mp3Open opened = openFile(path, file); opened != Mp3Open::ok) return opened;
     Decoder decoder = makeDecoder();
-    if (!decoder) return Mp3Open::NoDecoder;
+    if (!decoder) return Mp3Open::noDecoder;
     Mp3Stream found;
     if (mpg123_open_fd(decoder.get(), file.descriptor) != MPG123_OK) return failureOf(decoder.get());
     if (!fixFormat(decoder.get(), found) || !measure(decoder.get(), found)) return failureOf(decoder.get());
@@ -101,7 +101,7 @@ Mp3Open openMp3(const char* path, Mp3Stream& stream) {
     found.decoder = decoder.release();
     found.file = std::exchange(file.descriptor, -1);
     stream = found;
-    return Mp3Open::Ok;
+    return Mp3Open::ok;
 }
 
 void closeMp3(Mp3Stream& stream) {

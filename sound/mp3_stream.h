@@ -9,7 +9,7 @@
 
 struct mpg123_handle_struct;  // libmpg123's decoder
 
-enum class Mp3Open { Ok, NotFound, Unreadable, NotMp3, NoDecoder };
+enum class Mp3Open { ok, notFound, unreadable, notMp3, noDecoder };
 
 struct Mp3Stream {
     mpg123_handle_struct* decoder = nullptr;  // owned, as is the file behind it

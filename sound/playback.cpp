@@ -57,7 +57,7 @@ struct Format {
     bool operator==(const Format&) const = default;
 };
 
-enum class DeviceState { Opening, Open, Missing, Ended };
+enum class DeviceState { opening, open, missing, ended };
 
 }  // namespace
 
@@ -72,7 +72,7 @@ struct Playback {
     Ring ring;
     Request request;
     Format format;  // that the device is to have
-    DeviceState device = DeviceState::Opening;
+    DeviceState device = DeviceState::opening;
     Drivers drivers;
     bool stopping = false;
 };
@@ -210,12 +210,12 @@ void feed(Playback& playback, std::unique_lock<std::mutex>& held, Format format,
         const Room room = driver.waitForRoom(device);
         const std::optional<HeardReport> report = driver.report(device);
         held.lock();
-        if (room == Room::Gone || !wanted(playback, format)) return;
+        if (room == Room::gone || !wanted(playback, format)) return;
         if (report) {
             clockHeard(playback.clock, report->ns, report->frames);
             playback.deviceChanged.notify_one();
         }
-        if (room == Room::None) continue;
+        if (room == Room::none) continue;
         if (!fill(playback, held, format, samples)) return;
         held.unlock();
         driver.write(device, samples);
@@ -266,11 +266,11 @@ void runDevice(Playback& playback) {
         held.lock();
         if (device && wanted(playback, format)) {
             clockResetDevice(playback.clock, audioClockNs());
-            setDevice(playback, DeviceState::Open);
+            setDevice(playback, DeviceState::open);
             feed(playback, held, format, *drivers.front(), device, samples);
             if (wanted(playback, format)) clockResetDevice(playback.clock, audioClockNs());
         }
-        if (wanted(playback, format)) setDevice(playback, DeviceState::Missing);
+        if (wanted(playback, format)) setDevice(playback, DeviceState::missing);
         if (device) {
             held.unlock();
             drivers.front()->close(device);
@@ -278,7 +278,7 @@ void runDevice(Playback& playback) {
         }
         playback.deviceWork.wait_for(held, DEVICE_RETRY, changed);
     }
-    setDevice(playback, DeviceState::Ended);
+    setDevice(playback, DeviceState::ended);
 }
 
 // Nothing plays until a stream is requested.
@@ -289,7 +289,7 @@ void setFormat(Playback& playback, const Mp3Stream& stream) {
                                       static_cast<std::size_t>(stream.channels));
     const std::lock_guard held(playback.lock);
     playback.format = format;
-    playback.device = DeviceState::Opening;
+    playback.device = DeviceState::opening;
     playback.ring = {.samples = std::move(samples), .channels = stream.channels};
     playback.request = {.number = playback.request.number + 1};
     playback.clock = startClock(stream.rate, audioClockNs());
@@ -334,8 +334,8 @@ void play(Playback& playback, const Mp3Stream& stream, bool paused) {
     setFormat(playback, stream);
     std::unique_lock held(playback.lock);
     playback.deviceChanged.wait_for(held, DEVICE_PATIENCE,
-                                    [&] { return playback.clock.joined || playback.device == DeviceState::Missing; });
-    if (playback.device != DeviceState::Open && !playback.drivers.empty()) reportNoDevice();
+                                    [&] { return playback.clock.joined || playback.device == DeviceState::missing; });
+    if (playback.device != DeviceState::open && !playback.drivers.empty()) reportNoDevice();
     clockPlay(playback.clock, audioClockNs(), stream.frames, paused);
     requestStream(playback, &stream, 0);
 }
@@ -370,5 +370,5 @@ void stopPlayback(Playback& playback) {
     playback.stopping = true;
     playback.decoderWork.notify_one();
     playback.deviceWork.notify_one();
-    playback.deviceChanged.wait_for(held, DEVICE_PATIENCE, [&] { return playback.device == DeviceState::Ended; });
+    playback.deviceChanged.wait_for(held, DEVICE_PATIENCE, [&] { return playback.device == DeviceState::ended; });
 }

@@ -131,8 +131,8 @@ Room waitForRoom(void* handle) {
     const auto room = [&] { return pa_stream_writable_size(device.stream) >= bytes; };
     if (runUntil(
             device, WAIT_SECONDS, [&] { return streamGood(device); }, room))
-        return Room::Free;
-    return streamGood(device) ? Room::None : Room::Gone;
+        return Room::free;
+    return streamGood(device) ? Room::none : Room::gone;
 }
 
 void write(void* handle, std::span<const std::int16_t> samples) {

@@ -20,7 +20,7 @@ void readOn(const Mp3Stream& stream) {
 void feed(const std::string& input) {
     writeFile(PATH, input);
     Mp3Stream stream;
-    if (openMp3(PATH, stream) != Mp3Open::Ok) return;
+    if (openMp3(PATH, stream) != Mp3Open::ok) return;
     assert(stream.rate > 0 && stream.channels >= 1 && stream.channels <= 2 && stream.frames > 0);
     readOn(stream);
     for (const std::int64_t place : {stream.frames, stream.frames / 2, std::int64_t{0}})

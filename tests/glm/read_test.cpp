@@ -1,6 +1,6 @@
 #include "glm/glm_util.h"
-#include "plain_reader.h"
 #include "model_files.h"
+#include "plain_reader.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -36,7 +36,7 @@ inline std::string noiseMp3(const TempDir& folder, int seconds, int rate = 44100
 // Every sample of the file, interleaved.
 inline std::vector<std::int16_t> decoded(const std::string& path) {
     Mp3Stream stream;
-    EXPECT_EQ(openMp3(path.c_str(), stream), Mp3Open::Ok);
+    EXPECT_EQ(openMp3(path.c_str(), stream), Mp3Open::ok);
     std::vector<std::int16_t> samples(static_cast<std::size_t>(stream.frames * stream.channels));
     for (std::size_t at = 0; at < samples.size();)
         at += static_cast<std::size_t>(readMp3(stream, std::span(samples).subspan(at)) * stream.channels);
