@@ -280,21 +280,21 @@ TEST(Try, EachAllocationMayFail) {
     };
     for (const auto& read : ways(files))
         calls.emplace_back([&, read](GLMerror* error) { return read(error, options) != nullptr; });
-    for (const auto& call : calls) {
+    for (std::size_t i = 0; i < calls.size(); ++i) {
         int tried = 0;
         for (bool done = false; !done; ++tried) {
             GLMerror error{};
             allocations = alive = 0;
             failing = tried + 1;
             watched = true;
-            const bool result = call(&error);
+            const bool result = calls[i](&error);
             watched = false;
             done = allocations < failing;
             EXPECT_EQ(result, done);
             EXPECT_TRUE(done || std::strncmp(error.text, "out of memory (", 15) == 0) << tried << error.text;
-            EXPECT_TRUE(&call == &calls[0] || alive == 0) << tried;
+            EXPECT_TRUE(i == 0 || alive == 0) << tried;
         }
-        EXPECT_GT(tried, &call == &calls[1] ? 2 : 9);
+        EXPECT_GT(tried, i == 1 ? 2 : 9);
     }
 }
 
