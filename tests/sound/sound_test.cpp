@@ -112,7 +112,7 @@ testing::AssertionResult writesWhatIsDecoded(int rate, int channels) {
     record(2000);
 
     const std::vector<std::int16_t> stream = decoded(path);
-    const std::string bytes = run("cat " + disk).output;
+    const std::string bytes = readFile(disk);
     std::vector<std::int16_t> samples(bytes.size() / 2);
     std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
     const std::vector<std::int16_t> heard = sounding(samples, channels);
@@ -139,7 +139,7 @@ TEST(Sound, PlaysTheDecodedFileSampleForSample) {
 
 TEST(Sound, WhatCannotBePlayedGivesACodeAndWhatBreaksOffPlaysOn) {
     const TempDir folder;
-    const std::string mp3 = run("cat " + noiseMp3(folder, 2)).output, path = folder.path();
+    const std::string mp3 = readFile(noiseMp3(folder, 2)), path = folder.path();
     setenv("RYL_SOUND", "none", 1);
     Player player;
     EXPECT_EQ(player.open(path), FMOD_ERR_NULL_HANDLE);
