@@ -7,14 +7,11 @@
 #include "ryl.h"
 #include "scenes/scenes.h"
 #include "textures.h"
+#include "timeline.h"
 
 #include <GL/freeglut.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <iterator>
-#include <limits>
 
 namespace {
 
@@ -40,15 +37,8 @@ struct Moment {
 // ---- What outlives a frame; one record, static in drawScene. Nothing is ever released. ----------------------------
 
 struct Demo {
-    // Loading. A step is done when its counter is not 0.
-    int loaded = 0;
-    int l_texture = 0, l_shader = 0, l_models = 0, l_music = 0, l_fbo = 0;
-    float progress = 0;  // length of the loading bar, scene units
-
-    // Timeline.
-    int queue = -1;             // the current scene; out of range while loading, before the first, after the last
-    int songStartPosition = 0;  // where the start scene begins, ms of demo time
-    float loadingTime = 0;      // where the current scene begins, seconds of demo time
+    int l_texture = 0, l_shader = 0, l_models = 0, l_music = 0, l_fbo = 0;  // loading steps; not 0: done
+    Timeline timeline = {};
 
     // Picture.
     float gColor = 0;      // grey that the next frame clears the scene target to
@@ -81,6 +71,7 @@ struct Scene {
     float targetGrey;  // grey and alpha of the empty scene target; transparent black shows the window behind
     void (*draw)(const SceneFrame& frame, Demo& demo);
     void (*remember)(float t, SceneMemory& memory) = nullptr;  // changes the memory as draw does, draws nothing
+    float end = 0;  // the program ends when the scene is older than this, seconds; 0: it does not
 };
 
 constexpr const char* GREETINGS[] = {
@@ -98,6 +89,7 @@ void rememberGreeting(float t, SceneMemory& memory) {
     memory.seed[GREETING] = seedAfterCubeField(t, memory.seed[GREETING]);
 }
 void drawOpening(const SceneFrame& frame, Demo& demo) { drawRibbons(frame, demo.images, demo.memory.scale); }
+void drawNothing(const SceneFrame&, Demo&) {}
 void rememberOpening(float t, SceneMemory& memory) { memory.scale = zoomAfterRibbons(t, memory.scale); }
 
 constexpr Scene TIMELINE[] = {
@@ -107,15 +99,11 @@ constexpr Scene TIMELINE[] = {
     {20.4f, WHITE, BLACK, drawGreeting<1>, rememberGreeting<1>},
     {25.0f, WHITE, BLACK, [](const SceneFrame& f, Demo&) { drawCubeWall(f, true); }},
     {25.4f, WHITE, BLACK, drawGreeting<2>, rememberGreeting<2>},
-    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // the end: the program ends after CLOSING_S
-    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},  // this and the next two: only by "-s"
-    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},
-    {14, BLACK, BLACK, [](const SceneFrame&, Demo&) {}},
+    {14, BLACK, BLACK, drawNothing, nullptr, 5},  // the end
+    {14, BLACK, BLACK, drawNothing},              // this and the next two: only by "-s"
+    {14, BLACK, BLACK, drawNothing},
+    {14, BLACK, BLACK, drawNothing},
 };
-constexpr int SCENES = std::size(TIMELINE);
-constexpr int CLOSING_SCENE = 6;
-constexpr float CLOSING_S = 5;
-constexpr float REWIND_LIMIT_S = -3;  // if the scene time is below this, the scene before takes over
 constexpr float SCENE_BLUR = 0.2f;
 
 // Half widths and heights of the rectangles on the window, which shows +-36.8 by +-20.7 scene units. The picture
@@ -132,10 +120,10 @@ int windowHeight() { return static_cast<int>(ryl_Get(RYL_HEIGHT)); }
 // Lays out the scene's picture, which fades out over its last second. White scenes have black bands and the overlay
 // as well.
 PictureLayers layersOf(const Demo& demo, const Scene& scene, float t, unsigned picture) {
-    constexpr float BLACK_FADE_S = 13;
+    constexpr float BLACK_FADED_S = 13, FADE_S = 1;
     const bool isWhiteScene = scene.level == WHITE;
     return {.windowGrey = scene.level,
-            .opacity = (isWhiteScene ? scene.sceneTime : BLACK_FADE_S) - t,
+            .opacity = ryl_fade(t, isWhiteScene ? scene.sceneTime : BLACK_FADED_S, 0, FADE_S),
             .picture = {picture, 0, PICTURE_HALF_WIDTH, PICTURE_HALF_HEIGHT},
             .bands = isWhiteScene ? demo.textureBlack : 0,
             .overlay = {isWhiteScene ? demo.textureOverlay : 0, OVERLAY_Z, OVERLAY_HALF_WIDTH, OVERLAY_HALF_HEIGHT}};
@@ -203,68 +191,16 @@ void makeSceneTarget(Demo& demo) {
     rehearse(demo);
 }
 
-struct LoadStep {
-    int Demo::*done;
-    void (*run)(Demo& demo);  // null: nothing to load
-};
-constexpr LoadStep LOADING[] = {
+constexpr LoadStep<Demo> LOADING[] = {
     {&Demo::l_texture, loadPictures}, {&Demo::l_shader, nullptr},      {&Demo::l_models, nullptr},
     {&Demo::l_music, loadSoundtrack}, {&Demo::l_fbo, makeSceneTarget},
 };
 
-// The five steps add five sixths of the bar; the growth in every frame adds the rest.
-void loadStep(Demo& demo) {
-    constexpr double GROWTH = 0.2;
-    constexpr int SHARES = 6;
-    const double full = 2 * barHalf();
-    for (const auto& [done, run] : LOADING) {
-        if ((demo.*done)++ != 0) continue;
-        if (run != nullptr) run(demo);
-        demo.progress = static_cast<float>(demo.progress + full / SHARES);
-        break;
-    }
-    if (full > demo.progress) demo.progress = static_cast<float>(demo.progress + GROWTH);
-}
-
-bool isEverythingLoaded(const Demo& demo) {
-    return std::all_of(std::begin(LOADING), std::end(LOADING),
-                       [&](const LoadStep& step) { return demo.*step.done != 0; });
-}
-
-// Milliseconds; counts only the whole seconds of each scene before `queue`, so a start scene begins a little early.
-int startPosition(int queue) {
-    int position = 0;
-    for (int i = 0; i < std::min(queue, SCENES); ++i) position += static_cast<int>(TIMELINE[i].sceneTime) * 1000;
-    return position;
-}
-
-// ryl_Get returns the number of "-s" as a float, which may lie just beyond the int range.
-int startScene() {
-    const float scene = ryl_Get(RYL_START_SCENE);
-    constexpr int LAST = std::numeric_limits<int>::max();
-    return scene >= static_cast<float>(LAST) ? LAST : static_cast<int>(scene);
-}
-
-void startTimeline(Demo& demo) {
-    demo.queue = startScene();
-    demo.loaded = 1;
-    for (const Scene& scene : TIMELINE) ryl_setDemoLength(scene.sceneTime);
-    ryl_startMusic();
-    if (demo.queue <= 0) return;
-    std::printf("## got queue %d\n", demo.queue);
-    demo.songStartPosition = startPosition(demo.queue);
-    std::printf("song start pos = %d\n", demo.songStartPosition);
-    ryl_skipTo(demo.songStartPosition);
-    const int startSecond = demo.songStartPosition / 1000;
-    demo.loadingTime = static_cast<float>(startSecond);
-}
-
 void load(Demo& demo) {
-    loadStep(demo);
+    const bool ready = ryl_loadStep(demo.timeline, LOADING, demo, 2 * barHalf());
     demo.mblur = 0;
-    demo.bar = demo.progress;
-    // In a window less than a hundred pixels wide the bar is full before the last step.
-    if (demo.progress >= 2 * barHalf() && isEverythingLoaded(demo)) startTimeline(demo);
+    demo.bar = demo.timeline.progress;
+    if (ready) ryl_startTimeline(demo.timeline, TIMELINE);
 }
 
 // ---- Frames that are not kept -------------------------------------------------------------------------------------
@@ -273,21 +209,12 @@ void load(Demo& demo) {
 // kept 22 stays 22 and a kept 23 stays 23. The white at the end of a scene and the black cut after it wipe such
 // traces out. So a picture depends on no frame before the end of the scene before.
 
-// Where the scene at a demo time begins; both in seconds.
-float startOfScene(float time) {
-    float start = 0;
-    for (const Scene& scene : TIMELINE) {
-        if (start + scene.sceneTime >= time) break;
-        start += scene.sceneTime;
-    }
-    return start;
-}
-
 // Whether the frame at demo time `ms` leaves nothing in the pictures that are kept.
 bool isUnseen(float ms) {
     constexpr float MS = 1000, FADE_S = 1;  // the fade to white; the cut is over by then too
     const auto keptFrom = static_cast<float>(ryl_keptFrom());
-    return ms < keptFrom && ms < MS * (startOfScene(keptFrom / MS - FADE_S) - FADE_S);
+    const SceneStart kept = ryl_sceneAt(ryl_sceneLengths(TIMELINE), keptFrom / MS - FADE_S);
+    return ms < keptFrom && ms < MS * (kept.start - FADE_S);
 }
 
 // ---- One frame ----------------------------------------------------------------------------------------------------
@@ -322,20 +249,7 @@ void layOut(Demo& demo, const PictureLayers& layers) {
     demo.windowGrey = BLACK;
 }
 
-void handOver(Demo& demo, int k, float t) {
-    if (t > TIMELINE[k].sceneTime) {
-        demo.queue += 1;
-        demo.loadingTime += TIMELINE[k].sceneTime;
-    }
-    if (t < REWIND_LIMIT_S) {
-        demo.queue -= 1;
-        if (k > 0) demo.loadingTime -= TIMELINE[k - 1].sceneTime;
-    }
-}
-
-void playScene(Demo& demo, int k) {
-    const Scene& scene = TIMELINE[k];
-    const auto t = static_cast<float>(ryl_Get(RYL_TIME) / 1000.0 - demo.loadingTime);
+void playScene(Demo& demo, const Scene& scene, float t) {
     const unsigned picture = beginScene(demo, scene.level);
     if (!demo.unseen)
         scene.draw({t, demo.cubeList}, demo);
@@ -343,8 +257,7 @@ void playScene(Demo& demo, int k) {
         scene.remember(t, demo.memory);
     demo.gColor = scene.targetGrey;
     layOut(demo, layersOf(demo, scene, t, picture));
-    if (k == CLOSING_SCENE && t > CLOSING_S) std::exit(0);
-    handOver(demo, k, t);
+    if (scene.end > 0 && t > scene.end) std::exit(0);
 }
 
 void endFrame(const Demo& demo) {
@@ -365,8 +278,9 @@ void endFrame(const Demo& demo) {
 // In a pause all frames have the same moment, unless a scene changes what it remembers.
 
 void noteMoment(Demo& demo) {
-    const Moment now = {ryl_Get(RYL_TIME), ryl_Get(RYL_PAUSED), ryl_Get(RYL_WIDTH), ryl_Get(RYL_HEIGHT), demo.queue,
-                        demo.loadingTime,  demo.gColor,         demo.windowGrey,    demo.memory};
+    const Moment now = {ryl_Get(RYL_TIME),   ryl_Get(RYL_PAUSED), ryl_Get(RYL_WIDTH),
+                        ryl_Get(RYL_HEIGHT), demo.timeline.queue, demo.timeline.loadingTime,
+                        demo.gColor,         demo.windowGrey,     demo.memory};
     demo.stillFrames = now == demo.moment ? demo.stillFrames + 1 : 0;
     demo.moment = now;
 }
@@ -374,7 +288,7 @@ void noteMoment(Demo& demo) {
 // Whether the motion blur has come to rest too, so that the next frame equals the kept one.
 bool isStandingStill(const Demo& demo) {
     constexpr int BLUR_FRAMES = 10;  // twice what the blur takes from white to black
-    return demo.loaded != 0 && demo.moment.paused != 0 && demo.stillFrames > BLUR_FRAMES;
+    return demo.timeline.loaded != 0 && demo.moment.paused != 0 && demo.stillFrames > BLUR_FRAMES;
 }
 
 // Returns false and does nothing if no picture is kept.
@@ -395,9 +309,8 @@ void drawScene() {
     noteMoment(demo);
     if (isStandingStill(demo) && showAgain()) return;
     beginFrame(demo);
-    if (demo.loaded == 0) load(demo);
-    for (int k = 0; k < SCENES; ++k)
-        if (demo.queue == k) playScene(demo, k);
+    if (demo.timeline.loaded == 0) load(demo);
+    ryl_playScenes(demo.timeline, TIMELINE, [](const Scene& scene, float t) { playScene(demo, scene, t); });
     endFrame(demo);
 }
 

@@ -99,9 +99,11 @@ void takeCaptureSize(int maxSide) {
 PixelSize awaitedSize;
 int awaitedUntilMs = 0;  // of GLUT's time
 
+std::string windowTitle = "ryl-framework";
+
 void openWindow(const PixelSize& size) {
     glutInitWindowSize(size.width, size.height);
-    glutCreateWindow("ryl-framework");
+    glutCreateWindow(windowTitle.c_str());
 }
 
 // The window opens in its final place and size, so it is right even without a window manager.
@@ -320,6 +322,8 @@ void ryl_init(int argc, char** argv, void (*display)(void)) {
     glutTimerFunc(TICK_MS, ryl_update, 0);
     glutMainLoop();
 }
+
+void ryl_setTitle(const char* title) { windowTitle = title; }
 
 void ryl_initRendering(void) {
     glutSetCursor(GLUT_CURSOR_NONE);

@@ -43,6 +43,9 @@ extern float SCENE_TIME[MAX_SCENES];  // registered scene lengths, seconds, in o
 // used and says so in a "[/]" line.
 void ryl_init(int argc, char** argv, void (*display)(void));
 
+// Sets the window's title, which is "ryl-framework" otherwise; before ryl_init.
+void ryl_setTitle(const char* title);
+
 // Sets the fixed GL state named above, hides the pointer, loads the GL entry points. Needs a current context.
 void ryl_initRendering(void);
 

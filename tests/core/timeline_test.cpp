@@ -1,10 +1,11 @@
-// The loading chain, the timeline and one frame: drawScene with recorders in place of everything that it calls, the
-// GL included. Each case runs in a process of its own, so drawScene starts anew.
+// The timeline, and the demo's loading chain and frame: drawScene with recorders in place of everything that it calls,
+// the GL included. Each case runs in a process of its own, so drawScene starts anew.
 #include "child.h"
 #include "glm/glm.h"
 #include "layers.h"
 #include "scenes/scenes.h"
 #include "textures.h"
+#include "timeline.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
+#include <numeric>
 #include <set>
 #include <sstream>
 #include <string>
@@ -28,6 +30,7 @@ Words watched;      // the only ones written down; all when empty
 std::map<int, float> answers = {{1, 640.0f}, {2, 360.0f}, {4, 0.0f}, {5, 0.0f}, {6, 0.0f}};  // of ryl_Get
 int keptFrom = 0;                                                                            // ms
 bool isCapturing = false, isKeeping = true, isStarted = false;
+std::vector<float> lengths;  // that the timeline has registered, seconds
 
 template <typename... Arguments>
 void record(const std::string& name, Arguments... arguments) {
@@ -54,6 +57,11 @@ std::string frameAt(float ms, const Words& words = {"ribbons", "field", "wall"})
     return calls;
 }
 
+// Where scene k begins, ms. Known once the demo is loaded.
+float startOf(std::size_t k) {
+    return 1000 * std::accumulate(lengths.begin(), lengths.begin() + static_cast<std::ptrdiff_t>(k), 0.0f);
+}
+
 // Calls drawScene until loading is over; the first frame of the start scene is then drawn. Returns the calls it took.
 int load(int startScene = 0) {
     answers[4] = static_cast<float>(startScene);
@@ -73,7 +81,7 @@ void ryl_init(int, char**, void (*)(void)) {}
 void ryl_loadMusic(const char* file) { record("loadMusic", file); }
 void ryl_startMusic() { isStarted = true; }
 void ryl_skipTo(int ms) { answers[5] = isCapturing ? answers[5] : static_cast<float>(ms); }
-void ryl_setDemoLength(float) {}
+void ryl_setDemoLength(float seconds) { lengths.push_back(seconds); }
 void ryl_infoText(float x, float y) { record("pauseLine", x, y); }
 void ryl_decodeAhead(const std::vector<std::string>&) {}
 unsigned ryl_loadPNG(const char* path) {
@@ -138,7 +146,7 @@ TEST(Loading, RehearsesUnseenAllThatTheShowDraws) {
         "unseenPauseLine 0");
     EXPECT_EQ(frameAt(0, {"field"}), "") << "once";
     load();
-    EXPECT_EQ(frameAt(10425, {"field"}), "field 25 h 100") << "scenes remember nothing of it";
+    EXPECT_EQ(frameAt(startOf(1) + 25, {"field"}), "field 25 h 100") << "scenes remember nothing of it";
 }
 
 TEST(Frame, BringsTheScenesPictureToTheWindow) {
@@ -148,8 +156,10 @@ TEST(Frame, BringsTheScenesPictureToTheWindow) {
     answers[6] = 1;
     EXPECT_EQ(frameAt(10000, {"finish", "pauseLine"}), "finish 640 360 1 0.4 13 12 22 0.2, pauseLine -35 -20");
     answers[6] = 0;
-    frameAt(133000);
-    EXPECT_EQ(frameAt(133000, {"target", "finish"}), "target 5 0, finish 640 360 0 12 13 0 0 0.2");
+    constexpr std::size_t BLACK_SCENES = 4;
+    const float closing = startOf(lengths.size() - BLACK_SCENES) + 1000;
+    frameAt(closing);
+    EXPECT_EQ(frameAt(closing, {"target", "finish"}), "target 5 0, finish 640 360 0 1 13 0 0 0.2");
 }
 
 TEST(Frame, IsShownAgainWhilePausedOnceTheMotionBlurRests) {
@@ -171,57 +181,127 @@ TEST(Frame, IsShownAgainWhilePausedOnceTheMotionBlurRests) {
     isKeeping = false;
     EXPECT_EQ(stillFrames(9000), 20);
     isKeeping = true;
-    frameAt(15000);
-    EXPECT_EQ(stillFrames(15000), 20) << "the floor pattern goes on";
+    frameAt(startOf(1) + 5000);
+    EXPECT_EQ(stillFrames(startOf(1) + 5000), 20) << "the floor pattern goes on";
 }
 
 TEST(Frame, ThatLeavesNothingIsRememberedButNotDrawn) {
-    keptFrom = 31800;  // a second into the walls, which follow the greetings of 10.4 to 30.8 s
+    keptFrom = 1000000;
     EXPECT_NE(frameAt(0, {"loadPNG"}), "");
     EXPECT_EQ(load(), 31) << "as many as always";
-    EXPECT_EQ(frameAt(9375, {}), "clearColour 1, camera -50, clearColour 0");
-    keptFrom = 31825;
-    EXPECT_EQ(frameAt(10425, {}), "clearColour 1, camera -50, clearColour 0, clearColour 0")
-        << "the greetings have begun";
+    const float greetings = startOf(1), walls = startOf(2);
+    keptFrom = static_cast<int>(walls) + 1000;  // which are over then, and their last second is not
+    EXPECT_EQ(frameAt(greetings - 1025, {}), "clearColour 1, camera -50, clearColour 0");
+    keptFrom = static_cast<int>(walls) + 1025;
+    EXPECT_EQ(frameAt(greetings + 25, {}), "clearColour 1, camera -50, clearColour 0, clearColour 0");
     const Words drawing = {"target", "field", "finish", "swap"};
-    EXPECT_EQ(frameAt(29775, drawing), "");
-    EXPECT_EQ(frameAt(29800, drawing), "target 5 1, field 19400 h 102, finish 640 360 1 1 13 12 22 0.2, swap");
+    EXPECT_EQ(frameAt(walls - 1025, drawing), "");
+    EXPECT_EQ(frameAt(walls - 1000, drawing), "target 5 1, field 19400 h 102, finish 640 360 1 1 13 12 22 0.2, swap");
+}
+
+TEST(Frame, IsTheWindowsColourAloneBeforeTheFirstScene) {
+    load();
+    EXPECT_EQ(frameAt(startOf(1) + 25),
+              "ribbons " + std::to_string(std::lround(startOf(1)) + 25) + " 23 24 25, field 25 h 100");
+    for (int scene = 1; scene >= 0; --scene) frameAt(-3500);
+    EXPECT_EQ(frameAt(5000, {"finish", "ribbons"}), "finish 640 360 0 1 0 0 0 0.2") << "the cut";
+    EXPECT_EQ(frameAt(5000, {"finish", "ribbons"}), "finish 640 360 1 1 0 0 0 0.2");
+}
+
+// ---- A timeline of three scenes -----------------------------------------------------------------------------------
+
+namespace {
+
+struct Row {
+    float sceneTime;
+};
+constexpr Row ROWS[] = {{10.4f}, {20.4f}, {30.4f}};  // begin at 0, 10.4 and 30.8 s
+
+// The scenes that play in a frame at demo time `ms`, with their times in ms.
+std::string playedAt(Timeline& timeline, float ms) {
+    answers[5] = ms;
+    calls.clear();
+    const bool goesOn = ryl_playScenes(
+        timeline, ROWS, [](const Row& row, float t) { record(std::to_string(&row - ROWS), std::lround(1000 * t)); });
+    return calls + (goesOn ? "" : " over");
+}
+
+Timeline startAt(int scene) {
+    Timeline timeline;
+    answers[4] = static_cast<float>(scene);
+    ryl_startTimeline(timeline, ROWS);
+    return timeline;
+}
+
+struct Loads {
+    int first = 0, second = 0;
+};
+constexpr LoadStep<Loads> STEPS[] = {{&Loads::first, [](Loads&) { record("loads"); }}, {&Loads::second, nullptr}};
+
+}  // namespace
+
+TEST(Timeline, LoadsAStepAFrameAndIsReadyWithAFullBar) {
+    for (const double full : {0.3, 6.0}) {
+        Timeline timeline;
+        Loads loads;
+        calls.clear();
+        EXPECT_FALSE(ryl_loadStep(timeline, STEPS, loads, full)) << "the second step is to come";
+        EXPECT_EQ(loads.second, 0);
+        EXPECT_FLOAT_EQ(timeline.progress, static_cast<float>(full / 3 + 0.2));
+        int frames = 1;
+        while (++frames < 100 && !ryl_loadStep(timeline, STEPS, loads, full)) continue;
+        EXPECT_EQ(frames, full < 1 ? 2 : 10);
+        EXPECT_EQ(calls, "loads");
+    }
 }
 
 TEST(Timeline, HandsOverWithinTheFrameAndBackInTheNext) {
-    load();
-    EXPECT_EQ(frameAt(10400), "ribbons 10400 23 24 25") << "not yet after its length";
-    EXPECT_EQ(frameAt(10425), "ribbons 10425 23 24 25, field 25 h 100");
-    EXPECT_EQ(frameAt(82000), "field 71600 h 101, wall 51200 0, field 20800 g 100, wall 400 1");
-    EXPECT_EQ(frameAt(107000), "wall 25400 1, field 400 l 100");
-    EXPECT_EQ(frameAt(103600), "field -3000 l 101") << "not yet below -3 s";
-    EXPECT_EQ(frameAt(78500), "field -28100 l 102");
-    EXPECT_EQ(frameAt(78500), "wall -3100 1");
-    EXPECT_EQ(frameAt(78500), "field 17300 g 101");
-    for (int scene = 3; scene >= 0; --scene) frameAt(-3500);
-    EXPECT_EQ(frameAt(5000, {"finish", "ribbons"}), "finish 640 360 0 1 0 0 0 0.2") << "left backwards, the cut";
-    EXPECT_EQ(frameAt(5000, {"finish", "ribbons"}), "finish 640 360 1 1 0 0 0 0.2") << "left backwards";
+    Timeline timeline = startAt(0);
+    const struct {
+        float ms;
+        std::string played;
+    } frames[] = {
+        {10400, "0 10400"},                                                       // not yet after its length
+        {10425, "0 10425, 1 25"}, {31000, "1 20600, 2 200"}, {27800, "2 -3000"},  // not yet before -3 s
+        {27775, "2 -3025"},       {27775, "1 17375"},        {61300, "1 50900, 2 30500 over"},
+        {61300, " over"},
+    };
+    for (const auto& [ms, played] : frames) EXPECT_EQ(playedAt(timeline, ms), played);
+    Timeline rewound = startAt(0);
+    EXPECT_EQ(playedAt(rewound, -3025), "0 -3025");
+    EXPECT_EQ(playedAt(rewound, 0), "");
 }
 
 TEST(Timeline, StartsWithASceneAtItsWholeSecond) {
     const struct {
         int scene, second;
-        std::string drawn;
-    } cases[] = {{2, 30, "wall 0 0"}, {5, 105, "field 0 l 101"}, {99, 186, ""}, {2147483647, 186, ""}};
-    for (const auto& start : cases) {
-        const ChildResult result = runInChild([&] {
-            load(start.scene);
-            std::cout << frameAt(1000.0f * static_cast<float>(start.second));
+        std::string played;
+    } cases[] = {{2, 30, "2 0"}, {1, 10, "1 0"}, {99, 60, " over"}, {2147483647, 60, " over"}};
+    for (const auto& [scene, second, played] : cases) {
+        const ChildResult result = runInChild([scene = scene, second = second] {
+            Timeline timeline = startAt(scene);
+            EXPECT_EQ(answers[5], 1000.0f * static_cast<float>(second));
+            std::cout << playedAt(timeline, answers[5]);
         });
-        EXPECT_EQ(result.output, "## got queue " + std::to_string(start.scene) +
-                                     "\nsong start pos = " + std::to_string(start.second) + "000\n" + start.drawn);
+        EXPECT_EQ(result.output, "## got queue " + std::to_string(scene) +
+                                     "\nsong start pos = " + std::to_string(second) + "000\n" + played);
     }
+    Timeline none = startAt(-1);
+    EXPECT_EQ(playedAt(none, 0), "");
 }
 
-TEST(Timeline, StartsWithASceneWhereTheClockCannotBeMoved) {
+TEST(Timeline, FallsBackToTheFirstSceneWhereTheClockCannotBeMoved) {
     isCapturing = true;
-    answers[5] = 800;
-    load(2);
-    EXPECT_EQ(frameAt(825), "field -8775 h 100");
-    EXPECT_EQ(frameAt(850), "ribbons 1650 23 24 25");
+    Timeline timeline = startAt(2);
+    EXPECT_EQ(playedAt(timeline, 825), "2 -29175");
+    EXPECT_EQ(playedAt(timeline, 850), "1 -8750");
+    EXPECT_EQ(playedAt(timeline, 875), "0 1675");
+}
+
+TEST(Timeline, FadesInAndOut) {
+    const struct {
+        float t, in, out, opacity;
+    } cases[] = {{-1, 2, 1, 0},        {0.5f, 2, 1, 0.25f}, {5, 2, 1, 1},
+                 {9.75f, 2, 1, 0.25f}, {11, 0, 1, 0},       {11, 0, 0, 1}};
+    for (const auto& [t, in, out, opacity] : cases) EXPECT_EQ(ryl_fade(t, 10, in, out), opacity) << t;
 }
