@@ -20,7 +20,6 @@ struct Span {
 };
 constexpr std::array<double, 7> CHANGES = {5.4, 10.4, 30.8, 61.2, 81.6, 106.6, 132.0};
 constexpr std::array<Span, 3> GREETINGS = {{{10.4, 30.8}, {61.2, 81.6}, {106.6, 132.0}}};
-constexpr std::array<Span, 2> WALLS = {{{30.8, 61.2}, {81.6, 106.6}}};
 
 std::size_t frameAt(double seconds) { return static_cast<std::size_t>(std::lround(seconds * RATE)); }
 
@@ -50,10 +49,10 @@ protected:
     }
 };
 
-// The number after the last `label` in what ffmpeg's `filter` reports about the tune, or a part of it.
-double measured(const std::string& filter, const std::string& label, const std::string& part = "") {
-    const std::string command = "ffmpeg -nostdin -hide_banner " + part + " -i data/tune.mp3 -af \"" + filter;
-    const std::string report = run(command + "\" -f null - 2>&1").output;
+// The number after the last `label` in what ffmpeg's `filter` reports about the tune.
+double measured(const std::string& filter, const std::string& label) {
+    const std::string command = "ffmpeg -nostdin -hide_banner -i data/tune.mp3 -af " + filter + " -f null - 2>&1";
+    const std::string report = run(command).output;
     const std::size_t at = report.rfind(label);
     return at == std::string::npos ? std::nan("") : std::atof(report.c_str() + at + label.size());
 }
@@ -64,18 +63,13 @@ TEST_F(Tune, IsLongerThanTheDemoAndInStereo) {
     EXPECT_GE(sums.size(), frameAt(190));
 }
 
-TEST_F(Tune, IsLoudButNeverClipsAndHasNoOffset) {
+TEST_F(Tune, IsLoudButNeverClips) {
     EXPECT_NEAR(measured("ebur128", "I:"), -14.0, 2.0);
     EXPECT_LE(measured("ebur128=peak=true", "Peak:"), -1.0) << "the true peak, between samples as well";
-    std::array<double, 2> sum{};
-    for (std::size_t i = 0; i < samples.size(); ++i) sum[i % 2] += static_cast<double>(samples[i]);
-    for (const double dc : sum) EXPECT_NEAR(dc / static_cast<double>(sums.size()), 0.0, 1e-3);
 }
 
 TEST_F(Tune, IsNeverSilentUnderThePicture) {
-    constexpr double SILENT_DB = -50;
-    for (double t = 0; t + 0.5 <= CHANGES.back(); t += 0.05)
-        EXPECT_GT(levelDb({t, t + 0.5}), SILENT_DB) << "at " << t << " s";
+    for (double t = 0; t + 0.5 <= CHANGES.back(); t += 0.05) EXPECT_GT(levelDb({t, t + 0.5}), -50) << t << " s";
 }
 
 TEST_F(Tune, SectionsBeginWithTheScenes) {
@@ -104,26 +98,6 @@ TEST_F(Tune, BeatsFallOnThePulsesOfTheFloor) {
         const double late = (static_cast<double>(peak - folded.begin()) - STEPS / 2.0) * STEP / RATE;
         EXPECT_NEAR(late, 0.0, 0.010) << "in the scene from " << scene.start << " s";
         EXPECT_GT(*peak / pulses, 2.0) << "no beat in the scene from " << scene.start << " s";
-    }
-}
-
-TEST_F(Tune, WallsAreHeavierThanGreetings) {
-    for (const Span& wall : WALLS)
-        for (const Span& scene : GREETINGS) EXPECT_GT(levelDb(wall), levelDb(scene)) << wall.start;
-}
-
-TEST_F(Tune, WallsHaveNoHoleInTheirSpectrum) {
-    constexpr double HOLE_DB = 24;
-    for (const Span& wall : WALLS) {
-        double loudest = -100;
-        for (int hertz = 40; hertz < 10000; hertz *= 2) {
-            const std::string low = std::to_string(hertz), high = std::to_string(2 * hertz);
-            const std::string octave = "firequalizer=delay=0.1:gain='if(between(f," + low + "," + high + "),0,-120)'";
-            const std::string part = "-ss " + std::to_string(wall.start) + " -to " + std::to_string(wall.end);
-            const double level = measured(octave + ",volumedetect", "mean_volume:", part);
-            loudest = std::max(loudest, level);
-            EXPECT_GT(level, loudest - HOLE_DB) << "from " << low << " Hz in the wall from " << wall.start << " s";
-        }
     }
 }
 
