@@ -1,4 +1,4 @@
-// child.h - code that ends its process, or prints, run in a child and looked at from outside
+// child.h - code that ends its process or prints, run in a child process
 #pragma once
 
 #include <functional>
@@ -12,9 +12,9 @@ struct ChildResult {
     std::string errors;  // what went to standard error
 };
 
-// Runs `code` in a forked copy of this process, followed by exit(0). Before this process opens a window: the copy of
-// a GL driver lacks its threads. The code may open one of its own.
+// Runs `code` in a forked copy of this process, followed by exit(0). This process must not have a window, because a
+// copied GL driver lacks its threads; the code may open one.
 ChildResult runInChild(const std::function<void()>& code);
 
-// Becomes the program with the arguments of `command`, in a child; ends with status 127 if there is none.
+// Replaces this process by a program with its arguments; ends it with status 127 if there is no such program.
 [[noreturn]] void execute(std::vector<std::string> command);

@@ -1,4 +1,4 @@
-// program.h - the real program as a black box: started in a private copy of its run directory on a private display
+// program.h - the real program in a private copy of its run directory, on a private display
 #pragma once
 
 #include "command.h"
@@ -8,29 +8,28 @@
 
 #include <string>
 
-// A copy of the run directory: the assets are links, so that a test may replace one; capture/ is empty.
+// A copy of the run directory, whose files are links that a test may replace; capture/ is empty.
 class RunDirectory : public TempDir {
 public:
     RunDirectory();
 };
 
-// The program while it runs. Ended with the record.
+// The program while it runs; it ends with the record.
 class Program {
 public:
-    // Starts `ryl` in `directory` with options as one writes them in a shell, its output line by line on a pipe.
+    // Starts `ryl` in `directory`; `options` are a shell's words.
     Program(const RunDirectory& directory, const std::string& options);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    // Reads on until a line that contains `text`; false when the output ends before, or after a minute.
+    // Reads on until a line that contains `text`; false if the output ends before, or after a minute.
     bool waitForLine(const std::string& text);
-    // Reads on to the end and waits for the process. Exit status, or minus the signal that ended it; the program is
-    // killed (-9) after a minute.
+    // Waits for the end, at most a minute. Returns the exit status, or minus the signal that ended the program.
     int finish();
     // Sends a signal first.
     int endBy(int signal);
-    // Everything read so far, standard output and standard error together.
+    // All that has been read of standard output and standard error.
     const std::string& output() const { return text; }
     pid_t id() const { return process; }
 
@@ -43,8 +42,8 @@ private:
     std::string text;
 };
 
-// The program in a run directory of its own, once it has printed a line that contains `line`. The test fails when
-// that line does not come.
+// The program in a run directory of its own, after it has printed a line that contains `line`. The test fails if that
+// line does not come.
 class RunningProgram : public RunDirectory, public Program {
 public:
     RunningProgram(const std::string& options, const std::string& line);
@@ -56,8 +55,8 @@ Ran runProgram(const RunDirectory& directory, const std::string& options);
 // Runs a shell command line on the private display and returns what it prints.
 std::string shell(const std::string& commandLine);
 
-// Presses a key (an xdotool name such as "space") in the program's window, or several, one after the other.
+// Presses keys, xdotool's names such as "space Left", in the program's window.
 void pressKey(const std::string& key);
 
-// "X,Y WIDTHxHEIGHT" of the program's window, once it can be seen.
+// "X,Y WIDTHxHEIGHT" of the program's window, as soon as it is visible.
 std::string windowPlace();

@@ -1,6 +1,8 @@
 #include "sound_server.h"
 
-#include <fcntl.h>
+#include "child.h"
+#include "command.h"
+
 #include <pulse/pulseaudio.h>
 #include <sched.h>
 #include <signal.h>
@@ -9,7 +11,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -33,33 +34,19 @@ std::int64_t nowNs() {
 }
 
 std::string outputOf(const std::string& commandLine) {
-    std::string output;
-    std::FILE* pipe = popen(commandLine.c_str(), "r");
-    if (pipe == nullptr) fail("no pipe");
-    for (int c = std::fgetc(pipe); c != EOF; c = std::fgetc(pipe)) output += static_cast<char>(c);
-    pclose(pipe);
+    std::string output = run(commandLine).output;
     while (output.ends_with('\n')) output.pop_back();
     return output;
 }
 
-// Starts a shell command in a process group of its own, which ends with this process. `output`: its standard output, or
-// -1 for none.
-pid_t startGroup(const std::string& commandLine, int output) {
+// Starts a shell command in a process group of its own, which ends with this process.
+pid_t startGroup(const std::string& commandLine) {
     const pid_t child = fork();
     if (child < 0) fail("no process");
-    if (child > 0) {
-        setpgid(child, child);
-        return child;
-    }
-    setpgid(0, 0);
+    setpgid(child, child);
+    if (child > 0) return child;
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    const int nothing = open("/dev/null", O_RDWR);
-    dup2(nothing, STDIN_FILENO);
-    dup2(output < 0 ? nothing : output, STDOUT_FILENO);
-    dup2(nothing, STDERR_FILENO);
-    const std::string guarded = "trap 'kill -KILL 0' TERM; (" + commandLine + ") & wait";
-    execl("/bin/sh", "sh", "-c", guarded.c_str(), nullptr);
-    _exit(127);
+    execute({"sh", "-c", "trap 'kill -KILL 0' TERM; (" + commandLine + ") </dev/null >/dev/null 2>&1 & wait"});
 }
 
 void endGroup(pid_t group) {
@@ -93,7 +80,7 @@ void SoundServer::start(int rate) {
         kind == PulseAudio ? "pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no --disable-shm=yes "
                              "-L 'module-native-protocol-unix auth-anonymous=1'"
                            : "dbus-run-session -- sh -c 'pipewire & pipewire-pulse & until wireplumber; do :; done'";
-    group = startGroup(surroundings + command, -1);
+    group = startGroup(surroundings + command);
     setenv("PULSE_SERVER", address().c_str(), 1);
     const std::string options = "rate=" + std::to_string(rate);
     const std::int64_t end = nowNs() + START_LIMIT_NS;

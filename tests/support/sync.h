@@ -1,6 +1,4 @@
-// sync.h - how far a play position is from what is heard
-//
-// Both are taken at clicks: short loud noises in an otherwise silent tune.
+// sync.h - how far a play position is from what is heard, by clicks in a silent tune
 #pragma once
 
 #include "sound_server.h"
@@ -9,9 +7,9 @@
 #include <string>
 #include <vector>
 
-// Makes an mp3 file of clicks at these seconds, in ascending order.
+// Makes an mp3 file with clicks at these seconds, in ascending order.
 void makeClicks(const std::string& path, double seconds, const std::vector<double>& clicks);
-// One at each multiple of CLICK_MS but 0.
+// With one at each multiple of CLICK_MS but 0.
 constexpr double CLICK_MS = 500;
 void makeClicks(const std::string& path, double seconds);
 
@@ -23,12 +21,11 @@ struct Poll {
 
 struct Polls {
     std::vector<Poll> polls;
-    double worstStepMs = 0;  // by which a position was off the one before and the time between
+    double worstStepMs = 0;  // greatest difference between a step of the position and the time that it took
 };
 
 // Asks for the position each millisecond.
 Polls pollPosition(double seconds, const std::function<unsigned int()>& position);
 
-// Position minus what is heard, in milliseconds, for each click at a multiple of CLICK_MS that was recorded while the
-// position was polled.
+// The position minus what is heard, in milliseconds, for each click that was recorded during the polls.
 std::vector<double> clickErrors(const Recording& recording, const std::vector<Poll>& polls);
