@@ -23,11 +23,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto DEVICE_PATIENCE = 2s;      // for a device to come, and to go
-constexpr auto DEVICE_RETRY = 1s;         // until the next try when there is none
-constexpr auto DECODER_PATIENCE = 500ms;  // of the device's thread, before it plays silence
+constexpr auto DEVICE_PATIENCE = 2s;      // how long callers wait for a device to open, and to close
+constexpr auto DEVICE_RETRY = 1s;         // between two tries to open one
+constexpr auto DECODER_PATIENCE = 500ms;  // how long the device's thread waits before it plays silence
 constexpr double NS_PER_S = 1e9;
-constexpr double AHEAD_SECONDS = 2;  // further ahead of time is no device that plays: it only takes what it is given
+constexpr double AHEAD_SECONDS = 2;  // a device that takes more than this ahead of time does not play, but stores
 constexpr int CHUNK_FRAMES = 1152;   // decoded at a time: one frame of layer III
 
 using Drivers = std::span<const AudioDriver* const>;
@@ -35,7 +35,7 @@ using Drivers = std::span<const AudioDriver* const>;
 // In the order in which they are tried.
 constexpr std::array<const AudioDriver*, 2> DRIVERS = {&PULSE_DRIVER, &ALSA_DRIVER};
 
-// Decoded frames that wait for the device, a second of them.
+// Up to a second of decoded frames that wait for the device.
 struct Ring {
     std::vector<std::int16_t> samples;
     int channels = 0;
@@ -44,7 +44,7 @@ struct Ring {
     bool ended = false;       // the decoder gives no more
 };
 
-// What the decoder is to do; a new number makes it start over.
+// What the decoder shall do. A new number makes it start again.
 struct Request {
     unsigned int number = 0;
     const Mp3Stream* stream = nullptr;  // null: nothing
@@ -62,16 +62,16 @@ enum class DeviceState { opening, open, missing, ended };
 }  // namespace
 
 struct Playback {
-    // Guards all of it; `format` and `request` change on the calling thread only. Held for a copy of some kilobytes at the longest: never while decoding, reading a file or inside
-    // ALSA, so that a position query does not wait.
+    // Guards the whole record. `format` changes on the calling thread only. Nobody holds it while decoding, reading a
+    // file or in a driver, so a query of the position waits for a copy of some kilobytes at most.
     std::mutex lock;
-    std::condition_variable decoderWork;    // a request, or room in the ring
-    std::condition_variable deviceWork;     // frames, an end, a pause, another format
-    std::condition_variable deviceChanged;  // its state, or it has joined the clock
+    std::condition_variable decoderWork;    // there is a request, or room in the ring
+    std::condition_variable deviceWork;     // there are frames, or an end, a pause, another format
+    std::condition_variable deviceChanged;  // another state, or it has joined the clock
     PlayClock clock;
     Ring ring;
     Request request;
-    Format format;  // that the device is to have
+    Format format;  // which the device shall have
     DeviceState device = DeviceState::opening;
     Drivers drivers;
     bool stopping = false;
@@ -89,8 +89,8 @@ void clearRing(Ring& ring, std::int64_t first) {
     ring.ended = false;
 }
 
-// Copies `frames` frames between `outside` and the ring, whose place for a frame is its number modulo the
-// capacity.
+// Calls `copy` for the one or two pieces of the ring that hold `frames` frames from `frame` on. A frame's place is
+// its number modulo the capacity.
 template <typename Copy>
 void walkRing(Ring& ring, std::int64_t frame, std::int64_t frames, Copy copy) {
     const std::int64_t size = capacity(ring);
@@ -112,8 +112,8 @@ void putIntoRing(Ring& ring, const std::int16_t* samples, std::int64_t frames) {
     ring.filled += frames;
 }
 
-// Takes the stream's frames from `frame` on, and drops those before it: they come too late. What is not
-// there, at the end or because the decoder is behind, is silence.
+// Takes the stream's frames from `frame` on and drops earlier ones, which are too late. Frames that are not there, at
+// the end or because the decoder is behind, are silent.
 void takeFromRing(Ring& ring, std::int64_t frame, std::int16_t* samples, std::int64_t frames) {
     const std::int64_t late = std::clamp<std::int64_t>(frame - ring.first, 0, ring.filled);
     const std::int64_t taken = std::min(ring.filled - late, frames);
@@ -137,8 +137,7 @@ void requestStream(Playback& playback, const Mp3Stream* stream, std::int64_t fra
     playback.decoderWork.notify_one();
 }
 
-// The decoder thread. Its file work is done without the lock; what it has decoded for an old request is
-// dropped.
+// The decoder's thread. It works on the file without the lock, and drops what it has decoded for an old request.
 void decode(Playback& playback) {
     std::array<std::int16_t, std::size_t{CHUNK_FRAMES} * 2> chunk{};
     Request served;
@@ -173,7 +172,7 @@ void setDevice(Playback& playback, DeviceState state) {
     playback.deviceChanged.notify_one();
 }
 
-// Makes the decoder go where the clock is, if the ring does not reach so far: seeking takes less time than decoding.
+// If the ring does not reach the clock's place, the decoder seeks there, which takes less time than decoding.
 void followClock(Playback& playback) {
     const Ring& ring = playback.ring;
     const std::int64_t next = playback.clock.stream;
@@ -181,13 +180,12 @@ void followClock(Playback& playback) {
         requestStream(playback, playback.request.stream, next);
 }
 
-// Fills `samples` with what the device plays next. False when the format is no longer wanted.
+// Fills `samples` with what the device plays next. Returns false if the format is no longer wanted.
 bool fill(Playback& playback, std::unique_lock<std::mutex>& held, Format format, std::span<std::int16_t> samples) {
     const int frames = static_cast<int>(samples.size()) / format.channels;
     const auto silent = [&] { return playback.clock.paused || !playback.clock.joined; };
     if (!silent()) followClock(playback);
-    // The device keeps what it has meanwhile. Only a file that hangs takes longer than that, and the clock
-    // does not wait for it.
+    // Meanwhile the device plays what it has. Only a file that hangs takes longer; the clock does not wait for it.
     playback.deviceWork.wait_for(held, DECODER_PATIENCE, [&] {
         return !wanted(playback, format) || silent() || ringHas(playback.ring, playback.clock.stream, frames);
     });
@@ -199,8 +197,8 @@ bool fill(Playback& playback, std::unique_lock<std::mutex>& held, Format format,
     return true;
 }
 
-// Feeds the device until it is gone or no longer wanted. One that takes frames as fast as they come, such as a file, is
-// held to the pace of time.
+// Feeds the device until it is gone or no longer wanted. A device that takes frames as fast as they come, such as a
+// file, gets them at the pace of time.
 void feed(Playback& playback, std::unique_lock<std::mutex>& held, Format format, const AudioDriver& driver,
           void* device, std::span<std::int16_t> samples) {
     const std::int64_t began = audioClockNs();
@@ -229,8 +227,9 @@ void feed(Playback& playback, std::unique_lock<std::mutex>& held, Format format,
     }
 }
 
-// Opens a device with the first driver that can, which is the only one from then on: a sound card that is free because
-// its server has crashed is the server's. Null when there is none, or no memory for it; `samples` is made for a period.
+// Opens a device with the first driver that can, and keeps to that driver: if a server crashes, its sound card is
+// free, but belongs to the server that comes back. Makes `samples` as long as a period. Returns null if there is no
+// device, or no memory.
 void* openDevice(Format format, Drivers& drivers, std::vector<std::int16_t>& samples) {
     for (const AudioDriver* const& driver : drivers) {
         int period = 0;
@@ -248,8 +247,8 @@ void* openDevice(Format format, Drivers& drivers, std::vector<std::int16_t>& sam
     return nullptr;
 }
 
-// The device's thread: finds a device, feeds it, and finds another when it is gone. Whatever hangs in a driver or in a
-// server holds up nobody else.
+// The device's thread: finds a device, feeds it, and finds another when it is gone. It makes all calls that may hang
+// in a driver or in a server, so they hold up nobody else.
 void runDevice(Playback& playback) {
     Drivers drivers = playback.drivers;
     std::vector<std::int16_t> samples;
@@ -281,7 +280,7 @@ void runDevice(Playback& playback) {
     setDevice(playback, DeviceState::ended);
 }
 
-// Nothing plays until a stream is requested.
+// Afterwards nothing plays until a stream is requested.
 void setFormat(Playback& playback, const Mp3Stream& stream) {
     const Format format{stream.rate, stream.channels};
     if (playback.format == format) return;
@@ -296,7 +295,7 @@ void setFormat(Playback& playback, const Mp3Stream& stream) {
     playback.deviceWork.notify_one();
 }
 
-// Those that RYL_SOUND names.
+// The drivers that RYL_SOUND names.
 Drivers chosenDrivers() {
     const char* name = std::getenv("RYL_SOUND");
     const std::string_view chosen = name ? name : "";
@@ -320,14 +319,17 @@ Playback* makePlayback() {
     auto playback = std::make_unique<Playback>();
     playback->drivers = chosenDrivers();
     std::thread(decode, std::ref(*playback)).detach();
-    // The first thread lives on, so the record must, too.
+    // From here on the first thread uses the record, so an exception must not free it.
     Playback* made = playback.release();
     std::thread(runDevice, std::ref(*made)).detach();
     return made;
 }
 
 void preparePlayback(Playback& playback, const Mp3Stream& stream) {
-    if (playback.request.stream == nullptr) setFormat(playback, stream);
+    std::unique_lock held(playback.lock);
+    const bool hasPlayed = playback.request.stream != nullptr;
+    held.unlock();
+    if (!hasPlayed) setFormat(playback, stream);
 }
 
 void play(Playback& playback, const Mp3Stream& stream, bool paused) {
