@@ -10,7 +10,7 @@ namespace {
 
 constexpr double US_PER_S = 1e6;
 constexpr double MS_PER_S = 1e3;
-constexpr std::int64_t PROMPT_NS = 2'000'000;  // an answer that takes longer is as of an unknown moment
+constexpr std::int64_t PROMPT_NS = 2'000'000;  // if an answer takes longer, its moment is unknown
 
 struct Device {
     snd_pcm_t* pcm = nullptr;
@@ -29,11 +29,11 @@ struct Device {
 
 Device& deviceOf(void* device) { return *static_cast<Device*>(device); }
 
-// ALSA's library prints a page where there is no sound card.
+// If there is no sound card, ALSA's library would print a page of errors.
 void printNothing(const char* /*file*/, int /*line*/, const char* /*function*/, int /*error*/, const char* /*format*/,
                   ...) {}
 
-// A device that has run dry, or was suspended with the machine, goes on after this.
+// Lets a device go on that has run dry or was suspended with the machine.
 void recover(Device& device, int error) { device.gone = snd_pcm_recover(device.pcm, error, 1) < 0; }
 
 void* openAlsa(int rate, int channels, int& period) {

@@ -1,4 +1,4 @@
-// audio_driver.h - the ways to the machine's audio output
+// audio_driver.h - drivers of the machine's audio output
 //
 //   void* device = driver.open(44100, 2, period);
 //   while (device) {
@@ -9,8 +9,10 @@
 //   }
 //   driver.close(device);
 //
-// For one thread. Opening takes CONNECT_SECONDS at the most where a server does not answer, everything else about
-// WAIT_SECONDS; only a driver of the hardware that hangs takes longer. Nothing is printed.
+// Threads  one uses a driver.
+// Waits    opening takes at most CONNECT_SECONDS if a server does not answer, every other call about WAIT_SECONDS.
+//          Only a hanging driver of the hardware takes longer.
+// Never    prints.
 #pragma once
 
 #include <array>
@@ -21,12 +23,12 @@
 
 constexpr double CONNECT_SECONDS = 10;  // a client of PipeWire may need two
 constexpr double WAIT_SECONDS = 0.1;
-// What is handed over and not played yet, before whatever the hardware or a server beyond it holds: short enough for a
-// seek to be heard at once, long enough for a machine that draws in software.
+// The sound that waits in a driver; hardware and servers beyond it hold more. So short that a seek is heard at once,
+// and long enough for machines that draw in software.
 constexpr double BUFFER_SECONDS = 0.08;
 constexpr int PERIODS = 4;  // in a buffer
 
-// How many of the written frames had been heard at a moment, as far as hardware and server know.
+// How many of the written frames had been heard at a moment, by the account of hardware and server.
 struct HeardReport {
     std::int64_t ns;  // monotonic
     double frames;
@@ -35,21 +37,22 @@ struct HeardReport {
 enum class Room {
     free,  // a period can be written
     none,  // not yet
-    gone,  // the device has been unplugged, or its server has ended: it does not come back
+    gone,  // for good: the device has been unplugged, or its server has ended
 };
 
 struct AudioDriver {
     const char* name;
-    // Opens the default output for interleaved 16-bit samples. Null when there is none. `period`: frames to write at a time.
+    // Opens the default output for interleaved 16-bit samples; null if there is none. Sets `period`, the frames to
+    // write at a time.
     void* (*open)(int rate, int channels, int& period);
     Room (*waitForRoom)(void* device);
-    void (*write)(void* device, std::span<const std::int16_t> samples);  // a period, when there is room
+    void (*write)(void* device, std::span<const std::int16_t> samples);  // a period, if there is room
     std::optional<HeardReport> (*report)(void* device);                  // what is new since the last call
-    void (*close)(void* device);                                         // what is not heard yet is let go
+    void (*close)(void* device);                                         // drops what is not heard yet
 };
 
-extern const AudioDriver PULSE_DRIVER;  // the server of PulseAudio, or of PipeWire, which answers in its place
-extern const AudioDriver ALSA_DRIVER;   // the output that ALSA's configuration names "default"
+extern const AudioDriver PULSE_DRIVER;  // a server that speaks PulseAudio's protocol: PulseAudio or PipeWire
+extern const AudioDriver ALSA_DRIVER;   // the output that ALSA's configuration calls "default"
 
 inline std::int64_t audioClockNs() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())

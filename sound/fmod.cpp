@@ -53,11 +53,10 @@ constexpr std::array<ErrorText, 11> ERROR_TEXTS = {{
     {FMOD_ERR_FILE_UNREADABLE, "The file cannot be read."},
     {FMOD_ERR_FILE_NOT_MP3, "The file is not an mp3 stream."},
     {FMOD_ERR_POSITION, "The position lies beyond the end of the sound."},
-    {FMOD_ERR_RESOURCES, "Memory, a thread or a decoder could not be had."},
+    {FMOD_ERR_RESOURCES, "There is no memory, thread or decoder."},
 }};
 
-// All systems, and through them everything that is ever made: it is never freed, because threads use it until
-// the very end of the process.
+// All systems, which hold everything that is ever made. Nothing is freed, because threads use it until the process ends.
 FMOD_SYSTEM* systems = nullptr;
 
 void stopAtExit() {
@@ -95,7 +94,7 @@ FMOD_RESULT checkQuery(const void* handle, const void* answer, unsigned int unit
     return unit == FMOD_TIMEUNIT_MS ? FMOD_OK : FMOD_ERR_UNSUPPORTED;
 }
 
-// Makes `call`. Nothing is thrown beyond the interface: what may be thrown tells of memory or a thread.
+// Makes `call`. An exception means that there is no memory or thread; it does not leave the interface.
 template <typename Call>
 FMOD_RESULT withResources(Call call) {
     try {

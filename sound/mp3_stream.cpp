@@ -11,10 +11,10 @@
 
 namespace {
 
-// Frames that are decoded and thrown away before the target of a seek: a layer III frame may keep its data in
-// frames before it, up to 511 bytes back in MPEG-1 and 255 in the versions for lower rates. The smallest
-// stereo frames have 60 and 3 bytes for it beside their headers; one more frame fills the filters' memory.
-// (The library's own default, 4, is heard as a disturbed start after a seek.)
+// Frames that are decoded and dropped before the target of a seek. A layer III frame may keep its data in frames
+// before it, up to 511 bytes back in MPEG-1 and 255 at lower rates. The smallest stereo frames have room for 60 and 3
+// of these bytes. One more frame fills the filters' memory. (With the library's default, 4, the start after a seek is
+// disturbed.)
 constexpr long PREROLL_MPEG1 = 10;
 constexpr long PREROLL_LOW_RATE = 86;
 constexpr long JUNK_LIMIT_BYTES = 65536;
@@ -37,7 +37,7 @@ struct File {
 };
 
 Mp3Open openFile(const char* path, File& file) {
-    // Not to be held up by a pipe that nobody writes to.
+    // O_NONBLOCK: a pipe that nobody writes to must not hang the program.
     file.descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file.descriptor < 0) return errno == ENOENT || errno == ENOTDIR ? Mp3Open::notFound : Mp3Open::unreadable;
     struct stat status = {};
@@ -57,7 +57,7 @@ Decoder makeDecoder() {
     return decoder;
 }
 
-// Takes the first frame's format, in 16 bits, as the only one.
+// Makes the first frame's format, in 16 bits, the only one.
 bool fixFormat(mpg123_handle* decoder, Mp3Stream& stream) {
     long rate = 0;
     int channels = 0;

@@ -1,7 +1,8 @@
 // mp3_stream.h - an mp3 file as a stream of 16-bit samples
 //
-// Needs libmpg123. A stream may be used by one thread at a time. Never prints; never changes its format: a
-// file that changes rate or channels on its way is converted to those of its first frame.
+// Needs    libmpg123. One thread at a time uses a stream.
+// Never    prints; changes a stream's format. If rate or channels change within a file, the samples are converted to
+//          those of its first frame.
 #pragma once
 
 #include <cstdint>
@@ -19,21 +20,20 @@ struct Mp3Stream {
     std::int64_t frames = 0;                  // length
 };
 
-// Opens the file and reads through it once, so that length and seeking are exact to the sample. What an
-// encoder says it has added at both ends (the info frame that LAME introduced) is no part of the stream;
-// without such a frame the stream is all that the decoder gives. A stretch of 64 KiB without an mp3 frame
-// ends the stream; if there is no frame before, the file is no mp3. `stream` is written on success only.
+// Opens the file and reads it once, so that length and seeks are exact to the sample. The stream leaves out what the
+// encoder has added at both ends, if the file's info frame (LAME's) tells. 64 KiB without an mp3 frame end the
+// stream; if no frame comes before them, the file is no mp3. Writes `stream` on success only.
 Mp3Open openMp3(const char* path, Mp3Stream& stream);
 
-// Releases what openMp3 has taken. Nothing for a stream that is not open.
+// Releases what openMp3 has taken. Does nothing to a stream that is not open.
 void closeMp3(Mp3Stream& stream);
 
-// Makes `frame` (0 to `frames`) the next one to be read. False when the file does not allow it any more. What
-// is read then is what reading from the start gives, but for the last bit of a sample in ten thousand: the
-// order in which the decoder's filter adds depends on how much it has decoded before. Read something before
-// seeking again: the decoder takes a second seek to a place close ahead for reading on, without a preroll.
+// Makes `frame` (0 to `frames`) the next one to be read. Returns false if the file no longer allows it. The samples
+// are those of a reading from the start, except for the last bit of one in ten thousand, because the order in which
+// the decoder's filter adds depends on what it decoded before. Callers read something before they seek again: the
+// decoder would take a second seek to a place close ahead for reading on, without a preroll.
 bool seekMp3(const Mp3Stream& stream, std::int64_t frame);
 
-// Reads up to `samples.size()` / channels frames. Returns the number of frames, 0 at the end and when nothing
-// more can be decoded.
+// Reads up to `samples.size()` / channels frames. Returns their number; 0 at the end, or if nothing more can be
+// decoded.
 int readMp3(const Mp3Stream& stream, std::span<std::int16_t> samples);

@@ -9,20 +9,20 @@
 namespace {
 
 constexpr double NS_PER_S = 1e9;
-constexpr std::int64_t WINDOW_NS = 500'000'000;        // of reports that are compared
-constexpr std::int64_t JOIN_NS = 250'000'000;          // of reports that must agree before a device joins
-constexpr std::int64_t REPORT_SPACING_NS = 4'000'000;  // so that a window's reports fit
-constexpr double JOIN_SECONDS = 0.005;                 // what both halves of them may differ by
+constexpr std::int64_t WINDOW_NS = 500'000'000;        // the time whose reports are compared
+constexpr std::int64_t JOIN_NS = 250'000'000;          // the time whose reports must agree before a device joins
+constexpr std::int64_t REPORT_SPACING_NS = 4'000'000;  // makes the reports of a window fit
+constexpr double JOIN_SECONDS = 0.005;                 // how much their two halves may differ
 constexpr double PIECE_SECONDS = 0.05;                 // servers read no larger pieces
-constexpr int LEAST = 10;                              // a tenth of the reports is below what is believed
-constexpr double SLEW_SECONDS = 2.0;                   // a difference is to be gone after this time
+constexpr int LEAST = 10;                              // one in ten reports is less ahead than the one believed
+constexpr double SLEW_SECONDS = 2.0;                   // a bend removes a difference in this time
 constexpr double SLEW_LIMIT = 0.005;
-constexpr double MOVE_SECONDS = 0.015;  // a difference beyond this moves the sound
-constexpr double STOP_SECONDS = 0.05;   // what a stop of our process may move the position by
+constexpr double MOVE_SECONDS = 0.015;  // a larger difference moves the sound
+constexpr double STOP_SECONDS = 0.05;   // how far the position moves when this process has stopped
 
 using Report = PlayClock::Report;
 
-// The line, if nothing holds it. `at` may lie a little before the last change.
+// The line, if nothing holds it. `at` may be a little before the last change.
 double unheld(const PlayClock& clock, std::int64_t at) {
     return clock.lineFrames + static_cast<double>(at - clock.lineNs) / NS_PER_S * clock.rate * clock.lineSpeed;
 }
@@ -41,7 +41,7 @@ void setSpeed(PlayClock& clock, std::int64_t now, double speed) {
     clock.lineSpeed = speed;
 }
 
-// Counts the next `frames` frames as handed over. Returns how many of them come before the stream's.
+// Counts the next `frames` frames as handed over. Returns how many of them are silent.
 std::int64_t hand(PlayClock& clock, std::int64_t frames) {
     const std::int64_t wait = std::clamp<std::int64_t>(clock.streamFrom - clock.handed, 0, frames);
     const std::int64_t silent = clock.paused ? frames : wait;
@@ -50,7 +50,7 @@ std::int64_t hand(PlayClock& clock, std::int64_t frames) {
     return silent;
 }
 
-// The sound is late: frames are left out. It is early: the stream waits.
+// Leaves `late` frames out. If `late` is below 0, the stream waits instead.
 void moveSound(PlayClock& clock, std::int64_t late) {
     if (late >= 0) {
         hand(clock, late);
@@ -60,7 +60,7 @@ void moveSound(PlayClock& clock, std::int64_t late) {
     clock.handed += late;
 }
 
-// What a device that ran dry has not asked for in time is lost.
+// Leaves out the frames that a device which ran dry has missed.
 void dropMissed(PlayClock& clock) {
     const double missed = clock.lineFrames - static_cast<double>(clock.handed);
     if (missed < 0) return;
@@ -68,20 +68,20 @@ void dropMissed(PlayClock& clock) {
     clock.reportCount = 0;
 }
 
-// Lays the stream under the line. `ahead`: how far the device's count of frames is ahead of the line.
+// Joins the stream to the line. `ahead`: how many frames the device's count is ahead of the line.
 void join(PlayClock& clock, double ahead) {
     clock.joined = true;
     clock.handed = std::llround(static_cast<double>(clock.written) - ahead);
     clock.streamFrom = clock.handed;
     if (clock.paused) return;
-    // What is tied to a later frame waits for it.
+    // A tie to a later frame holds the stream until then.
     clock.streamFrom = std::max(clock.handed, static_cast<std::int64_t>(std::ceil(clock.tieLine)));
     const double next = clock.tieStream + static_cast<double>(clock.streamFrom) - clock.tieLine;
     clock.stream = std::min(static_cast<std::int64_t>(next), clock.length);
 }
 
-// How far ahead of the line the device is. A server that reads in pieces tells of a piece as soon as it has read it, so a
-// report is as much ahead as is left of the piece: the least ones are believed. But not one that is far from most.
+// How many frames the device is ahead of the line: among the least of the reports, but near the middle one. (A server
+// that reads in pieces reports too much.)
 double aheadOf(std::span<const Report> reports, double rate) {
     std::array<double, std::tuple_size_v<decltype(PlayClock::reports)>> sorted{};
     const auto end = std::ranges::transform(reports, sorted.begin(), &Report::ahead).out;
@@ -91,7 +91,7 @@ double aheadOf(std::span<const Report> reports, double rate) {
     return *(least + (end - least) / LEAST);
 }
 
-// Joins a device whose reports keep step with time; of one that does not, the older half is forgotten.
+// Joins the device if its reports keep step with time. If not, forgets their older half.
 void joinWhenSteady(PlayClock& clock) {
     const std::span reports(clock.reports.data(), static_cast<std::size_t>(clock.reportCount));
     const std::size_t half = reports.size() / 2;
@@ -106,7 +106,7 @@ void joinWhenSteady(PlayClock& clock) {
     clock.reportCount = static_cast<int>(newer.size());
 }
 
-// Bends the line towards what the reports of a second say, or moves the sound.
+// Bends the line towards the reports, or moves the sound.
 void compare(PlayClock& clock, std::int64_t now) {
     const double ahead =
         aheadOf(std::span(clock.reports).first(static_cast<std::size_t>(clock.reportCount)), clock.rate);
@@ -119,7 +119,7 @@ void compare(PlayClock& clock, std::int64_t now) {
     setSpeed(clock, now, 1 + std::clamp(bend, -SLEW_LIMIT, SLEW_LIMIT));
 }
 
-// The stream's frame `frame` comes next, and the position stands there until it is heard.
+// Ties the stream's frame `frame` to the next one that is handed over.
 void tie(PlayClock& clock, std::int64_t now, double frame) {
     clock.tieStream = frame;
     clock.tieLine = line(clock, now);
@@ -188,7 +188,7 @@ Handout clockRequest(PlayClock& clock, std::int64_t now, int frames) {
 void clockHeard(PlayClock& clock, std::int64_t at, double frames) {
     int& count = clock.reportCount;
     if (count > 0 && at - clock.reports[count - 1].ns < REPORT_SPACING_NS) return;
-    // The device's next frame is the line's `handed` once it has joined.
+    // If the device has joined, its next frame is the line's `handed`.
     const double base = clock.joined ? static_cast<double>(clock.handed - clock.written) : 0;
     clock.reports[count++] = {at, frames + base - unheld(clock, at)};
     if (count < 2 || at - clock.reports[0].ns < (clock.joined ? WINDOW_NS : JOIN_NS)) return;

@@ -1,10 +1,12 @@
 // playback.h - plays one mp3 stream: a decoder thread, a thread for the audio device, and the clock
 //
-// Plays silently, in time, without a device; the sound is there when the device is, or is there again. All functions are
-// called from one thread, and none of them waits for decoding, reading or the device, unless it says so. Never freed, so
-// that its threads may outlive `exit`. Prints the one line about a missing device.
+// Without a device it plays silently, in time; the sound is heard as soon as there is a device.
 //
-// RYL_SOUND in the environment names the way to the device: "pulse", "alsa", or "none"; without it the first that opens.
+// Needs    one calling thread. RYL_SOUND in the environment names the driver: "pulse", "alsa" or "none"; without it
+//          the first that opens is used.
+// Waits    for decoding, reading or the device only where it says so.
+// Prints   one line on standard error if there is no device, and one if RYL_SOUND names no driver.
+// Never    frees a playback, so that its threads may outlive `exit`.
 #pragma once
 
 #include "mp3_stream.h"
@@ -13,15 +15,15 @@
 
 struct Playback;
 
-// A playback that plays nothing yet. Throws what the standard library throws when memory or a thread cannot be had; so do
-// the two that follow, which then leave everything as it was.
+// Makes a playback that plays nothing yet. If there is no memory or thread, this function and the next two throw the
+// standard library's exceptions; those two then leave everything as it was.
 Playback* makePlayback();
 
-// Opens the device for the first stream that will play, without waiting for it. Nothing once one has played.
+// Lets the device open for the first stream, without waiting for it. Does nothing after a stream has played.
 void preparePlayback(Playback& playback, const Mp3Stream& stream);
 
-// Plays `stream`, which stays the caller's and must stay, from its start. Waits until the device plays silence in a steady
-// way, 2 s at the most: after preparePlayback mostly not at all.
+// Plays `stream` from its start. The stream belongs to the caller and must stay open. Waits until the device plays
+// silence steadily, at most 2 s; after preparePlayback it mostly does already.
 void play(Playback& playback, const Mp3Stream& stream, bool paused);
 
 // The position in frames, 0 to the stream's length, with its fraction.
@@ -33,5 +35,5 @@ void seekPlayback(Playback& playback, std::int64_t frame);
 bool playbackPaused(Playback& playback);
 void pausePlayback(Playback& playback, bool paused);
 
-// Ends the sound and the threads, for the end of the process. Leaves a device that hangs alone after 2 s.
+// Ends the sound and the threads when the process ends. Gives up on a hanging device after 2 s.
 void stopPlayback(Playback& playback);

@@ -1,4 +1,4 @@
-// A stream of PulseAudio's protocol. Its own loop runs inside the calls below, so there is no thread beside the caller's.
+// A stream by PulseAudio's protocol. Its loop runs inside the calls below, on the caller's thread.
 #include "audio_driver.h"
 
 #include <pulse/pulseaudio.h>
@@ -11,8 +11,8 @@
 
 namespace {
 
-// Between two questions for the server's latency. They come at any moment of a server's cycle: one that reads the stream
-// in large pieces has just read one when it asks for more, and tells more than is heard then.
+// Between two questions for the server's latency. Questions come at random moments of a server's cycle, because a
+// server that has just read a large piece counts more than is heard.
 constexpr std::int64_t SHORTEST_PAUSE_NS = 5'000'000;
 constexpr std::int64_t LONGEST_PAUSE_NS = 25'000'000;
 constexpr double US_PER_S = 1e6;
@@ -50,8 +50,8 @@ Device& deviceOf(void* device) { return *static_cast<Device*>(device); }
 
 bool streamGood(const Device& device) { return PA_STREAM_IS_GOOD(pa_stream_get_state(device.stream)); }
 
-// The answer to the question for the latency. The server has read so much of the stream, and its sink will play what it
-// has read last so much later; that was so when the answer was sent, and the sink has gone on since.
+// The answer to the question for the latency: the server has read `read_index` bytes, and its sink plays the last of
+// them `sink_usec` later. The answer was `transport_usec` on its way, during which the sink has gone on.
 void takeTiming(pa_stream* stream, int success, void* context) {
     Device& device = deviceOf(context);
     const pa_timing_info* timing = pa_stream_get_timing_info(stream);
@@ -70,7 +70,7 @@ void askForTiming(Device& device, std::int64_t now) {
         pa_operation_unref(question);
 }
 
-// Lets the loop run until `ready` says so. False when the time is over, or the loop or `good` says that it never will.
+// Lets the loop run until `ready` is true. Returns false when the time is over, the loop fails or `good` is false.
 template <typename Good, typename Ready>
 bool runUntil(Device& device, double seconds, Good good, Ready ready) {
     const std::int64_t end = audioClockNs() + static_cast<std::int64_t>(seconds * NS_PER_S);
