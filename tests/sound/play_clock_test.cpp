@@ -1,5 +1,4 @@
-// The clock against simulated devices, of which the test knows what is heard. Time is a number here, so every case
-// gives the same result on every machine.
+// The clock against simulated devices, whose sound is known. Time is a number here, so results never differ.
 #include "play_clock.h"
 
 #include <gtest/gtest.h>
@@ -17,22 +16,22 @@ constexpr std::int64_t MS = 1'000'000, TICK_NS = MS / 4;  // nanoseconds
 
 double inMs(double frames) { return frames / RATE * 1000; }
 
-// A server that reads what it is given in pieces, beyond which a loudspeaker is so far away.
+// A server that reads in pieces what it is given, and a loudspeaker behind it.
 struct Device {
-    double speed = 1;       // of its crystal
+    double speed = 1;       // of its clock
     double latencyMs = 0;   // from the server to the ear
     double piece = 1;       // frames that the server reads at a time
     double jitterMs = 0;    // of a report
-    double nonsenseMs = 0;  // one report in fifty is so far off
+    double nonsenseMs = 0;  // error of one report in fifty
     bool gone = false;      // takes nothing and reports nothing
 
     double played = 0;  // device frames that have left the server
     std::int64_t given = 0, nextReportNs = 0, streamEnd = 0;
     struct Part {
-        double device, stream;  // from this device frame on the stream plays from there; -1: silence
+        double device, stream;  // the stream's frame that the device plays at its frame `device`; -1: silence
     };
     std::vector<Part> parts = {};
-    int cuts = 0;  // how often the stream did not go on where it was
+    int cuts = 0;  // gaps and repeats in the stream
     std::int64_t now = 0;
     PlayClock clock = startClock(RATE, 0);
     std::mt19937 random{1};
@@ -69,7 +68,7 @@ struct Device {
 
     double positionMs() { return inMs(clockPosition(clock, now)); }
 
-    // The stream's place that is heard, in milliseconds; below 0: silence.
+    // In the stream; below 0: silence.
     double heardMs() const {
         const double frame = played - latencyMs * RATE / 1000;
         const auto next = std::ranges::upper_bound(parts, frame, {}, &Part::device);
@@ -77,8 +76,8 @@ struct Device {
         return inMs(std::prev(next)->stream + frame - std::prev(next)->device);
     }
 
-    // Runs for a time in which the position must never go back nor move faster than time does, but for the bend.
-    // Returns how far it is from what is heard at the worst, in milliseconds.
+    // Meanwhile the position never goes back, nor moves faster than time by more than the bend. Returns its greatest
+    // distance from what is heard, in milliseconds.
     double run(std::int64_t milliseconds) {
         double worst = 0, last = positionMs();
         for (const std::int64_t end = now + milliseconds * MS; now < end;) {
@@ -93,14 +92,40 @@ struct Device {
     }
 };
 
-void follow(Device device) {
-    const double close = 3 + inMs(device.piece) / 10;
-    SCOPED_TRACE(testing::Message() << device.latencyMs << ' ' << device.piece << ' ' << device.jitterMs);
-    device.run(2500);
-    EXPECT_TRUE(device.clock.joined);
-    clockPlay(device.clock, device.now, std::int64_t{1} << 40, false);
-    device.run(3000);
-    EXPECT_LT(device.run(60000), close);
+void PrintTo(const Device& device, std::ostream* out) {
+    *out << device.latencyMs << " ms away, pieces of " << device.piece << ", jitter " << device.jitterMs;
+}
+
+// A clock that plays on a device.
+class PlayClockOn : public testing::TestWithParam<Device> {
+protected:
+    Device device = GetParam();
+
+    PlayClockOn() {
+        device.run(2500);
+        EXPECT_TRUE(device.clock.joined);
+        clockPlay(device.clock, device.now, std::int64_t{1} << 40, false);
+        device.run(3000);
+    }
+    void expectInStep(std::int64_t afterMs, std::int64_t ms) {
+        device.run(afterMs);
+        EXPECT_LT(device.run(ms), 3 + inMs(device.piece) / 10);
+    }
+    void expectInStepOnceHeard() { expectInStep(static_cast<std::int64_t>(device.latencyMs) + 300, 300); }
+    // The position goes on for three seconds, whatever the device does.
+    void expectKeepsTheTime() {
+        const double before = device.positionMs();
+        device.run(3000);
+        EXPECT_NEAR(device.positionMs() - before, 3000, 20);
+    }
+};
+
+TEST_P(PlayClockOn, StaysInStep) {
+    expectInStep(0, 60000);
+    EXPECT_EQ(device.cuts, 0);
+}
+
+TEST_P(PlayClockOn, StandsInAPauseAndLosesNothing) {
     for (int i = 1; i <= 20; ++i) {
         clockPause(device.clock, device.now);
         const double stand = device.positionMs();
@@ -108,67 +133,62 @@ void follow(Device device) {
         device.run(7 * i);
         clockResume(device.clock, device.now);
         EXPECT_EQ(device.positionMs(), stand);
-        device.run(static_cast<std::int64_t>(device.latencyMs) + 300);
-        EXPECT_LT(device.run(300), close);
+        expectInStepOnceHeard();
     }
     EXPECT_EQ(device.cuts, 0);
+}
+
+TEST_P(PlayClockOn, IsAtOnceWhereASeekLeads) {
     for (const std::int64_t target : {9'000'000, 0, 44'100}) {
         clockSeek(device.clock, device.now, target);
         EXPECT_EQ(clockPosition(device.clock, device.now), static_cast<double>(target));
-        device.run(static_cast<std::int64_t>(device.latencyMs) + 300);
-        EXPECT_LT(device.run(300), close);
+        expectInStepOnceHeard();
     }
+}
 
-    // It is moved to another loudspeaker: the position keeps the time, the sound follows.
+TEST_P(PlayClockOn, KeepsTheTimeWhenMovedToAnotherLoudspeaker) {
     for (const double latency : {device.latencyMs + 250, device.latencyMs}) {
-        const double before = device.positionMs();
         device.latencyMs = latency;
-        device.run(3000);
-        EXPECT_NEAR(device.positionMs() - before, 3000, 20);
-        EXPECT_LT(device.run(1000), close);
+        expectKeepsTheTime();
+        expectInStep(0, 1000);
     }
+}
 
-    // It hangs, and goes on.
+TEST_P(PlayClockOn, KeepsTheTimeWhileTheDeviceHangs) {
     device.gone = true;
-    const double before = device.positionMs();
-    device.run(3000);
-    EXPECT_NEAR(device.positionMs() - before, 3000, 20);
+    expectKeepsTheTime();
     device.gone = false;
-    device.run(3000);
-    EXPECT_LT(device.run(1000), close);
+    expectInStep(3000, 1000);
+}
 
-    // It ends, and another comes.
+TEST_P(PlayClockOn, KeepsTheTimeUntilAnotherDeviceComes) {
     clockResetDevice(device.clock, device.now);
     device.gone = true;
     device.run(2000);
     clockSeek(device.clock, device.now, 44'100);
     EXPECT_NEAR(device.positionMs(), 1000, 0.1);
-    device.run(2000);
-    EXPECT_NEAR(device.positionMs(), 3000, 20);
+    expectKeepsTheTime();
     clockResetDevice(device.clock, device.now);
     device.gone = false;
     device.played = 0;
     device.given = 0;
     device.parts.clear();
-    device.run(4000);
-    EXPECT_LT(device.run(1000), close);
+    expectInStep(4000, 1000);
+}
 
-    // Our process does not run for a while: the position goes on from about where it was.
+TEST_P(PlayClockOn, GoesOnAboutWhereItWasAfterTheProcessStood) {
     const double stopped = device.positionMs();
     device.now += 5000 * MS;
     device.played = static_cast<double>(device.given);
     EXPECT_NEAR(device.positionMs(), stopped, 51 + inMs(BUFFER) + device.latencyMs);
-    device.run(4000);
-    EXPECT_LT(device.run(1000), close);
+    expectInStep(4000, 1000);
 }
 
-TEST(PlayClock, FollowsEveryDeviceThroughPausesSeeksMovesAndItsAbsence) {
-    follow({});
-    follow({.latencyMs = 40, .jitterMs = 2});
-    follow({.speed = 1.0005, .latencyMs = 500});
-    follow({.speed = 0.9995, .piece = 1024});
-    follow({.latencyMs = 200, .piece = 256, .jitterMs = 1, .nonsenseMs = 900});
-}
+INSTANTIATE_TEST_SUITE_P(Devices, PlayClockOn,
+                         testing::Values(Device{}, Device{.latencyMs = 40, .jitterMs = 2},
+                                         Device{.speed = 1.0005, .latencyMs = 500},
+                                         Device{.speed = 0.9995, .piece = 1024},
+                                         Device{.latencyMs = 200, .piece = 256, .jitterMs = 1, .nonsenseMs = 900}));
 
 TEST(PlayClock, PlaysInTimeUntilADeviceComesAndThenFromThere) {
     Device device;

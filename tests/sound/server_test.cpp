@@ -14,12 +14,22 @@
 
 namespace {
 
-constexpr double CLOSE_MS = 20;  // on a machine that does other things too
-constexpr int TRIES = 5;         // that an overloaded machine may disturb
+constexpr double CLOSE_MS = 20;  // machines do other things too
+constexpr int TRIES = 5;         // an overloaded machine disturbs some
 
 std::string nameOf(SoundServer::Kind kind) { return kind == SoundServer::PulseAudio ? "PulseAudio" : "PipeWire"; }
 
-// Whether most of the clicks of the next seconds are heard where the position says.
+// Plays clicks.
+class Clicks : TempDir, public Player {
+public:
+    explicit Clicks(int seconds) {
+        const std::string tune = path() / "clicks.mp3";
+        makeClicks(tune, seconds);
+        EXPECT_EQ(play(tune), FMOD_OK);
+    }
+};
+
+// Are the clicks of the next seconds, all but one, heard where the position says?
 testing::AssertionResult inStep(const Player& player, const SoundServer& server, const std::string& sink) {
     std::vector<double> errors;
     for (int i = 0; i < TRIES; ++i) {
@@ -36,11 +46,10 @@ testing::AssertionResult inStep(const Player& player, const SoundServer& server,
 
 struct Sink {
     SoundServer::Kind kind;
-    std::string options;  // empty: the one that is there
+    std::string options;  // of a sink that is added; empty: none is
     int awayMs = 0;
 };
 
-// What CTest prints beside the case's name.
 void PrintTo(const Sink& sink, std::ostream* out) { *out << sink.options << ' ' << sink.awayMs << " ms away"; }
 
 class ServerSink : public testing::TestWithParam<Sink> {};
@@ -56,16 +65,12 @@ TEST_P(ServerSink, PlaysInStepThroughPauseSeekAndEnd) {
     const SoundServer& ears = awayMs > 0 ? far : server;
     const std::string sink = options.empty() ? "heard" : "other";
 
-    const TempDir folder;
-    const std::string tune = folder.path() / "clicks.mp3";
-    makeClicks(tune, 60);
-    Player player;
-    ASSERT_EQ(player.play(tune), FMOD_OK);
+    const Clicks player(60);
     EXPECT_TRUE(inStep(player, ears, sink));
 
     FMOD_Channel_SetPaused(player.channel, 1);
     player.standsStill(player.position());
-    usleep(static_cast<unsigned int>(awayMs + 600) * 1000);  // what is on its way is heard
+    usleep(static_cast<unsigned int>(awayMs + 600) * 1000);  // until what is on its way has been heard
     const Monitor monitor(ears, sink);
     usleep(700000);
     EXPECT_TRUE(monitor.recording().onsets().empty()) << "paused";
@@ -96,23 +101,20 @@ INSTANTIATE_TEST_SUITE_P(Sinks, ServerSink,
                              return name;
                          });
 
-// What went wrong between the server and its sink, and where the sound is afterwards.
 struct Trouble {
     const char* what;
     std::function<void(SoundServer&)> begin, end;
-    const char* sink = "heard";
+    const char* sink = "heard";  // where the sound is afterwards
 };
 
 const Trouble TROUBLES[] = {
-    {"killed_and_started_again", [](SoundServer& server) { server.end(); },
-     [](SoundServer& server) { server.start(); }},
-    {"hangs", [](SoundServer& server) { server.suspend(true); }, [](SoundServer& server) { server.suspend(false); }},
-    {"sink_suspended", [](SoundServer& server) { server.control("suspend-sink heard 1"); },
-     [](SoundServer& server) { server.control("suspend-sink heard 0"); }},
-    {"another_default", [](SoundServer& server) { server.addSink("other", "rate=96000"); }, [](SoundServer&) {},
-     "other"},
-    {"sink_removed", [](SoundServer& server) { server.control("unload-module " + server.heardModule()); },
-     [](SoundServer& server) { server.addSink("new", "rate=48000"); }, "new"},
+    {"killed_and_started_again", [](auto& server) { server.end(); }, [](auto& server) { server.start(); }},
+    {"hangs", [](auto& server) { server.suspend(true); }, [](auto& server) { server.suspend(false); }},
+    {"sink_suspended", [](auto& server) { server.control("suspend-sink heard 1"); },
+     [](auto& server) { server.control("suspend-sink heard 0"); }},
+    {"another_default", [](auto& server) { server.addSink("other", "rate=96000"); }, [](auto&) {}, "other"},
+    {"sink_removed", [](auto& server) { server.control("unload-module " + server.heardModule()); },
+     [](auto& server) { server.addSink("new", "rate=48000"); }, "new"},
 };
 
 void PrintTo(const Trouble& trouble, std::ostream* out) { *out << trouble.what; }
@@ -124,11 +126,7 @@ TEST_P(ServerInTrouble, DoesNotStopTheTimeAndTheSoundComesBack) {
     SoundServer server(kind);
     if (!server.missing().empty()) GTEST_SKIP() << server.missing();
     server.start();
-    const TempDir folder;
-    const std::string tune = folder.path() / "clicks.mp3";
-    makeClicks(tune, 100);
-    Player player;
-    ASSERT_EQ(player.play(tune), FMOD_OK);
+    const Clicks player(100);
     EXPECT_TRUE(inStep(player, server, "heard"));
     trouble.begin(server);
     player.smooth(2500);

@@ -18,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-// The test's own definition comes before that in the library.
+// Replaces the library's definition.
 bool deviceHangs = false;
 int snd_pcm_close(snd_pcm_t* device) {
     while (deviceHangs) pause();
@@ -72,7 +72,7 @@ TEST(Sound, PositionIsInTimeThroughPausesSeeksAndTheEnd) {
     }
 }
 
-// Without the frames of silence.
+// The frames that are not silent.
 std::vector<std::int16_t> sounding(const std::vector<std::int16_t>& samples, int channels) {
     std::vector<std::int16_t> frames;
     for (auto frame = samples.begin(); frame + channels <= samples.end(); frame += channels)
@@ -81,7 +81,7 @@ std::vector<std::int16_t> sounding(const std::vector<std::int16_t>& samples, int
     return frames;
 }
 
-// Plays, pauses and seeks, and looks for what should have been heard in what ALSA has written to a file.
+// Plays, pauses and seeks. What should have been heard must stand in the file that ALSA has written.
 testing::AssertionResult writesWhatIsDecoded(int rate, int channels) {
     const TempDir folder;
     const std::string path = noiseMp3(folder, 12, rate, channels), disk = folder.path() / "recording.raw";
@@ -99,13 +99,13 @@ testing::AssertionResult writesWhatIsDecoded(int rate, int channels) {
     const unsigned int stand = player.position();
     record(250);
     FMOD_Channel_SetPaused(player.channel, 0);
-    if (player.position() != stand) return testing::AssertionFailure() << "a step after the pause";
+    if (const unsigned int now = player.position(); now != stand)
+        return testing::AssertionFailure() << "paused at " << stand << " ms, resumed at " << now;
     record(500);
     constexpr long TARGETS[] = {4567, 17, 9999, 10777};
     for (const long target : TARGETS) {
-        // Comes while the decoder is at work on another.
         FMOD_Channel_SetPosition(player.channel, 3210, MS);
-        usleep(static_cast<unsigned int>(target) % 1000);
+        usleep(static_cast<unsigned int>(target) % 1000);  // the decoder is at work on this one
         FMOD_Channel_SetPosition(player.channel, static_cast<unsigned int>(target), MS);
         record(250);
     }
@@ -121,14 +121,15 @@ testing::AssertionResult writesWhatIsDecoded(int rate, int channels) {
         const auto part = sounding({from, from + std::min(count, stream.end() - from)}, channels);
         return std::search(heard.begin(), heard.end(), part.begin(), part.end(), sameSample) - heard.begin();
     };
-    if (placeOf(0, second * 3 / 4) != 0) return testing::AssertionFailure() << "a gap or a repeat around the pause";
+    if (const auto place = placeOf(0, second * 3 / 4); place != 0)
+        return testing::AssertionFailure() << "a gap or a repeat around the pause; the start is at " << place;
     for (const long target : TARGETS)
         if (placeOf(target, target == TARGETS[3] ? 2 * second : second / 8) == std::ssize(heard))
             return testing::AssertionFailure() << target << " ms is not heard";
     return testing::AssertionSuccess();
 }
 
-// A process that stops for a moment loses frames, as it should: once in three the machine must let it go on.
+// A process that is held up loses frames, and should, so two tries of three may fail.
 TEST(Sound, PlaysTheDecodedFileSampleForSample) {
     for (const auto& [rate, channels] : {std::pair{44100, 2}, std::pair{48000, 1}, std::pair{8000, 2}}) {
         testing::AssertionResult result = writesWhatIsDecoded(rate, channels);
@@ -137,7 +138,7 @@ TEST(Sound, PlaysTheDecodedFileSampleForSample) {
     }
 }
 
-TEST(Sound, WhatCannotBePlayedGivesACodeAndWhatBreaksOffPlaysOn) {
+TEST(Sound, GivesACodeForWhatItCannotPlayAndPlaysOnWhereAFileBreaksOff) {
     const TempDir folder;
     const std::string mp3 = readFile(noiseMp3(folder, 2)), path = folder.path();
     setenv("RYL_SOUND", "none", 1);
@@ -168,7 +169,7 @@ TEST(Sound, WhatCannotBePlayedGivesACodeAndWhatBreaksOffPlaysOn) {
     player.smooth(300);
 }
 
-// A socket at which every call is taken and none answered.
+// A server that takes every call and answers none.
 std::string muteServer(const TempDir& folder) {
     const std::string path = folder.path() / "mute";
     sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
@@ -179,7 +180,7 @@ std::string muteServer(const TempDir& folder) {
     return "unix:" + path;
 }
 
-TEST(Sound, WhatIsMissingOrHangsIsOneLineAndEndsWithTheProcess) {
+TEST(Sound, PlaysAndEndsThoughTheDeviceIsMissingOrHangs) {
     const TempDir folder;
     const std::string path = noiseMp3(folder, 2), mute = muteServer(folder);
     const struct {
@@ -187,7 +188,7 @@ TEST(Sound, WhatIsMissingOrHangsIsOneLineAndEndsWithTheProcess) {
         std::string line;
     } cases[] = {
         {"none", "", "unix:/none", ""},
-        {"alsa", "type null", "unix:/none", ""},  // hangs when it is closed
+        {"alsa", "type null", "unix:/none", ""},
         {"alsa", "type hw card 99", "unix:/none", NO_DEVICE},
         {"", "type hw card 99", "unix:/none", NO_DEVICE},
         {"pulse", "", mute.c_str(), NO_DEVICE},
