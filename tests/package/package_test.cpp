@@ -1,4 +1,4 @@
-// The packages as their users meet them: unpacked somewhere, started from somewhere else.
+// The packages, unpacked in one place and started from another.
 #include "program.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@ constexpr int REFUSED = 1, TERMINATED = 128 + SIGTERM;
 
 std::string inQuotes(const fs::path& path) { return '\'' + path.string() + '\''; }
 
-// `generator` is CPack's name of the kind of package; `unpack` runs in a directory that holds nothing else.
+// `generator` is CPack's name of the package's kind; the command `unpack` runs in an empty directory.
 void playFrom(const std::string& generator, const std::string& unpack, const std::string& launcherName) {
     const TempDir made;
     const fs::path place = made.path() / "a place";
@@ -24,7 +24,7 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
           " >../log 2>&1 && " + unpack);
     const std::string launcher = shell("ls -d " + inQuotes(place) + "/" + launcherName + " | tr -d '\\n'");
     ASSERT_FALSE(launcher.empty()) << readFile(made.path() / "log");
-    // Nothing that the program loads is where it is started.
+    // Nothing that the program loads is in the directory where it starts.
     const RunDirectory start;
     for (const char* name : {"ryl", "libs", "data", "tools", "capture"}) fs::remove_all(start.path() / name);
     fs::create_symlink(launcher, start.path() / "ryl");

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -30,7 +29,7 @@ std::string imageSize(const fs::path& path) {
     return size;
 }
 
-TEST(Ends, HaveAStatusAndAReason) {
+TEST(Start, ThatFailsGivesAStatusAndAReason) {
     const std::string PICTURE = "data/images/summer.png", NO_PICTURE = "[! data/images/summer.png] file not found.\n";
     const struct {
         std::string missing, options;  // missing from the run directory
@@ -41,11 +40,9 @@ TEST(Ends, HaveAStatusAndAReason) {
         {"", "-nf -c 0 --from-frame 0", FAILED,
          "[*] systemcheck.\n[*] system seems fine\n[!] --from-frame <number from 1>\n"},
         {PICTURE, "-x -nf -w 0 -w 32 -w 7 -h 20 -s", FAILED, "[*] Resolution set to 32x20:32@75\n" + NO_PICTURE},
-        {PICTURE, "-nf -w -5 -h 1", FAILED, "[/] -5 x 1 is no size for a window, taking 640 x 480\n" + NO_PICTURE},
         {PICTURE, "-nf -c 0 -w 320", FAILED,
          "[/] 320 x 0 is no size for captured frames, taking 640 x 480\n" + NO_PICTURE},
-        {PICTURE, "-nf -w 20000", FAILED,
-         "[*] Resolution set to default becouse nothing else was given\n" + NO_PICTURE},
+        {PICTURE, "-nf", FAILED, "[*] Resolution set to default becouse nothing else was given\n" + NO_PICTURE},
         {PICTURE, "-w 9 -h 9", FAILED,
          "[/] no game mode 9x9:32@75 on this screen, taking a full-screen window\n" + NO_PICTURE},
         {"data/cubeobj.obj", "-nf", 1,
@@ -63,12 +60,12 @@ TEST(Ends, HaveAStatusAndAReason) {
     }
 }
 
-// Mesa can be told to offer less. Without the one extension nothing can be attached to a framebuffer.
-TEST(Ends, WhereTheGlLacksWhatIsNeeded) {
-    setenv("__GLX_VENDOR_LIBRARY_NAME", "mesa", 1);
-    setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
-    setenv("MESA_EXTENSION_OVERRIDE", "-GL_ARB_framebuffer_object", 1);
-    setenv("MESA_GL_VERSION_OVERRIDE", "2.1", 1);
+TEST(Start, FailsWhereTheGlLacksWhatIsNeeded) {
+    for (const auto& [name, value] : {std::pair{"__GLX_VENDOR_LIBRARY_NAME", "mesa"},
+                                      {"LIBGL_ALWAYS_SOFTWARE", "1"},
+                                      {"MESA_EXTENSION_OVERRIDE", "-GL_ARB_framebuffer_object"},
+                                      {"MESA_GL_VERSION_OVERRIDE", "2.1"}})
+        setenv(name, value, 1);
     const Ran ran = runProgram(RunDirectory(), "-nf -m");
     EXPECT_EQ(ran.status, FAILED);
     const std::string reason = "[!] This GL has no framebuffer objects of OpenGL 3.0 (GL_ARB_framebuffer_object).\n";
@@ -86,17 +83,13 @@ std::set<std::string> optionsOfManual() {
     return options;
 }
 
-TEST(Help, NamesTheOptionsOfTheManualAndNothingElseHappens) {
-    const Ran help = runProgram(RunDirectory(), "-nf -c --help");
+TEST(HelpAndVersion, ArePrintedAndNothingElseHappens) {
+    const Ran help = runProgram(RunDirectory(), "-nf -c --help"), version = runProgram(RunDirectory(), "--version");
     EXPECT_EQ(help.status, 0);
     EXPECT_TRUE(help.output.starts_with("Usage: ryl ")) << help.output;
     const std::set<std::string> options = optionsOfManual();
     EXPECT_GE(options.size(), 8U);
     for (const std::string& option : options) EXPECT_NE(help.output.find(" " + option), std::string::npos) << option;
-}
-
-TEST(Version, IsAllThatIsPrinted) {
-    const Ran version = runProgram(RunDirectory(), "--version");
     EXPECT_EQ(version.status, 0);
     EXPECT_EQ(version.output, "ryl " RYL_EXPECTED_VERSION "\n");
 }
@@ -126,8 +119,7 @@ TEST(Timeline, IsRegisteredAndEndsByItself) {
     EXPECT_FALSE(std::getline(lines, line)) << line;
 }
 
-// A closed standard output must not become the number of the X connection, nor a reader that goes away the end.
-TEST(Output, NeedNotBeRead) {
+TEST(Output, MayBeClosedBeforeOrLater) {
     const RunDirectory directory;
     const std::string start = "cd " + directory.path().string() +
                               " && ASAN_OPTIONS=detect_leaks=0 timeout 60 ./ryl -nf -m -s 6 -w 80 -h 60";
@@ -191,23 +183,13 @@ TEST(Capture, GoesOnWhileTheWindowIsHiddenOrResized) {
     const std::string window = "xdotool search --name '^ryl-framework$' ";
     shell(window + "windowunmap --sync");
     shell(window + "windowsize 90 160");
-    // Far beyond what was on its way.
     EXPECT_TRUE(program.waitForLine(frameLine(400))) << program.output();
     shell(window + "windowmap");
     EXPECT_EQ(program.endBy(SIGTERM), TERMINATED);
     EXPECT_EQ(imageSize(program.path() / "capture/399.png"), "160x90");
 }
 
-TEST(Capture, EndedByASignalHasAnnouncedEveryFile) {
-    RunningProgram program("-nf -c 1 -w 160 -h 90", frameLine(30));
-    EXPECT_EQ(program.endBy(SIGTERM), TERMINATED);
-    const auto files = std::distance(fs::directory_iterator(program.path() / "capture"), {});
-    const std::string end = frameLine(static_cast<int>(files)) + "[*] Ended by signal 15.\n";
-    EXPECT_TRUE(program.output().ends_with(end)) << program.output();
-}
-
-// The walls begin 30.8 s into the demo, so only the last of the frames before frame 1290 are drawn. What the opening
-// and the greetings remember, and the motion blur, must be what they were.
+// These frames show the walls, which begin at 30.8 s, so the two scenes before them are not drawn.
 TEST(Capture, FromAFrameOnGivesTheBytesOfAWholeRun) {
     constexpr int FIRST = 1290, LAST = 1295;
     const std::string options = "-nf -c 1 -w 64 -h 36";
@@ -215,7 +197,7 @@ TEST(Capture, FromAFrameOnGivesTheBytesOfAWholeRun) {
     EXPECT_EQ(whole.endBy(SIGTERM), TERMINATED);
     RunningProgram part(options + " --from-frame 1290", frameLine(LAST));
     EXPECT_EQ(part.endBy(SIGTERM), TERMINATED);
-    EXPECT_FALSE(fs::exists(part.path() / ("capture/" + std::to_string(FIRST - 1) + ".png")));
+    EXPECT_FALSE(fs::exists(part.path() / "capture/1289.png"));
     for (int frame = FIRST; frame <= LAST; ++frame) {
         const std::string file = "capture/" + std::to_string(frame) + ".png";
         EXPECT_EQ(imageSize(part.path() / file), "64x36");
