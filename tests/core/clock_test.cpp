@@ -1,4 +1,4 @@
-// The demo clock in its three modes, and the keys. The window's own timer never runs here: ticks are called.
+// The demo clock in its three modes, and the keys. Cases call the ticks, because no timer runs.
 #include "frame_writer.h"
 #include "gl_window.h"
 #include "printed.h"
@@ -19,12 +19,11 @@ namespace {
 constexpr int WIDTH = 64, HEIGHT = 48;
 
 void press(unsigned char key) { ryl_handleKeypress(key, 0, 0); }
-void pressSpecial(int key) { ryl_handleSpecialKeys(key, 0, 0); }
 
 // The time after one press of `key` at time `from`.
 int timeAfter(int key, int from) {
     ryl_skipTo(from);
-    pressSpecial(key);
+    ryl_handleSpecialKeys(key, 0, 0);
     return ryl_getTime();
 }
 
@@ -69,8 +68,7 @@ TEST(SoundMode, WithoutASongHasNothingToPauseOrSeekIn) {
     EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 1000), 0);
 }
 
-// The song, paused.
-void openSong() {
+void openPausedSong() {
     setenv("RYL_SOUND", "none", 1);
     openTestWindow(WIDTH, HEIGHT);
     ryl_loadMusic("data/tune.mp3");
@@ -80,7 +78,7 @@ void openSong() {
 }
 
 TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
-    openSong();
+    openPausedSong();
     const int length = static_cast<int>(SONGLENGTH);
     ASSERT_GE(length, 190000);
     DEMO_LENGTH = 10000;
@@ -97,13 +95,12 @@ TEST(SoundMode, SeeksStrictlyInsideSongAndDemo) {
 }
 
 TEST(SoundMode, DelayMovesThePictureAndNotTheSound) {
-    openSong();
+    openPausedSong();
     PICTURE_DELAY = 700;
     ryl_skipTo(5000);
     EXPECT_EQ(ryl_getTime(), 4300);
     DEMO_LENGTH = 100000;
-    pressSpecial(GLUT_KEY_RIGHT);
-    EXPECT_EQ(ryl_getTime(), 5300) << "the sound moves by a second";
+    EXPECT_EQ(timeAfter(GLUT_KEY_RIGHT, 5000), 5300) << "the sound moves by a second";
     PICTURE_DELAY = -700;
     EXPECT_EQ(ryl_getTime(), 6700);
     PICTURE_DELAY = 700;

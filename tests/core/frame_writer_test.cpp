@@ -1,4 +1,4 @@
-// Frames on their way to files while the next pictures are drawn: what the files hold, and what is printed when.
+// Captured frames that are written while the next ones are drawn: the files, and the lines and their order.
 #include "child.h"
 #include "endings.h"
 #include "frame_writer.h"
@@ -15,18 +15,15 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <thread>
 
-namespace fs = std::filesystem;
-
 namespace {
 
-// Large enough for its file to take longer than the next picture.
+// So large that writing takes longer than drawing the next picture.
 constexpr int WIDTH = 800, HEIGHT = 600;
 
-// Draws a picture of one colour, the frame's, and hands it over.
+// Draws a picture of the frame's colour and hands it over.
 void handOver(int frame, const std::string& folder, int level = 0) {
     glClearColor(static_cast<float>(frame) / 255.0f, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
@@ -35,7 +32,7 @@ void handOver(int frame, const std::string& folder, int level = 0) {
     ryl_handOverFrame(WIDTH, HEIGHT, folder + "/" + number + ".png", level, "frame " + number);
 }
 
-// The red of the file's last pixel; -1 for a file that is none.
+// The red of the last pixel; -1 if the file is no image.
 int redOf(const std::string& file) {
     gdImage* image = gdImageCreateFromFile(file.c_str());
     if (image == nullptr) return -1;
@@ -86,10 +83,9 @@ TEST(FrameWriter, WritesWhatItHasWhenTheProcessEnds) {
     EXPECT_EQ(redOf(folder.path() / "5.png"), 5);
 }
 
-// The two seconds that a signal waits are over while another thread than the one that hangs has a file open.
+// A thread has a file open for longer than the two seconds that a signal waits for the main thread, which hangs.
 TEST(FrameWriter, IsNotCutOffInAFileByASignal) {
     const TempDir folder;
-    const fs::path file = folder.path() / "file";
     const ChildResult child = runInChild([&] {
         ryl_watchEndings();
         std::thread([&] {
@@ -105,7 +101,7 @@ TEST(FrameWriter, IsNotCutOffInAFileByASignal) {
     });
     EXPECT_EQ(child.status, 128 + SIGTERM) << child.errors;
     EXPECT_EQ(child.output, "[*] Ended by signal 15.\n");
-    EXPECT_TRUE(fs::exists(file));
+    EXPECT_EQ(readFile(folder.path() / "file"), "whole");
 }
 
 }  // namespace

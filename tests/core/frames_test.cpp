@@ -1,5 +1,4 @@
-// What is on the screen, by its pixels: what the toolkit draws, the scenes against their plain versions, a frame
-// finished in one pass against its layers drawn one by one, and the demo from the loading bar on.
+// What is on the screen, by its pixels: the toolkit, the scenes, one frame, the demo.
 #include "child.h"
 #include "fbo.h"
 #include "fonts.h"
@@ -48,7 +47,7 @@ void clearTo(float grey) {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 }
 
-// The window as the framework sets it up, white, the camera in its place.
+// The framework's window and camera, white.
 void openScreen() {
     openTestWindow(WIDTH, HEIGHT);
     ryl_initRendering();
@@ -76,7 +75,7 @@ struct Ink {
     double share = 0, left = 99, right = -99, bottom = 99, top = -99;
 };
 Ink ink(const Colour& colour, const Bytes& picture = pixels(), int tolerance = 1) {
-    constexpr double UNIT = 41.421 / HEIGHT;  // of a pixel, 50 units from the camera under 45 degrees
+    constexpr double UNIT = 41.421 / HEIGHT;  // the side of a pixel, 50 units from the camera under 45 degrees
     Ink found;
     for (int i = 0; i < WIDTH * HEIGHT; ++i) {
         const unsigned char* p = &picture[static_cast<std::size_t>(i) * 4];
@@ -89,14 +88,14 @@ Ink ink(const Colour& colour, const Bytes& picture = pixels(), int tolerance = 1
     return found;
 }
 
-void expectBox(const Ink& found, double left, double right, double bottom, double top, double tolerance = 0.2) {
-    EXPECT_NEAR(found.left, left, tolerance);
-    EXPECT_NEAR(found.right, right, tolerance);
-    EXPECT_NEAR(found.bottom, bottom, tolerance);
-    EXPECT_NEAR(found.top, top, tolerance);
+void expectBox(const Ink& ink, double left, double right, double bottom, double top, double tolerance = 0.2) {
+    EXPECT_NEAR(ink.left, left, tolerance);
+    EXPECT_NEAR(ink.right, right, tolerance);
+    EXPECT_NEAR(ink.bottom, bottom, tolerance);
+    EXPECT_NEAR(ink.top, top, tolerance);
 }
 
-// What drawing leaves as it found it.
+// What drawing leaves as it was.
 std::vector<double> glState() {
     std::vector<double> all;
     for (const GLenum name : {GL_MODELVIEW_MATRIX, GL_MATRIX_MODE, GL_VIEWPORT, GL_CURRENT_PROGRAM, GL_TEXTURE_2D,
@@ -164,7 +163,7 @@ TEST(RenderTarget, After64OfThemEndsTheProcess) {
     EXPECT_TRUE(result.output.ends_with("62 63 Maximum numbers of fbo's reached.. exiting\n")) << result.output;
 }
 
-TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsEmptyUntilTheNextSize) {
+TEST(RenderTarget, OfASizeThatTheGlRefusesIsEmptyUntilTheNextSizeAndReportedOnce) {
     openScreen();
     ColourTarget target;
     EXPECT_TRUE(ryl_resizeTarget(target, 8, 4, TargetDepth::bits24));
@@ -172,10 +171,6 @@ TEST(RenderTarget, OfASizeThatTheGlDoesNotTakeIsEmptyUntilTheNextSize) {
     EXPECT_EQ(target.width, 0);
     EXPECT_TRUE(ryl_resizeTarget(target, 4, 8));
     EXPECT_EQ(target.height, 8);
-}
-
-TEST(MotionBlur, ThatCannotBeHadIsReportedOnce) {
-    openScreen();
     EXPECT_EQ(printedBy([] {
                   for (int i = 0; i < 2; ++i) ryl_finishFrame(1 << 20, 4, {.windowGrey = 1}, 0);
               }),
@@ -258,7 +253,6 @@ TEST(Text, FontTestShowsTheWholeStripOnASquare) {
     EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 2) << "loaded once, its name in a line: " << printed;
 }
 
-// A square that faces the light shows what the light and the surroundings give it.
 TEST(Lights, OfOnesOwnAddDiffuseAndAmbientLight) {
     openScreen();
     LightData light = {};
@@ -284,7 +278,7 @@ TEST(Lights, Light0StaysOnWhenLightingIsTurnedOff) {
 
 // ---- The scenes ---------------------------------------------------------------------------------------------------
 
-// What `draw` leaves in the scene target, which was white before.
+// What `draw` draws on a white scene target.
 Bytes drawnBy(const std::function<void()>& draw) {
     static const int target = ryl_loadFBO(WIDTH, HEIGHT);
     glClearColor(1, 1, 1, 0);
@@ -304,7 +298,7 @@ TEST(Scenes, WallsLookLikeThePlainOnes) {
     constexpr int FEW = WIDTH * HEIGHT * 4 / 10000;
     openScreen();
     const unsigned cube = cubeList();
-    // Where it bobs, the slab reaches through the near plane at 9.74, 14.92, and from 22 s on.
+    // The bobbing slab reaches through the near plane at 9.74, 14.92, and from 22 s on.
     for (const float t : {-2.5f, 0.3f, 6.958f, 9.74f, 14.92f, 19.0f, 22.34f, 22.62f, 23.081f, 23.3f})
         for (const bool bobbing : {false, true}) {
             const Bytes picture = drawnBy([&] { drawCubeWall({t, cube}, bobbing); });
@@ -313,8 +307,7 @@ TEST(Scenes, WallsLookLikeThePlainOnes) {
         }
 }
 
-// In the middle of a greeting there are the green cubes of the floor and the front row, and nothing between them.
-TEST(Scenes, FieldsShowCubesAndText) {
+TEST(Scenes, FieldsShowTheGreenCubes) {
     openScreen();
     int seed = 100;
     const unsigned cube = cubeList();
@@ -364,7 +357,7 @@ PictureLayers noiseLayers() {
             .overlay = {noiseTexture(99, 77), 0.1f, 37.5f, 17}};
 }
 
-const DrawOver NOTHING_OVER = [] {};  // but the frame does not take the one pass
+const DrawOver NOTHING_OVER = [] {};  // but so the frame is drawn layer by layer
 
 TEST(Frame, LooksTheSameInOnePassAndLayerByLayer) {
     openScreen();
@@ -386,15 +379,14 @@ TEST(Frame, LooksTheSameInOnePassAndLayerByLayer) {
     }
 }
 
-// The last pixel, in the upper right corner, of a kept picture that is wider than the window.
 constexpr int WIDER = WIDTH + 8;
-int lastPixelKept() {
+int lastPixelKept() {  // in the upper right corner
     Bytes picture(static_cast<std::size_t>(WIDER) * HEIGHT * 4);
     EXPECT_TRUE(ryl_readPicture(WIDER, HEIGHT, picture.data()));
     return picture[picture.size() - 2];
 }
 
-TEST(Frame, IsWholeWhereTheWindowEnds) {
+TEST(Frame, IsWholeBeyondTheWindow) {
     openScreen();
     for (const PictureLayers& layers : {PictureLayers{.windowGrey = 1}, noiseLayers()})
         for (const DrawOver& over : {DrawOver(), DrawOver([] { glRectf(-99, -99, 99, 99); })}) {
@@ -403,15 +395,9 @@ TEST(Frame, IsWholeWhereTheWindowEnds) {
             EXPECT_EQ(lastPixelKept(), 0);
             ryl_finishFrame(WIDER, HEIGHT, layers, 0, over);
             EXPECT_EQ(lastPixelKept(), over || layers.bands == 0 ? 255 : 0);
+            ryl_blendPicture(WIDER, HEIGHT, 0);
+            EXPECT_EQ(lastPixelKept(), 0) << "read from the window, which has no such pixel";
         }
-}
-
-TEST(MotionBlur, KeepsBlackWhereTheWindowEnds) {
-    openScreen();
-    ryl_finishFrame(WIDER, HEIGHT, {.windowGrey = 1}, 0);
-    EXPECT_EQ(lastPixelKept(), 255);
-    ryl_blendPicture(WIDER, HEIGHT, 0);
-    EXPECT_EQ(lastPixelKept(), 0);
 }
 
 TEST(Frame, UnderFullBlurIsUnseen) {
@@ -428,9 +414,9 @@ TEST(Frame, UnderFullBlurIsUnseen) {
 
 // ---- The demo -----------------------------------------------------------------------------------------------------
 
-Bytes shown;  // what the last swap has brought to the screen
+Bytes shown;  // by the last swap
 
-// The picture at `ms`, drawn until the motion blur has settled.
+// The picture at `ms`, after the motion blur has come to rest.
 Bytes pictureAt(int ms) {
     SOUND_MUTE_TIMER = ms;
     for (int i = 0; i < 5; ++i) drawScene();
@@ -485,7 +471,7 @@ TEST(Demo, ShowsWhatStandsStillAsItWas) {
 
 }  // namespace
 
-// In place of the window's: the back buffer is read before the swap and holds something else after it.
+// In place of GLUT's. Afterwards the back buffer holds another picture, as it may after a swap.
 void glutSwapBuffers() {
     shown = pixels();
     glPushAttrib(GL_COLOR_BUFFER_BIT);

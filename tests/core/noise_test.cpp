@@ -1,4 +1,4 @@
-// The noise decides the pictures: its values are pinned to the bit.
+// The noise, whose bits decide the pictures.
 #include "noise.h"
 #include "plain_noise.h"
 #include "ryl_math.h"
@@ -15,7 +15,7 @@ namespace {
 std::uint32_t bitsOf(float value) { return std::bit_cast<std::uint32_t>(value); }
 
 TEST(Noise, HasTheKnownBits) {
-    // Worked out by a separate program that rounds to single precision at the stated points.
+    // By another program, which rounds to single precision where the formula says so.
     constexpr struct {
         float x, y;
         int seed;

@@ -24,12 +24,10 @@ TEST(Options, ThatAreUnknownOrLackTheirValueChangeNothing) {
     EXPECT_TRUE(none.fullScreen);
     EXPECT_TRUE(none.sound);
     EXPECT_FALSE(none.capture);
-    EXPECT_EQ(none.fromFrame, 1);
 }
 
 TEST(Options, AreReadAlsoWhereTheyStandForAValue) {
     const Options both = optionsOf("-c -m");
-    EXPECT_TRUE(both.capture);
     EXPECT_EQ(both.level, 0);
     EXPECT_FALSE(both.sound);
 }
@@ -46,7 +44,7 @@ TEST(Options, TakeTheFirstSizeThatIsNotZero) {
     EXPECT_EQ(optionsOf("-w").size, PixelSize{});
 }
 
-TEST(Delay, IsMillisecondsEitherWayOrIgnoredInALine) {
+TEST(Delay, IsMillisecondsEitherWayOrIsIgnoredWithAWarning) {
     EXPECT_EQ(optionsOf("--delay 120").delay, 120);
     EXPECT_EQ(optionsOf("--delay -5000").delay, -5000);
     for (const std::string value : {"5001", "12ms", "x", "99999999999999", "1.5", ""}) {

@@ -1,4 +1,4 @@
-// Shader programs on the real GL, by the colour that they draw and by what is printed about them.
+// Shader programs on the real GL, by the colour that they draw and the lines about them.
 #include "child.h"
 #include "fbo.h"
 #include "gl_window.h"
@@ -34,12 +34,12 @@ using SuperShader = Shader;
 
 std::string loaded(const std::string& path) { return "[*] shaderfile " + path + " loaded\n"; }
 
-// Without what some drivers say of a stage that is right.
+// Some drivers log something about stages without errors.
 std::string withoutLogs(const std::string& printed) {
     return std::regex_replace(printed, std::regex(R"(\[/\] [^\n]*\.\n\{\n[^}]*\}\n)"), "");
 }
 
-// The colour of a rectangle over the whole view, drawn in blue where no stage says otherwise.
+// The colour of a rectangle over the view, which is blue unless a stage decides otherwise.
 Pixel drawnColour() {
     glClear(GL_COLOR_BUFFER_BIT);
     glColor3f(0, 0, 1);
@@ -96,7 +96,7 @@ TEST(ShaderEnds, WithoutAFileAValueOrAnId) {
     std::string all;
     for (int i = 0; i < 63; ++i) all += loaded(vertex);
     const std::pair<std::function<void()>, std::string> cases[] = {
-        // Without a window: the first GL call would crash.
+        // Without a window, so a GL call would crash.
         {[=] { ryl_loadShader(vertex, "none.frag"); }, loaded(vertex) + "[!] Couldn't load shaderfile none.frag\n"},
         {[] { openTestWindow(SIDE, SIDE), ryl_shader_sendUniformValue(0, "a", nullptr, 0); },
          "[!] ryl_shader_sendUniformValue was given an invalid count-value check argument 4 and redo.. "
@@ -137,7 +137,7 @@ void note(const char* name, long a, long b) {
     calls += std::string(name) + " " + std::to_string(a) + " " + std::to_string(b) + "\n";
 }
 
-// A GL of our own, for not every driver has a geometry stage, or logs. The logs are the objects' names.
+// Not every driver has a geometry stage, or logs. Here the objects' names are their logs.
 void pretendToHaveTheExtension() {
     __GLEW_EXT_geometry_shader4 = GL_TRUE;
     glCreateProgramObjectARB = []() -> GLhandleARB { return 9; };
