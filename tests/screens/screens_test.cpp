@@ -1,5 +1,5 @@
-// The program on real screens: an X server that changes its mode, window managers, a Wayland compositor. Always
-// silent. Where one of them is missing, its cases are skipped and say so.
+// The program on real screens: an X server with modes, window managers, a Wayland compositor. If one of them is not
+// installed, its cases are skipped and say so.
 #include "program.h"
 #include "x_server.h"
 
@@ -21,7 +21,7 @@ namespace {
 constexpr int TERMINATED = 128 + SIGTERM;
 constexpr auto PATIENCE = std::chrono::seconds(40);
 
-// The first program that is not installed here; empty if all are.
+// The first of the programs that is not installed; empty if all are.
 std::string missing(const std::vector<std::string>& programs) {
     for (const std::string& program : programs)
         if (run("command -v " + program).status != 0) return program;
@@ -37,7 +37,7 @@ bool comesTrue(const std::function<bool()>& condition) {
     return true;
 }
 
-// Size and checksum of a picture, given as input options of ffmpeg; empty if there is none.
+// Size and checksum of the picture that ffmpeg reads with these input options; empty if there is none.
 std::string picture(const std::string& input) {
     return run("ffmpeg -v quiet " + input +
                " -frames:v 1 -pix_fmt rgb24 -f framemd5 - | "
@@ -45,7 +45,7 @@ std::string picture(const std::string& input) {
         .output;
 }
 
-// The upper left part, of that size, of what the X server shows.
+// The upper left part of the X server's screen.
 std::string shown(const std::string& size) {
     return picture("-f x11grab -draw_mouse 0 -video_size " + size + " -i " + std::getenv("DISPLAY"));
 }
@@ -56,7 +56,7 @@ std::string screenshot(const RunDirectory& directory) {
     return picture("-i " + (directory.path() / "screenshot.png").string() + turned);
 }
 
-// The program's picture is all that `screen` gives, once the motion blur rests; paused.
+// The paused program's picture is all that `screen` gives, as soon as the motion blur rests.
 void expectWhole(const RunDirectory& directory, const std::function<std::string()>& screen) {
     std::string wanted, seen;
     comesTrue([&] {
@@ -104,10 +104,10 @@ Section "Screen"
 EndSection
 )";
 
-// "1600x1000", whatever size the screen has for clients.
+// Such as "1600x1000"; the size that clients are told may be another.
 std::string mode() { return run("xvidtune -show | awk -F'\"' '{ printf $2 }'").output; }
 
-// Plays in the mode, full screen, until `end`.
+// Plays full screen in the mode `wanted` until `end` has ended the program with `status`.
 void playInMode(const std::string& wanted, const std::string& options, int status,
                 const std::function<void(Program&)>& end) {
     if (const std::string lacking = missing({"Xorg", "xvidtune"}); !lacking.empty())
@@ -128,7 +128,7 @@ void playInMode(const std::string& wanted, const std::string& options, int statu
 }
 
 TEST(GameMode, IsLeftByEscape) {
-    // From the keyboard, which the window has to itself.
+    // Goes to whatever has the keyboard.
     playInMode("1280x800", "-s 2", 0, [](Program&) { shell("xdotool key Escape"); });
 }
 
@@ -136,11 +136,7 @@ TEST(GameMode, IsLeftAtTheEnd) {
     playInMode("1024x768", "-s 6 -w 1024 -h 768", 0, [](Program&) {});
 }
 
-TEST(GameMode, IsLeftAfterASignal) {
-    playInMode("1024x768", "-s 2 -w 1024 -h 768", TERMINATED, [](Program& program) { kill(program.id(), SIGTERM); });
-}
-
-TEST(GameMode, IsLeftAfterManySignals) {
+TEST(GameMode, IsLeftAfterSignals) {
     playInMode("1280x800", "-s 2", TERMINATED, [](Program& program) {
         for (int i = 0; i < 50; ++i) {
             kill(program.id(), SIGTERM);
@@ -152,9 +148,10 @@ TEST(GameMode, IsLeftAfterManySignals) {
 // ---- Window managers ----------------------------------------------------------------------------------------------
 
 struct WindowManager {
-    std::string program, start;  // how it is started, in its home directory
-    std::string resize, close;   // what changes the size of the program's window, and asks it to close
-    std::string leave, back;     // to another workspace, and from there
+    std::string program;
+    std::string start;          // shell commands: run in the home directory,
+    std::string resize, close;  // change the size of the program's window, ask it to close,
+    std::string leave, back;    // go to another workspace, and back
 };
 
 const WindowManager OPENBOX = {"openbox",
@@ -172,7 +169,7 @@ const WindowManager I3 = {"i3",
 
 constexpr char SCREEN[] = "1280x1024";
 
-// Plays under the window manager, which ends with the display.
+// The window manager ends with the display.
 void under(const WindowManager& manager, void (*play)(const WindowManager&)) {
     if (!missing({manager.program}).empty()) GTEST_SKIP() << "There is no " << manager.program << " here.";
     const TempDir home;
@@ -208,7 +205,7 @@ int framesIn(const RunDirectory& directory) {
     return static_cast<int>(std::distance(fs::directory_iterator(directory.path() / "capture"), {}));
 }
 
-// Ends a capture. Its frames 1 to `last`, as a checksum; empty if one is missing.
+// Ends a capture. Returns a checksum of its frames 1 to `last`; empty if one is missing.
 std::string endedWith(RunningProgram& program, int last) {
     EXPECT_EQ(program.endBy(SIGTERM), TERMINATED) << program.output();
     const std::string files = "$(seq -f %g.png " + std::to_string(last) + ")";
@@ -243,7 +240,7 @@ TEST(I3, ShowsAnotherWorkspaceDuringACapture) { under(I3, losesNoFrame); }
 
 // ---- A Wayland compositor -----------------------------------------------------------------------------------------
 
-// On a screen without the default mode: in the game mode XWayland 22 moves a pointer, and crashes if there is none.
+// The screen lacks the default mode, because in a game mode XWayland 22 moves a pointer and crashes if there is none.
 TEST(Weston, IsCoveredByTheWindow) {
     if (const std::string lacking = missing({"weston", "weston-screenshooter", "Xwayland"}); !lacking.empty())
         GTEST_SKIP() << "There is no " << lacking << " here.";
@@ -261,7 +258,7 @@ TEST(Weston, IsCoveredByTheWindow) {
     RunningProgram program("-m -s 2", "song start pos");
     ASSERT_TRUE(isPaused(program)) << program.output();
     EXPECT_TRUE(windowPlace().ends_with(" 1024x640")) << windowPlace();
-    // Version 14 moves a window that goes full screen by the margin of the frame that it had.
+    // Version 14 shifts a window that goes full screen by the margin that its frame had.
     if (!run("weston --version").output.starts_with("weston 14"))
         expectWhole(program, [] {
             run("cd && rm -f wayland-screenshot* && weston-screenshooter");

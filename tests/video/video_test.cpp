@@ -1,4 +1,4 @@
-// ./video from the outside, and its frames on their way to the encoder, where a shell script plays the program.
+// ./video, and frame_stream with a shell script in the program's place.
 #include "command.h"
 #include "temp_dir.h"
 
@@ -23,7 +23,7 @@ std::string decode(const std::string& file, const std::string& options) {
     return run("ffmpeg -nostdin -v error -i " + file + " " + options + " -").output;
 }
 
-// When the drop comes, in seconds: the first loud sample after the quiet that precedes it.
+// In seconds: the first loud sample after the quiet before the drop.
 double dropTime(const std::string& file) {
     const std::string samples = decode(file, "-map 0:a -t 8 -f s8 -ac 1 -ar 44100");
     const auto isLoud = [](char sample) { return std::abs(sample) > 64; };
@@ -31,7 +31,7 @@ double dropTime(const std::string& file) {
     return static_cast<double>(drop - samples.begin()) / 44100;
 }
 
-TEST(Video, TwentySecondsAreUprightCompleteAndInStepWithTheSound) {
+TEST(Video, IsUprightCompleteAndInStepWithTheSound) {
     const TempDir folder;
     const std::string file = folder.path() / "start.mp4";
     const Ran ran = video("--size 320x180 --to 20 " + file);
@@ -50,10 +50,10 @@ TEST(Video, TwentySecondsAreUprightCompleteAndInStepWithTheSound) {
             for (int x = left; x < right; ++x) sum += static_cast<unsigned char>(pixels.at(y * 320UL + x));
         return sum / ((right - left) * (bottom - top));
     };
-    // Right of the middle there is an image above, and nothing below.
+    // To the right of the middle there is an image above and nothing below.
     EXPECT_LT(mean(161, 170, 60, 245, 90), 230);
     EXPECT_GT(mean(161, 190, 100, 280, 150), 250);
-    // The ribbons begin to open at 5.4 s, from a point: the next frame is the first to differ for seconds.
+    // For seconds nothing moves; then the ribbons open from a point at 5.4 s, and the frame after that differs.
     int opened = 180;
     while (opened < 280 && std::abs(mean(opened, 0, 0, 320, 180) - mean(opened - 1, 0, 0, 320, 180)) < 0.1) ++opened;
     EXPECT_EQ(opened, 218) << "5.425 s";
@@ -61,7 +61,7 @@ TEST(Video, TwentySecondsAreUprightCompleteAndInStepWithTheSound) {
     EXPECT_NEAR(dropTime(file), dropTime(RYL_DEMO_DIR "/data/tune.mp3"), 0.002) << "the tune begins with frame 1";
 }
 
-TEST(Video, ARangeIsTheSameEveryTimeAndAPosterIsOneOfItsFrames) {
+TEST(Video, GivesTheSameFramesForARangeEveryTimeAndForAPoster) {
     const TempDir folder;
     const std::string out = folder.path() / "out.mkv", poster = folder.path() / "poster.png";
     std::string pixels[2];
@@ -101,7 +101,7 @@ TEST(Video, SaysWhatIsWrongAndLeavesNothing) {
     }
 }
 
-// Streams what `script` does with a good frame of the size and damaged ones, into `then`.
+// `script` gives frames: a good one of the size, and damaged ones. `then` follows the call of frame_stream.
 Ran stream(const std::string& size, const std::string& range, const std::string& script, const std::string& then) {
     const TempDir folder;
     folder.write("program", "frame() { cp $2 capture/$1.png; echo \"[CAPTURE] frame $1\"; }\n" + script);
@@ -130,9 +130,8 @@ TEST(FrameStream, StopsWithOneMessageAtWhateverIsWrong) {
     }
 }
 
-// Of frames 5 to 209 those from 7 on are wanted.
 TEST(FrameStream, SaysHowManyFramesOfTheRangeHaveCome) {
-    const std::string frames = "for i in $(seq 5 209); do frame $i good; done";
+    const std::string frames = "for i in $(seq 5 209); do frame $i good; done";  // 7 is the first that is wanted
     const std::string length = "echo 'DEV: DEMO_LENGTH = 9975 SCENE_TIME[0] = 9.975000'; ";
     const std::pair<std::string, std::string> cases[] = {
         {"209", "203"}, {"~240", "about 234"}, {"~", "at most 394"}, {"~7", ""}};
