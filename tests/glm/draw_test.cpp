@@ -1,6 +1,7 @@
-// Models drawn on the real GL: each triangle has a quarter of the window, and tells by its colour how it was drawn.
+// Models drawn on the real GL. Each triangle has a quarter of the window; its colour shows how it was drawn.
 #include "gl_window.h"
 #include "model_files.h"
+#include "printed.h"
 
 #include <GL/gl.h>
 #include <gtest/gtest.h>
@@ -12,7 +13,7 @@ namespace {
 
 constexpr int SIDE = 40, CELLS = 4;
 
-// A library of red (with an image of a half green and a blue texel), glass (translucent red) and blue; twelve positions.
+// Materials: red, with an image of a half green and a blue texel; glass, a translucent red; blue. Twelve positions.
 Model read(const std::string& faces) {
     std::string obj = "mtllib m.mtl\n";
     for (const char* left : {"-1", "-.5", "0", ".5"})
@@ -23,16 +24,14 @@ Model read(const std::string& faces) {
     return files.read();
 }
 
-// What `draw` prints, then the colour of each quarter, a digit for red, green and blue. Lit from the front, in green where
-// nothing else is chosen.
+// What `draw` prints, then the colour of each quarter: a digit each for red, green and blue. Light comes from the
+// front; what has no other colour is green.
 template <typename Draw>
 std::string drawnBy(Draw draw) {
     for (const GLenum left : {GL_DEPTH_TEST, GL_LIGHTING, GL_TEXTURE_2D}) glDisable(left);
     glClear(GL_COLOR_BUFFER_BIT);
     glColor3f(0, 1, 0);
-    testing::internal::CaptureStderr();
-    draw();
-    std::string all = testing::internal::GetCapturedStderr();
+    std::string all = errorsOf(draw);
     for (int cell = 0; cell < CELLS; ++cell) {
         const Pixel pixel = pixelAt(cell * SIDE / CELLS + 2, SIDE / 2);
         for (const int channel : {pixel.red, pixel.green, pixel.blue}) all += "0123456789abcdef"[channel / 16];
@@ -45,7 +44,7 @@ std::string warning(const std::string& text) { return "GLM: Warning: glmDraw() w
 
 }  // namespace
 
-TEST(Draw, PrintsAndShows) {
+TEST(Draw, ShowsEachModeAndWarnsOfWhatItCannotShow) {
     openTestWindow(SIDE, SIDE);
     const struct {
         std::string faces;
@@ -90,7 +89,7 @@ TEST(Draw, HandsOverShininessThatTheGLTakes) {
     }
 }
 
-TEST(Draw, ListsAndDeleting) {
+TEST(Draw, IntoAListShowsNothingUntilItIsCalledAndDeletingFreesTextures) {
     openTestWindow(SIDE, SIDE);
     const auto model = read("usemtl red\nf 1 2 3");
     unsigned list = 0;

@@ -1,4 +1,4 @@
-// printed.h - what code of this process prints to standard output
+// printed.h - what code of this process prints to standard output, or to standard error
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,4 +10,11 @@ std::string printedBy(const Code& code) {
     testing::internal::CaptureStdout();
     code();
     return testing::internal::GetCapturedStdout();
+}
+
+template <typename Code>
+std::string errorsOf(const Code& code) {
+    testing::internal::CaptureStderr();
+    code();
+    return testing::internal::GetCapturedStderr();
 }
