@@ -12,11 +12,11 @@ namespace {
 
 constexpr int USES_MATERIAL = GLM_TEXTURE | GLM_COLOR | GLM_MATERIAL;
 
-// What is current while a pass is drawn.
+// What is current in a pass.
 struct Pass {
     const GLMmodel& model;
     int mode;
-    bool translucentPass;  // draws the translucent triangles, else the opaque ones
+    bool translucentPass;  // this pass draws the translucent triangles, not the opaque ones
     std::uint32_t materialIndex = GLM_NO_INDEX;
     const GLMmaterial* material = nullptr;
     std::int32_t texture = -1;
@@ -84,7 +84,7 @@ void bindTexture(const Pass& pass) {
     glBegin(GL_TRIANGLES);
 }
 
-// The GL would refuse any other, and go on with that of the material before.
+// The GL refuses any other value and would keep that of the material before.
 float shininessOf(const GLMmaterial& material) {
     return glmMax(0.0f, std::min(material.shininess, GLM_GL_SHININESS));
 }
@@ -104,7 +104,7 @@ void applyMaterial(Pass& pass) {
     if ((pass.mode & GLM_COLOR) != 0) glColor3fv(pass.material->diffuse);
 }
 
-// Entry `index` of an array of vectors of `size` floats that counts from 1 to `count`.
+// Entry `index`, 1 to `count`, of an array of vectors of `size` floats.
 const float* entry(const float* array, int size, std::uint32_t index, std::uint32_t count) {
     assert(index >= 1 && index <= count);
     return array + static_cast<std::size_t>(size) * index;
@@ -127,7 +127,7 @@ void drawCorner(const Pass& pass, const GLMtriangle& triangle, int corner) {
 }
 
 void drawTriangle(Pass& pass, const GLMtriangle& triangle) {
-    // Material 0 is "none chosen": such a triangle is drawn with what is current.
+    // Material 0 means that none was chosen: the triangle is drawn with what is current.
     if ((pass.mode & USES_MATERIAL) != 0 && triangle.material != 0 && triangle.material != pass.materialIndex)
         selectMaterial(pass, triangle.material);
     if (pass.translucent != pass.translucentPass) return;

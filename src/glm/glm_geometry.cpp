@@ -98,7 +98,7 @@ void replaceTexcoords(GLMmodel& model, std::uint32_t count) {
     model.texcoords = __glmEntries(count, GLM_TEXCOORD_SIZE);
 }
 
-// Every corner takes its index among `from` as that of its texture coordinate.
+// Every corner's index in `from` becomes its texture coordinate's.
 void indexTexcoords(GLMmodel& model, std::uint32_t (GLMtriangle::*from)[3]) {
     for (const GLMgroup* group = model.groups; group != nullptr; group = group->next)
         for (std::uint32_t i = 0; i < group->numtriangles; ++i) {

@@ -32,8 +32,8 @@ void glmCross(const float* u, const float* v, float* n) {
 
 namespace {
 
-// The squares are summed in double precision: those of short vectors would vanish in single precision, and
-// tiny triangles have normals too.
+// The squares are summed in double precision, because in single precision those of short vectors would vanish, and
+// tiny triangles need normals too.
 float lengthOf(const float* v) {
     const double x = v[0], y = v[1], z = v[2];
     return static_cast<float>(std::sqrt(x * x + y * y + z * z));
@@ -117,7 +117,7 @@ Members membersOf(const GLMmodel& model) {
     return members;
 }
 
-// The model's normals while they are made: numnormals is the number of entries that the array has room for.
+// The model's normals while they are made. numnormals is then the number of entries that the array has room for.
 struct NormalMaker {
     GLMmodel& model;
     bool keepExisting;
@@ -135,8 +135,8 @@ void growBy(NormalMaker& maker, std::uint32_t entries) {
     model.normals = __glmResizeEntries(model.normals, model.numnormals, GLM_VECTOR_SIZE);
 }
 
-// Marks the triangles whose facet normals are within the angle of the first one's, and sums those up. Triangles without
-// area take no part in that; they share the sum of the others.
+// Marks the triangles whose facet normals are within the angle of the first one's, and sums these normals up.
+// Triangles without area take no part, but share the sum of the others.
 void average(const GLMmodel& model, GLMnode* head, float cosAngle, float (&sum)[3]) {
     const auto normalOf = [&](const GLMnode& node) {
         const GLMtriangle& triangle = model.triangles[node.index];
@@ -177,7 +177,7 @@ void storeNormal(const NormalMaker& maker, const float* normal) {
     std::copy_n(normal, 3, __glmVector(maker.model.normals, maker.next));
 }
 
-// The normal of a triangle that did not join: its own facet normal. An entry that no corner took is used again.
+// The normal of a triangle that did not join is its facet normal. An entry that no corner took is used again.
 void assignFacetNormal(NormalMaker& maker, GLMtriangle& triangle, std::uint32_t position) {
     while (maker.next > maker.model.numnormals) {
         growBy(maker, COPIED_GROWTH);
@@ -187,8 +187,8 @@ void assignFacetNormal(NormalMaker& maker, GLMtriangle& triangle, std::uint32_t 
     if (assignNormal(maker, triangle, position, maker.next)) ++maker.next;
 }
 
-// Gives every corner at `position` its normal: those of the averaged triangles share one, the others get their own
-// facet's. A triangle without a facet normal has none.
+// Gives every corner at `position` its normal: corners of averaged triangles share one, the others get their facet's.
+// A triangle without a facet normal gets none.
 void assignNormals(NormalMaker& maker, std::uint32_t position, GLMnode* head, float (&sum)[3]) {
     std::uint32_t averaged = GLM_NO_INDEX;
     for (const GLMnode* node = head; node != nullptr; node = node->next) {

@@ -1,4 +1,4 @@
-// Welding: which vectors are equal within a tolerance, through a spatial hash.
+// Welding: finds vectors that are equal within a tolerance by a spatial hash.
 #include "glm/glm.h"
 
 #include "glm/glm_util.h"
@@ -11,16 +11,16 @@
 
 namespace {
 
-// Larger than the difference of any two floats. An infinite epsilon means the same and cannot be divided by.
+// Larger than the difference of any two floats. Stands for an infinite epsilon, by which nothing can be divided.
 constexpr double LARGEST_EPSILON = 1e39;
 
 using Indices = std::unique_ptr<std::uint32_t[], __glmFree>;
 
 bool isFinite(const float* v) { return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]); }
 
-// The distinct vectors met so far, findable by place. Space is cut into cells of 2 * reach; a vector's equals lie in
-// at most 2 cells along each axis. Cells share buckets, which costs comparisons and changes no result. Distinct
-// vectors are at least epsilon apart on some axis, so a cell holds few.
+// The distinct vectors so far, by place. Space is cut into cells of 2 * reach, and the vectors that equal one are in
+// at most 2 cells along each axis. Several cells may share a bucket, which costs comparisons and changes no result.
+// Distinct vectors are at least epsilon apart on some axis, so a cell holds few.
 struct WeldTable {
     const float* kept;  // the distinct vectors, from entry 1
     float epsilon;
@@ -47,9 +47,9 @@ struct CellRange {
     int steps;  // number of further cells; far from 0, adding 1 to a cell's number does not change it
 };
 
-// The cells of all coordinates that equal this one: each step of the computation keeps the order of numbers, so what
-// lies between coordinate - epsilon and coordinate + epsilon lies between their cells. These are few; where the
-// coordinate is so large that it swallows epsilon, they are one.
+// The cells of all coordinates that equal this one. Each step of the computation keeps the order of numbers, so
+// numbers between coordinate - epsilon and coordinate + epsilon are in the cells between theirs. These are few; if
+// the coordinate is so large that adding epsilon does not change it, there is one.
 CellRange cellsAround(const WeldTable& table, double coordinate) {
     const double low = cellOf(table, coordinate - table.reach);
     return {.low = low, .steps = static_cast<int>(cellOf(table, coordinate + table.reach) - low)};
@@ -58,7 +58,7 @@ CellRange cellsAround(const WeldTable& table, double coordinate) {
 std::size_t bucketOf(const WeldTable& table, double x, double y, double z) {
     std::uint64_t hash = 0;
     for (const double cell : {x, y, z}) {
-        // Adding 0 makes one zero of the two; the multiplier is the 64-bit golden ratio.
+        // Adding 0 turns -0 into 0; the multiplier is the 64-bit golden ratio.
         hash = (hash ^ std::bit_cast<std::uint64_t>(cell + 0.0)) * 0x9e3779b97f4a7c15;
         hash ^= hash >> 32;
     }
@@ -101,7 +101,7 @@ Welded weld(const float* vectors, std::uint32_t count, float epsilon) {
     WeldTable table = makeTable(welded.kept, count, epsilon);
     for (std::uint32_t i = 1; i <= count; ++i) {
         const float* v = __glmVector(vectors, i);
-        // Nothing equals a vector that is not finite, and nothing is closer than 0.
+        // Nothing equals a vector that is not finite, and no distance is below 0.
         const bool comparable = epsilon > 0 && isFinite(v);
         std::uint32_t index = comparable ? findEqual(table, v) : 0;
         if (index == 0) {

@@ -61,13 +61,13 @@ bool fitsGlu(int width, int height, int samples) {
            MOST / static_cast<std::uint64_t>(samples);
 }
 
-// Resamples the image to the given size. False when there is no memory for it.
+// Resamples the image to the given size. Returns false if there is no memory for it.
 bool resample(Image& image, int width, int height) {
     if (!fitsGlu(image.width, image.height, image.samples) || !fitsGlu(width, height, image.samples)) return false;
     const auto rowBytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(image.samples);
     Pixels pixels(static_cast<unsigned char*>(std::calloc(rowBytes, static_cast<std::size_t>(height))));
     if (pixels == nullptr) return false;
-    // GLU pads the rows that it writes to the pack alignment, for which narrow images leave no room.
+    // GLU pads its rows to the pack alignment, and narrow images have no room for that.
     GLint alignment = 1;
     glGetIntegerv(GL_PACK_ALIGNMENT, &alignment);
     const bool padded = rowBytes % static_cast<std::size_t>(std::max(alignment, 1)) != 0;
@@ -92,7 +92,7 @@ void setParameters(bool repeat, bool filtering, bool mipmaps) {
     glTexParameteri(_glmTextureTarget, GL_TEXTURE_WRAP_T, wrap);
 }
 
-// False when there is no memory for the mipmaps.
+// Returns false if there is no memory for the mipmaps.
 bool upload(const Image& image, bool mipmaps) {
     const auto internalFormat = static_cast<GLint>(image.format);
     if (mipmaps && gl_sgis_generate_mipmap == 0)
@@ -111,7 +111,7 @@ struct PpmHeader {
     int width, height, maximum;
 };
 
-// Reads the three numbers of the header, which may stand on one line or on several, among comments.
+// Reads the three numbers of the header, which may be on one line or on several, among comments.
 bool readPpmHeader(GLMtext& text, PpmHeader& header) {
     int* const numbers[] = {&header.width, &header.height, &header.maximum};
     std::size_t known = 0;

@@ -16,15 +16,15 @@ namespace {
 
 constexpr std::int32_t READ = 0, NOT_OPENED = 1, NO_MEMORY = 2, NOT_DECODED = 3;
 
-// Deflate packs at most 1032 bytes into one (RFC 1951: a match of 258 bytes in two bits).
+// One byte of deflate gives at most 1032 (RFC 1951: a match of 258 bytes takes two bits).
 constexpr std::uint64_t MAX_COMPRESSION = 1032;
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-// All that decoding obtains. It lives outside of the function that the errors jump to, so its fields keep
-// their values after a jump; it has no destructor, because a jump would not run one.
+// All that decoding obtains. It lives outside of the function that errors jump to, so its fields keep their values
+// after a jump. It has no destructor, because a jump would not run one.
 struct Decoder {
     std::FILE* file;
     std::uint64_t fileSize;
@@ -36,8 +36,8 @@ struct Decoder {
     int channels;
 };
 
-// A few bytes can claim a size of many gigabytes. What the file packs are rows as they are stored, one bit for a pixel or
-// more; the passes of an interlaced image take no less.
+// A few bytes can claim a size of many gigabytes. The file packs rows as they are stored, with one bit or more for a
+// pixel; the passes of an interlaced image take no less.
 void requireEnoughData(const Decoder& decoder) {
     const std::uint64_t stored = std::uint64_t{decoder.height} * png_get_rowbytes(decoder.png, decoder.info);
     if (stored / MAX_COMPRESSION > decoder.fileSize) png_error(decoder.png, "Not enough image data");
@@ -51,7 +51,7 @@ void requestPlainSamples(const Decoder& decoder, int bitDepth, int colourType) {
     png_read_update_info(decoder.png, decoder.info);
 }
 
-// False when there is no memory for the image.
+// Returns false if there is no memory for the image.
 bool makeRows(Decoder& decoder) {
     const std::size_t height = decoder.height;
     const std::size_t rowBytes = png_get_rowbytes(decoder.png, decoder.info);

@@ -1,6 +1,6 @@
 // glmimg_png.h - what the PNG reader keeps for the process
 //
-// glmReadPNG itself is in glm.h. One image is read at a time, on one thread: libpng's errors come back
+// glmReadPNG itself is in glm.h. It reads one image at a time, on one thread, because libpng's errors come back
 // through one jump buffer.
 #pragma once
 
@@ -9,13 +9,13 @@
 #include <csetjmp>
 #include <cstdint>
 
-// Result of the last glmReadPNG: 0 read, 1 file not opened, 2 decoder or image memory not obtained, 3
-// decoding error.
+// Result of the last glmReadPNG: 0 the image was read, 1 the file was not opened, 2 there was no memory for decoder
+// or image, 3 decoding failed.
 extern std::int32_t pngerror;
 
-// Where err_callback returns to: set while an image is being decoded.
+// err_callback returns here; set while an image is decoded.
 extern std::jmp_buf setjmp_buffer;
 
-// libpng's reports: a line on standard error. An error does not return, it jumps.
+// libpng's reports, each a line on standard error. An error jumps instead of returning.
 void warn_callback(png_structp png, png_const_charp message);
 [[noreturn]] void err_callback(png_structp png, png_const_charp message);
