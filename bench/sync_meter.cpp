@@ -1,12 +1,12 @@
 // Measures on a private sound server how far the demo, or another program, is out of step. For scripts/measure-sync.
 //
 //   sync_meter position SERVER AWAY SECONDS        the play position against what is heard
-//   sync_meter picture SERVER AWAY COMMAND         the picture of a program on the display, which is its window alone,
-//                                                  against its sound, at the cuts of the demo
-//   sync_meter clicks FILE                         makes the soundtrack that the second needs: a click at each cut
+//   sync_meter picture SERVER AWAY COMMAND         the picture of a program whose window fills the display, against
+//                                                  its sound, at the cuts of the demo
+//   sync_meter clicks FILE                         makes the soundtrack that "picture" needs: a click at each cut
 //
-// SERVER is pulseaudio, pipewire, or alsa (ALSA's way to a PulseAudio); AWAY: milliseconds to another server's sink. To be
-// run in the run directory.
+// SERVER is pulseaudio, pipewire, or alsa (ALSA's plugin for PulseAudio); AWAY: milliseconds to another server's
+// sink. Runs in the run directory.
 #include "fmod.h"
 #include "sync.h"
 
@@ -21,9 +21,11 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <numeric>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -53,6 +55,31 @@ struct Rig {
     const SoundServer& ears() const { return away ? far : server; }
 };
 
+double nowMs() {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// Asks the channel for its position, and notes the greatest difference between a step of it and the time that it
+// took.
+struct StepMeter {
+    FMOD_CHANNEL* channel = nullptr;
+    unsigned int last = 0;
+    double asked = 0, answered = 0;  // for the last one, ms
+    double worst = 0;                // ms
+
+    unsigned int operator()() {
+        const double askedBefore = std::exchange(asked, nowMs()), answeredBefore = answered;
+        const unsigned int before = last;
+        FMOD_Channel_GetPosition(channel, &last, FMOD_TIMEUNIT_MS);
+        answered = nowMs();
+        if (before == 0) return last;
+        // Positions are rounded down to milliseconds.
+        const double moved = double(last) - before;
+        worst = std::max({worst, moved - 1 - (answered - askedBefore), asked - answeredBefore - moved - 1});
+        return last;
+    }
+};
+
 int measurePosition(const Rig& rig, double seconds) {
     const TempDir folder;
     const std::string tune = folder.path() / "clicks.mp3";
@@ -65,13 +92,10 @@ int measurePosition(const Rig& rig, double seconds) {
         FMOD_System_CreateSound(system, tune.c_str(), FMOD_CREATESTREAM, nullptr, &sound) != FMOD_OK ||
         FMOD_System_PlaySound(system, FMOD_CHANNEL_FREE, sound, 0, &channel) != FMOD_OK)
         return EXIT_FAILURE;
-    const Polls polls = pollPosition(seconds, [&] {
-        unsigned int ms = 0;
-        FMOD_Channel_GetPosition(channel, &ms, FMOD_TIMEUNIT_MS);
-        return ms;
-    });
-    const auto settled = std::ranges::find_if(polls.polls, [](const Poll& poll) { return poll.ms > SETTLED_MS; });
-    std::vector<double> errors = clickErrors(monitor.recording(), {settled, polls.polls.end()});
+    StepMeter meter{.channel = channel};
+    const std::vector<Poll> polls = pollPosition(seconds, std::ref(meter));
+    const auto settled = std::ranges::find_if(polls, [](const Poll& poll) { return poll.ms > SETTLED_MS; });
+    std::vector<double> errors = clickErrors(monitor.recording(), {settled, polls.end()});
     if (errors.empty()) {
         std::puts("nothing is heard");
         return EXIT_FAILURE;
@@ -79,7 +103,7 @@ int measurePosition(const Rig& rig, double seconds) {
     std::ranges::sort(errors);
     const auto at = [&](double part) { return errors[static_cast<std::size_t>(part * double(errors.size() - 1))]; };
     std::printf("%6zu %8.2f %8.2f %8.2f %8.2f %8.2f %10.2f\n", errors.size(), errors.front(), at(0.1), at(0.5),
-                at(0.9), errors.back(), std::max(0.0, polls.worstStepMs));
+                at(0.9), errors.back(), meter.worst);
     return EXIT_SUCCESS;
 }
 

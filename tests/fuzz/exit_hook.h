@@ -1,5 +1,5 @@
-// exit_hook.h - the compiler includes this in front of the product's sources: what ends the process there throws
-// instead, so that one process can be fed many inputs. Failed assertions still end it.
+// exit_hook.h - included before the product's sources, whose `exit` throws then, so that one process can take many
+// inputs. Failed assertions still end it.
 #pragma once
 
 #include <cstdlib>

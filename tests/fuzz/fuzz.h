@@ -1,5 +1,5 @@
-// fuzz.h - what the fuzz targets share. A target feeds an input to the product, in files of the working directory,
-// and asserts that the product does right; to refuse an input is right.
+// fuzz.h - for the fuzz targets, which feed inputs to the product, in files of the working directory, and assert that
+// the product does right; to refuse an input is right.
 #pragma once
 
 #include "exit_hook.h"
@@ -18,7 +18,7 @@ extern "C" [[gnu::used]] inline int LLVMFuzzerTestOneInput(const std::uint8_t* d
 
 inline void writeFile(const char* name, const std::string& bytes) { std::ofstream(name, std::ios::binary) << bytes; }
 
-// False when the product ends the process.
+// False if the product ends the process.
 template <typename Function>
 bool goesOn(Function function) try {
     function();

@@ -1,4 +1,4 @@
-// Any bytes as an mp3 file: refused, or measured, read and sought in, also when the file is cut while it plays.
+// Any bytes as an mp3 file: refused, or measured, read and sought in, even if the file is cut while it plays.
 #include "fuzz.h"
 #include "mp3_stream.h"
 

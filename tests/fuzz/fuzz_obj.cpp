@@ -1,5 +1,5 @@
-// An OBJ file and its material library in one input. The library reads and refuses what the plain reader does,
-// wherever in the file it stands, and so do the entries whose errors return.
+// An OBJ file and its material library in one input. Both kinds of entries read and refuse what the plain reader
+// does, wherever in the file it is.
 #include "fuzz.h"
 #include "glm/glm_try.h"
 #include "model_files.h"
@@ -10,7 +10,7 @@ namespace {
 constexpr const char* PATH = "m.obj";
 constexpr std::size_t WINDOW = std::size_t{256} * 1024;  // what the library holds of a file at once
 
-// The text behind comments of such a length that the first window ends somewhere inside of it.
+// The text after comments, whose length makes the first window end inside the text.
 std::string shifted(const std::string& text) {
     const std::size_t length = WINDOW - std::hash<std::string>()(text) % (text.size() + 1);
     std::string comments;
@@ -26,7 +26,7 @@ void feed(const std::string& input) {
     const std::string mtl = input.substr(std::min(obj.size() + 1, input.size()));
     writeFile(PATH, obj);
     writeFile("m.mtl", mtl);
-    // The plain reader knows no materials, and not every fscanf reads numbers like "1e" alike: no e, i, x, a, p.
+    // The plain reader knows no materials, and fscanf differs in numbers such as "1e": no e, i, x, a, p.
     const bool known = obj.find_first_not_of("\t\n\v\f\r #+-./0123456789bcdfghklnorstuvwz") == std::string::npos;
     const auto expected = known ? plain::readOBJ(PATH) : std::nullopt;
     const auto read = [&]() -> std::string {

@@ -45,7 +45,7 @@ std::string modelText(Bytes& bytes) {
     return text;
 }
 
-// Six decimals of each coordinate, and each group's triangles. Group names get a blank in front, within 127 in all.
+// Compares six decimals of each coordinate, and each group's triangles. Group names get a blank in front.
 void requireReadsBack(const GLMmodel& model, int mode) {
     glmWriteOBJ(&model, "back.obj", mode);
     const Model back(glmReadOBJ("back.obj"));

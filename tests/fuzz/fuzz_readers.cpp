@@ -1,4 +1,4 @@
-// Targets that feed one file to one area; the build compiles this once for each, with FEED as one of these functions.
+// Targets that feed one file to one area. The build compiles this once for each, and FEED names the function.
 #include "fuzz.h"
 #include "glm/glm.h"
 #include "models.h"
@@ -40,8 +40,8 @@ void feedLibrary(decltype(glmReadPNG)* read) {
 
 }  // namespace
 
-// In the place of libpng's: goes on after a wrong checksum, which is what nearly every change leads to. libgd takes
-// memory for all the pixels that a file claims to have.
+// In place of libpng's. Goes on after a wrong checksum, because nearly every change gives one. Limits the size,
+// because libgd takes memory for all the pixels that a file claims to have.
 png_structp png_create_read_struct(png_const_charp version, png_voidp data, png_error_ptr error, png_error_ptr warn) {
     png_structp png = png_create_read_struct_2(version, data, error, warn, nullptr, nullptr, nullptr);
     png_set_crc_action(png, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE);

@@ -1,5 +1,5 @@
-// Without a context the GL does nothing. The library is to go on all the same, so that GLU resamples its images, for
-// which it asks for the alignment of rows.
+// Without a context the GL does nothing. With these the library goes on, and GLU resamples its images, for which it
+// asks for the alignment of rows.
 #include <GL/glu.h>
 
 namespace {

@@ -1,5 +1,5 @@
-// Stands in for libFuzzer's main: run_inputs FOLDER feeds every file of it, none of which is empty, to the target, as
-// it is and damaged, the same in each run. The file "input" holds what was fed last.
+// In place of libFuzzer's main: run_inputs FOLDER feeds every file in it, none of which is empty, to the target,
+// whole and damaged, the same in each run. The file "input" holds what was fed last.
 #include "fuzz.h"
 #include "temp_dir.h"
 

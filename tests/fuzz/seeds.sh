@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Writes the inputs that fuzzing starts from: seeds.sh FOLDER makes a folder below it for each target. What has been
-# found to go wrong and is mended gets a line here.
+# Writes the inputs that fuzzing starts from: seeds.sh FOLDER makes a folder in it for each target. Each fault that is
+# mended gets its input here.
 set -euo pipefail
 mkdir -p "$1"/{mp3,obj,operations,png,ppm,probe,tga}
 cd "$1"

@@ -48,11 +48,8 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
     EXPECT_GT(fs::file_size(start.path() / "capture/2.png"), 0u);
 
     EXPECT_TRUE(shell(inQuotes(launcher) + " --help").starts_with("Usage: ryl "));
-    const int columns =
-        std::atoi(shell("find " + inQuotes(place) + " -name ryl.nfo -exec cat {} + | LC_ALL=C.UTF-8 wc -L").c_str());
-    EXPECT_GT(columns, 60);
-    EXPECT_LE(columns, 80);
-    EXPECT_NE(shell("find " + inQuotes(place) + " -path '*/tools/OFL.txt'"), "");
+    for (const char* file : {"*/tools/OFL.txt", "*/ryl.nfo"})
+        EXPECT_NE(shell("find " + inQuotes(place) + " -path '" + file + "'"), "") << file;
 }
 
 TEST(Archive, PlaysWhereverItIsUnpackedAndSavesWhereItIsStarted) {

@@ -94,7 +94,8 @@ TEST(HelpAndVersion, ArePrintedAndNothingElseHappens) {
     EXPECT_EQ(version.output, "ryl " RYL_EXPECTED_VERSION "\n");
 }
 
-// Every scene's length is rounded down to whole milliseconds when it is added, and the closing scene ends the program.
+// Every scene's length is rounded down to whole milliseconds when it is added, and the closing scene ends the
+// program.
 TEST(Timeline, IsRegisteredAndEndsByItself) {
     const Ran ran = runProgram(RunDirectory(), "-nf -m -s 6 -w 160 -h 90");
     EXPECT_EQ(ran.status, 0);

@@ -34,8 +34,8 @@ testing::AssertionResult inStep(const Player& player, const SoundServer& server,
     std::vector<double> errors;
     for (int i = 0; i < TRIES; ++i) {
         const Monitor monitor(server, sink);
-        const Polls polls = pollPosition(3, [&] { return player.position(); });
-        errors = clickErrors(monitor.recording(), polls.polls);
+        const std::vector<Poll> polls = pollPosition(3, [&] { return player.position(); });
+        errors = clickErrors(monitor.recording(), polls);
         const auto close = std::ranges::count_if(errors, [](double error) { return std::abs(error) < CLOSE_MS; });
         if (std::ssize(errors) >= 4 && close >= std::ssize(errors) - 1) return testing::AssertionSuccess();
     }

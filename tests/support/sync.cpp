@@ -36,28 +36,13 @@ void makeClicks(const std::string& path, double seconds) {
     makeClicks(path, seconds, clicks);
 }
 
-Polls pollPosition(double seconds, const std::function<unsigned int()>& position) {
-    Polls result;
-    const double end = nowNs() + seconds * 1e9;
-    double askedBefore = 0;
-    double answeredBefore = 0;
-    while (askedBefore < end) {
-        const double asked = nowNs();
-        const double ms = position() + HALF_MS;
-        const double answered = nowNs();
-        if (!result.polls.empty() && result.polls.back().ms > 1) {
-            // Positions are whole milliseconds, and the time between the two lies between these two.
-            const double moved = ms - result.polls.back().ms;
-            const double tooFar = moved - 1 - (answered - askedBefore) / 1e6;
-            const double tooLittle = (asked - answeredBefore) / 1e6 - moved - 1;
-            result.worstStepMs = std::max({result.worstStepMs, tooFar, tooLittle});
-        }
-        askedBefore = asked;
-        answeredBefore = answered;
-        result.polls.push_back({(asked + answered) / 2, ms});
-        usleep(1000);
+std::vector<Poll> pollPosition(double seconds, const std::function<unsigned int()>& position) {
+    std::vector<Poll> polls;
+    for (const double end = nowNs() + seconds * 1e9; nowNs() < end; usleep(1000)) {
+        const double asked = nowNs(), ms = position() + HALF_MS;
+        polls.push_back({(asked + nowNs()) / 2, ms});
     }
-    return result;
+    return polls;
 }
 
 std::vector<double> clickErrors(const Recording& recording, const std::vector<Poll>& polls) {

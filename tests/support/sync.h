@@ -19,13 +19,8 @@ struct Poll {
     double ms;
 };
 
-struct Polls {
-    std::vector<Poll> polls;
-    double worstStepMs = 0;  // greatest difference between a step of the position and the time that it took
-};
-
 // Asks for the position each millisecond.
-Polls pollPosition(double seconds, const std::function<unsigned int()>& position);
+std::vector<Poll> pollPosition(double seconds, const std::function<unsigned int()>& position);
 
 // The position minus what is heard, in milliseconds, for each click that was recorded during the polls.
 std::vector<double> clickErrors(const Recording& recording, const std::vector<Poll>& polls);
