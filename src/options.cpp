@@ -22,6 +22,7 @@ constexpr char HELP[] =
     "  -c LEVEL             capture: a picture for every 25 ms, capture/1.png, 2.png ...; PNG level 0 to 9\n"
     "  --from-frame N       capture from frame N on; earlier frames are not written\n"
     "  --delay MS           show the picture MS milliseconds later than the sound, or earlier: --delay -80\n"
+    "  --upright            the key s saves the picture with its top row first\n"
     "  --help, --version    print this, or the version, and end\n"
     "\n"
     "Keys: space (pause), left and right (one second), s (screenshot.png), Escape (quit).\n";
@@ -59,6 +60,7 @@ void readOption(std::string_view option, const char* value, Options& options) {
     if (option == "-h" && options.size.height == 0 && value != nullptr) options.size.height = std::atoi(value);
     if (option == "-nf") options.fullScreen = false;
     if (option == "-m") options.sound = false;
+    if (option == "--upright") options.upright = true;
     if (option == "-c") {
         if (value == nullptr) {
             std::puts("[!] -c <compressionlevel 0-9>");

@@ -18,6 +18,7 @@ struct Options {
     bool capture = false;    // "-c"
     int level = 0;           // PNG compression, the value of "-c"; not judged here
     int scene = 0;           // "-s"
+    bool upright = false;    // "--upright": of the saved picture
     int delay = 0;           // "--delay": of the picture against the sound, milliseconds
     int fromFrame = 1;       // "--from-frame": the first that is captured, from 1
 };

@@ -28,6 +28,7 @@ int CAPTURE_CLEVEL = 0;
 int CAPTURE_W = 0;
 int CAPTURE_H = 0;
 int S_SCENE = 0;
+int UPRIGHT = 0;
 int PICTURE_DELAY = 0;
 
 int ryl_globalX = 0;
@@ -76,6 +77,7 @@ void takeOptions(const Options& options) {
     CAPTURE_W = options.size.width;
     CAPTURE_H = options.size.height;
     S_SCENE = options.scene;
+    UPRIGHT = options.upright ? 1 : 0;
     PICTURE_DELAY = options.delay;
     firstKeptFrame = options.fromFrame;
 }
@@ -260,6 +262,11 @@ void togglePause() {
     showPaused(SOUND_PAUSED != 0);
 }
 
+void saveScreenshot() {
+    const auto save = UPRIGHT != 0 ? ryl_screenshotUpright : ryl_screenshot;
+    save(static_cast<int>(ryl_Get(RYL_WIDTH)), static_cast<int>(ryl_Get(RYL_HEIGHT)), "screenshot.png", 0);
+}
+
 // For sound and silent mode; the capture clock cannot be moved.
 void moveClock(int ms) {
     if (mode() == Mode::silent)
@@ -346,8 +353,10 @@ void ryl_loadMusic(const char* filename) {
     ryl_fmod_errcheck(FMOD_System_Create(&system0));
     ryl_fmod_errcheck(FMOD_System_GetVersion(system0, &version0));
     ryl_fmod_errcheck(FMOD_System_Init(system0, 1, FMOD_INIT_NORMAL, nullptr));
-    ryl_fmod_errcheck(
-        FMOD_System_CreateSound(system0, filename, FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM, nullptr, &sound0));
+    constexpr unsigned STREAM = FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM;
+    const FMOD_RESULT opened = FMOD_System_CreateSound(system0, filename, STREAM, nullptr, &sound0);
+    if (opened != FMOD_OK) std::printf("[! %s] the soundtrack does not open.\n", filename);
+    ryl_fmod_errcheck(opened);
 }
 
 void ryl_startMusic(void) {
@@ -428,8 +437,7 @@ void ryl_handleKeypress(unsigned char key, int, int) {
         togglePause();
         break;
     case 's':
-        ryl_screenshot(static_cast<int>(ryl_Get(RYL_WIDTH)), static_cast<int>(ryl_Get(RYL_HEIGHT)), "screenshot.png",
-                       0);
+        saveScreenshot();
         break;
     case ESCAPE:
         glutLeaveGameMode();

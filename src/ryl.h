@@ -16,6 +16,7 @@ extern int CAPTURE_CLEVEL;  // PNG compression level of captured frames, "-c"; v
 extern int CAPTURE_W;       // "-w" and "-h", pixels, 0 when not given: the size of captured frames and, if both are
 extern int CAPTURE_H;       //   given, of the window or screen mode. In capture mode the size that is used.
 extern int S_SCENE;         // "-s", the scene to start at
+extern int UPRIGHT;         // 1 ("--upright"): the picture that "s" saves has its top row first
 extern int PICTURE_DELAY;   // "--delay", ms: how much later the picture comes than the sound; sound mode only
 
 // ---- State: written by the framework only, all 0 at start. --------------------------------------------------------
@@ -38,7 +39,7 @@ extern float SCENE_TIME[MAX_SCENES];  // registered scene lengths, seconds, in o
 // Checks the host, reads the options, opens the window or the full screen, installs the callbacks and enters GLUT's
 // main loop; `display` draws a frame. Returns only when GLUT's loop does.
 // Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE, --from-frame N, --delay MS,
-// --help, --version; others are ignored. Ends the process with status -1 if "-c" has no level, if "--from-frame" has
+// --upright, --help, --version; others are ignored. Ends the process with status -1 if "-c" has no level, if "--from-frame" has
 // no number from 1, or if the GL lacks framebuffer objects or textures of any size. Replaces a size that cannot be
 // used and says so in a "[/]" line.
 void ryl_init(int argc, char** argv, void (*display)(void));
@@ -51,7 +52,8 @@ void ryl_initRendering(void);
 
 // ---- Demo clock. Sound mode: the soundtrack's position; silent mode: SOUND_MUTE_TIMER; capture: CAPTURE_TIMER. --
 
-// Opens the soundtrack (mp3). Sound mode only. Prints the reason and ends the process with -1 on failure.
+// Opens the soundtrack (mp3). Sound mode only. On failure prints the file's name and the reason, and ends the process
+// with -1.
 void ryl_loadMusic(const char* filename);
 
 // Starts the demo clock: plays the soundtrack, or releases the silent clock. Does nothing in capture mode.

@@ -39,13 +39,13 @@ void ryl_readScreenshot(int width, int height, Screenshot& shot) {
     shot.topFirst = ryl_readPicture(width, height, shot.bytes.get());
 }
 
-CompressedPng ryl_compressScreenshot(const Screenshot& shot, int level) {
+CompressedPng ryl_compressScreenshot(const Screenshot& shot, int level, RowOrder order) {
     if (!shot.bytes || !isLevel(level)) return {};
     const auto rowBytes = static_cast<std::ptrdiff_t>(shot.width) * static_cast<std::ptrdiff_t>(PIXEL_BYTES);
     const unsigned char* const first = shot.bytes.get();
     const unsigned char* const last = first + (shot.height - 1) * rowBytes;
-    return ryl_compressPng(shot.width, shot.height, shot.topFirst ? last : first,
-                           shot.topFirst ? -rowBytes : rowBytes, level);
+    const bool turned = shot.topFirst != (order == RowOrder::topFirst);
+    return ryl_compressPng(shot.width, shot.height, turned ? last : first, turned ? -rowBytes : rowBytes, level);
 }
 
 void ryl_writeScreenshot(const Screenshot& shot, const CompressedPng& png, const char* filename, int level) {

@@ -21,9 +21,12 @@ struct Screenshot {
 // Reads the lower left width x height pixels of the picture last drawn; what lies outside it is black.
 void ryl_readScreenshot(int width, int height, Screenshot& shot);
 
-// Compresses the picture, bottom row first, with zlib `level` 0 to 9. Returns an empty record if the level is out of
+// Which row a file begins with.
+enum class RowOrder { bottomFirst, topFirst };
+
+// Compresses the picture in the given order of rows with zlib `level` 0 to 9. Returns an empty record if the level is out of
 // range or the picture has no bytes.
-CompressedPng ryl_compressScreenshot(const Screenshot& shot, int level);
+CompressedPng ryl_compressScreenshot(const Screenshot& shot, int level, RowOrder order = RowOrder::bottomFirst);
 
 // Writes the file and removes it if it cannot be written whole. While it writes, the end by a signal waits
 // (endings.h).

@@ -6,13 +6,20 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 shaderEntry shader[MAX_SHADERS] = {};
 int CURRENT_ID = -1;
 
 namespace {
+
+constexpr int MAX_COMPONENTS = 4;  // of a vector, or of a matrix's column
 
 // A step of building a program; change the 0 to a 1 to print it.
 void trace(const char* step) { dprint(step, 0); }
@@ -61,6 +68,35 @@ void attachVertexAndFragment(const shaderEntry& entry, const char* vertexPath, c
     if (fragmentPath != nullptr) glAttachObjectARB(entry.program, entry.fragmentObject);
 }
 
+// Where names lie in each program, as far as they have been asked for; -1 for a name that it lacks.
+using Locations = std::map<std::string, GLint, std::less<>>;
+Locations uniforms[MAX_SHADERS], attributes[MAX_SHADERS];
+
+// Linking gives the names new places.
+void link(int id) {
+    glLinkProgramARB(shader[id].program);
+    uniforms[id].clear();
+    attributes[id].clear();
+}
+
+template <typename LookUp>
+GLint locate(Locations& known, const char* name, const LookUp& lookUp) {
+    const auto found = known.find(std::string_view(name));
+    if (found != known.end()) return found->second;
+    return known[name] = lookUp(name);
+}
+
+GLint locateUniform(int id, const char* name) {
+    return locate(uniforms[id], name, [&](const char* n) { return glGetUniformLocation(shader[id].program, n); });
+}
+
+// Prints a line if a value cannot be sent because `what` is out of range.
+bool isInRange(const char* name, const char* what, int value, int first, int last) {
+    if (value >= first && value <= last) return true;
+    std::printf("[/] uniform %s: %s is from %d to %d, not %d\n", name, what, first, last, value);
+    return false;
+}
+
 // Prints what the GL says about an object, whether it failed or not.
 void printLog(GLuint object, const std::string& heading) {
     GLint length = 0;
@@ -77,7 +113,21 @@ void printLogs(const shaderEntry& entry, const char* vertexPath, const char* fra
     printLog(entry.program, "[/] Shaderprogram failed.");
 }
 
-bool hasGeometryStage() { return GLEW_EXT_geometry_shader4 && glProgramParameteriEXT != nullptr; }
+bool hasGeometryExtension() { return GLEW_EXT_geometry_shader4 && glProgramParameteriEXT != nullptr; }
+
+// The number after "#version" in a stage's text; GLSL's own default without one.
+int versionOf(const char* source) {
+    constexpr std::string_view KEYWORD = "#version";
+    constexpr int DEFAULT = 110;
+    const char* const found = std::strstr(source, KEYWORD.data());
+    return found != nullptr ? std::atoi(found + KEYWORD.size()) : DEFAULT;
+}
+
+// Whether this GL has the extension, or OpenGL's own stage for a text that is written for it.
+bool takesGeometryStage(const char* source) {
+    constexpr int OWN_STAGE = 150;  // version of GLSL
+    return hasGeometryExtension() || (GLEW_VERSION_3_2 && versionOf(source) >= OWN_STAGE);
+}
 
 void setGeometryParameters(GLuint program, int inputType, int outputType) {
     GLint vertices = 0;
@@ -127,7 +177,7 @@ int ryl_loadShader(const char* vertexPath, const char* fragmentPath) {
     trace("Done creating shaderprogram");
     compileVertexAndFragment(entry, vertexPath, fragmentPath);
     attachVertexAndFragment(entry, vertexPath, fragmentPath);
-    glLinkProgramARB(entry.program);
+    link(id);
     printLogs(entry, vertexPath, fragmentPath);
     trace("returning CURRENT_ID");
     return id;
@@ -143,15 +193,15 @@ int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const 
     if (vertexPath != nullptr) entry.vertexSource = loadFile(vertexPath);
     if (fragmentPath != nullptr) entry.fragmentSource = loadFile(fragmentPath);
     entry.program = glCreateProgramObjectARB();
-    const bool withGeometry = geometryPath != nullptr && hasGeometryStage();
+    const bool withGeometry = geometryPath != nullptr && takesGeometryStage(entry.geometrySource);
     if (geometryPath != nullptr && !withGeometry)
         std::printf("[/] no geometry shaders on this system, %s is left out\n", geometryPath);
     if (withGeometry) entry.geometryObject = compile(GL_GEOMETRY_SHADER_EXT, entry.geometrySource);
     compileVertexAndFragment(entry, vertexPath, fragmentPath);
     if (withGeometry) glAttachObjectARB(entry.program, entry.geometryObject);
     attachVertexAndFragment(entry, vertexPath, fragmentPath);
-    if (hasGeometryStage()) setGeometryParameters(entry.program, inputType, outputType);
-    glLinkProgramARB(entry.program);
+    if (hasGeometryExtension()) setGeometryParameters(entry.program, inputType, outputType);
+    link(id);
     if (withGeometry) printLog(entry.geometryObject, "[/] " + std::string(geometryPath) + " failed.");
     printLogs(entry, vertexPath, fragmentPath);
     trace("returning CURRENT_ID");
@@ -159,7 +209,7 @@ int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const 
 }
 
 void ryl_shader_sendUniformValue(int id, const char* name, const float* values, int count) {
-    const GLint location = glGetUniformLocation(shader[id].program, name);
+    const GLint location = locateUniform(id, name);
     if (count > 4) {
         std::puts("[!] The ryl framework only supports float4\n Any complains? Go to hell.");
         return;
@@ -184,6 +234,66 @@ void ryl_shader_sendUniformValue(int id, const char* name, const float* values, 
     default:
         break;
     }
+}
+
+void ryl_shader_sendUniformInteger(int id, const char* name, const int* values, int count) {
+    if (!isInRange(name, "the number of integers", count, 1, MAX_COMPONENTS)) return;
+    const decltype(glUniform1iv) send[] = {glUniform1iv, glUniform2iv, glUniform3iv, glUniform4iv};
+    send[count - 1](locateUniform(id, name), 1, values);
+}
+
+void ryl_shader_sendUniformVectors(int id, const char* name, const float* values, int components, int count) {
+    if (!isInRange(name, "the number of components", components, 1, MAX_COMPONENTS) ||
+        !isInRange(name, "the number of vectors", count, 1, std::numeric_limits<int>::max()))
+        return;
+    const decltype(glUniform1fv) send[] = {glUniform1fv, glUniform2fv, glUniform3fv, glUniform4fv};
+    send[components - 1](locateUniform(id, name), count, values);
+}
+
+void ryl_shader_sendUniformMatrix(int id, const char* name, const float* values, int side) {
+    if (!isInRange(name, "the side of a matrix", side, 2, MAX_COMPONENTS)) return;
+    const decltype(glUniformMatrix2fv) send[] = {glUniformMatrix2fv, glUniformMatrix3fv, glUniformMatrix4fv};
+    send[side - 2](locateUniform(id, name), 1, GL_FALSE, values);
+}
+
+void ryl_shader_sendUniformSampler(int id, const char* name, unsigned texture, int unit) {
+    GLint units = 0;
+    glGetIntegerv(GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, &units);
+    if (!isInRange(name, "the texture unit", unit, 0, units - 1)) return;
+    glActiveTexture(static_cast<GLenum>(GL_TEXTURE0 + unit));
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glActiveTexture(GL_TEXTURE0);
+    glUniform1i(locateUniform(id, name), unit);
+}
+
+int ryl_shader_attribute(int id, const char* name) {
+    return locate(attributes[id], name, [&](const char* n) { return glGetAttribLocation(shader[id].program, n); });
+}
+
+void ryl_fullScreen(int id) {
+    constexpr GLenum MATRICES[] = {GL_PROJECTION, GL_MODELVIEW};
+    constexpr float CORNERS[][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    ryl_enableShader(id);
+    glPushAttrib(GL_ENABLE_BIT | GL_TRANSFORM_BIT | GL_CURRENT_BIT);
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_CULL_FACE);
+    for (const GLenum matrix : MATRICES) {
+        glMatrixMode(matrix);
+        glPushMatrix();
+        glLoadIdentity();
+    }
+    glBegin(GL_QUADS);
+    for (const auto& [x, y] : CORNERS) {
+        glTexCoord2f(x, y);
+        glVertex2f(2 * x - 1, 2 * y - 1);
+    }
+    glEnd();
+    for (const GLenum matrix : MATRICES) {
+        glMatrixMode(matrix);
+        glPopMatrix();
+    }
+    glPopAttrib();
+    ryl_disableShader();
 }
 
 void ryl_enableShader(int id) { glUseProgramObjectARB(shader[id].program); }

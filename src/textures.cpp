@@ -144,6 +144,12 @@ Bytes readBytes(std::FILE* file, std::size_t count) {
     return bytes;
 }
 
+void saveScreenshot(int width, int height, const char* filename, int level, RowOrder order) {
+    Screenshot shot;
+    ryl_readScreenshot(width, height, shot);
+    ryl_writeScreenshot(shot, ryl_compressScreenshot(shot, level, order), filename, level);
+}
+
 }  // namespace
 
 void ryl_decodeAhead(const std::vector<std::string>& paths) {
@@ -203,7 +209,9 @@ unsigned ryl_loadBlack(void) {
 }
 
 void ryl_screenshot(int width, int height, const char* filename, int level) {
-    Screenshot shot;
-    ryl_readScreenshot(width, height, shot);
-    ryl_writeScreenshot(shot, ryl_compressScreenshot(shot, level), filename, level);
+    saveScreenshot(width, height, filename, level, RowOrder::bottomFirst);
+}
+
+void ryl_screenshotUpright(int width, int height, const char* filename, int level) {
+    saveScreenshot(width, height, filename, level, RowOrder::topFirst);
 }

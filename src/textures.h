@@ -34,3 +34,6 @@ unsigned ryl_loadBlack(void);
 // file. What lies outside the window is black. A file that cannot be opened or written, or a level out of
 // range, gives a message and the program goes on; a refused level leaves an empty file, a failed write none.
 void ryl_screenshot(int width, int height, const char* filename, int level);
+
+// The same with the top row of the picture first, so that it stands upright in viewers.
+void ryl_screenshotUpright(int width, int height, const char* filename, int level);

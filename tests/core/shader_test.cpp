@@ -90,6 +90,66 @@ TEST_F(Shader, GetsUniformsOfOneToFourComponentsAndRefusesOthers) {
     }
 }
 
+// Each uniform decides one component of the colour; a name is looked up again after a link of another program.
+TEST_F(Shader, GetsIntegersVectorsMatricesAndSamplersAndDrawsOverTheWholeView) {
+    const std::string text = write("uniforms.frag", R"(
+uniform ivec3 counts;
+uniform vec2 points[2];
+uniform mat3 turn;
+uniform sampler2D picture, other;
+varying vec4 place;
+void main() {
+    gl_FragColor = vec4(float(counts.z) / 10.0, points[1].x, (turn * vec3(0, 0, 1)).y,
+                        texture2D(picture, vec2(0.5)).r * texture2D(other, gl_TexCoord[0].xy).g);
+})");
+    GLuint textures[2];
+    glGenTextures(2, textures);
+    const unsigned char texels[][3] = {{255, 0, 0}, {0, 255, 0}};
+    for (int i = 0; i < 2; ++i) {
+        glBindTexture(GL_TEXTURE_2D, textures[i]);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, 1, 1, 0, GL_RGB, GL_UNSIGNED_BYTE, texels[i]);
+    }
+    const int counts[] = {1, 2, 4};
+    const float points[] = {0, 0, 0.2f, 0}, turn[] = {0, 0, 0, 0, 0, 0, 0, 0.6f, 0};
+    for (int repeat = 0; repeat < 2; ++repeat) {
+        const int id = ryl_loadShader(nullptr, text.c_str());
+        ryl_enableShader(id);
+        ryl_shader_sendUniformInteger(id, "counts", counts, 3);
+        ryl_shader_sendUniformVectors(id, "points", points, 2, 2);
+        ryl_shader_sendUniformMatrix(id, "turn", turn, 3);
+        ryl_shader_sendUniformSampler(id, "picture", textures[0], 3);
+        ryl_shader_sendUniformSampler(id, "other", textures[1], 1);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        glTranslatef(99, 0, 0);
+        glEnable(GL_DEPTH_TEST);
+        ryl_fullScreen(id);
+        for (const int corner : {0, SIDE - 1}) EXPECT_EQ(pixelAt(corner, corner), (Pixel{102, 51, 153, 255}));
+        glLoadIdentity();
+        glDisable(GL_DEPTH_TEST);
+        EXPECT_PRED5(isColour, drawnColour(), 0, 0, 255, 1) << "the fixed functions are back";
+    }
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+}
+
+TEST_F(Shader, RefusesValuesOutOfRangeWithALineAndKnowsItsAttributes) {
+    const std::string text =
+        write("attributes.vert", "attribute float size; void main() { gl_Position = gl_Vertex * size; }");
+    const int id = ryl_loadShader(text.c_str(), nullptr);
+    for (int repeat = 0; repeat < 2; ++repeat) {
+        EXPECT_GE(ryl_shader_attribute(id, "size"), 0);
+        EXPECT_EQ(ryl_shader_attribute(id, "none"), -1);
+    }
+    const std::pair<std::function<void()>, const char*> cases[] = {
+        {[=] { ryl_shader_sendUniformInteger(id, "a", nullptr, 5); }, "the number of integers is from 1 to 4, not 5"},
+        {[=] { ryl_shader_sendUniformVectors(id, "a", nullptr, 0, 1); }, "the number of components is from 1 to 4"},
+        {[=] { ryl_shader_sendUniformVectors(id, "a", nullptr, 1, 0); }, "the number of vectors is from 1 to"},
+        {[=] { ryl_shader_sendUniformMatrix(id, "a", nullptr, 1); }, "the side of a matrix is from 2 to 4, not 1"},
+        {[=] { ryl_shader_sendUniformSampler(id, "a", 0, -1); }, "the texture unit is from 0 to"}};
+    for (const auto& [send, reason] : cases)
+        EXPECT_TRUE(printedBy(send).starts_with(std::string("[/] uniform a: ") + reason)) << reason;
+}
+
 TEST(ShaderEnds, WithoutAFileAValueOrAnId) {
     const Sources files;
     const char* vertex = files.vertex.c_str();

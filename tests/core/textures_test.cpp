@@ -165,24 +165,29 @@ void drawPicture() {
     glDrawPixels(WIDTH, HEIGHT, GL_BGRA, GL_UNSIGNED_BYTE, rows.data());
 }
 
-std::string linesOf(int width, int height, const std::string& path, int level) {
-    return printedBy([&] { ryl_screenshot(width, height, path.c_str(), level); });
+std::string linesOf(int width, int height, const std::string& path, int level, bool upright = false) {
+    const auto save = upright ? ryl_screenshotUpright : ryl_screenshot;
+    return printedBy([&] { save(width, height, path.c_str(), level); });
 }
 
-// Takes a screenshot, whose row 0 is the bottom row of the screen.
+// Takes a screenshot, whose row 0 is the bottom row of the screen, and an upright one.
 void expectPicture(const std::string& path, int width, int height, int level) {
-    EXPECT_EQ(linesOf(width, height, path, level), "");
-    gdImage* image = gdImageCreateFromFile(path.c_str());
-    ASSERT_NE(image, nullptr);
-    EXPECT_EQ(std::pair(gdImageSX(image), gdImageSY(image)), std::pair(width, height));
-    int wrong = 0;
-    for (int i = 0; i < width * height; ++i)
-        wrong += gdImageGetPixel(image, i % width, i / width) != colourAt(i % width, i / width) ? 1 : 0;
-    EXPECT_EQ(wrong, 0);
-    gdImageDestroy(image);
+    for (const bool upright : {true, false}) {
+        EXPECT_EQ(linesOf(width, height, path, level, upright), "");
+        gdImage* image = gdImageCreateFromFile(path.c_str());
+        ASSERT_NE(image, nullptr);
+        EXPECT_EQ(std::pair(gdImageSX(image), gdImageSY(image)), std::pair(width, height));
+        int wrong = 0;
+        for (int i = 0; i < width * height; ++i) {
+            const int x = i % width, y = i / width;
+            wrong += gdImageGetPixel(image, x, upright ? height - 1 - y : y) != colourAt(x, y) ? 1 : 0;
+        }
+        EXPECT_EQ(wrong, 0) << upright;
+        gdImageDestroy(image);
+    }
 }
 
-TEST(Screenshot, HoldsThePictureLastDrawnBottomRowFirst) {
+TEST(Screenshot, HoldsThePictureLastDrawnInTheOrderOfRowsThatIsAskedFor) {
     drawPicture();
     const TempDir folder;
     const std::string file = folder.write("picture.png", "an older file");

@@ -47,7 +47,8 @@ TEST(Start, ThatFailsGivesAStatusAndAReason) {
          "[/] no game mode 9x9:32@75 on this screen, taking a full-screen window\n" + NO_PICTURE},
         {"data/cubeobj.obj", "-nf", 1,
          "GLM: Fatal Error: glmReadOBJ() failed: can't open data file \"data/cubeobj.obj\".\n"},
-        {"data/tune.mp3", "-nf -w 160 -h 90", FAILED, "[!] FMOD error! ("},
+        {"data/tune.mp3", "-nf -w 160 -h 90", FAILED,
+         "[! data/tune.mp3] the soundtrack does not open.\n[!] FMOD error! ("},
         {"libs", "", NO_LIBRARY, "libs/libfmodex.so"},
     };
     setenv("RYL_SOUND", "none", 1);
