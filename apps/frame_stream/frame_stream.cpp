@@ -5,8 +5,8 @@
 // Starts PROGRAM in the working directory and waits for its "[CAPTURE] frame N" lines. Each frame from FIRST to LAST
 // (numbered from 1) goes to standard output as raw pixels: WIDTH x HEIGHT x 3 bytes, red, green, blue, the picture's
 // top row first. Every file capture/N.png is removed after it was passed on or skipped. The program may begin with
-// any frame up to FIRST. If LAST is ~N, the last frame is where the program ends, expected at N; if it is ~ alone,
-// nothing is known of it.
+// any frame up to FIRST. If LAST is ~N, the last frame is where the program ends, expected at N; if it is <N, the same,
+// but no frame after N; if it is ~ alone, nothing is known of it.
 // Progress goes to descriptor 3 if it is open: a bar on a terminal, else plain lines.
 // Exit status 0: every frame was passed on. 1: a frame is missing, empty, damaged or of another size, or the program
 // failed or went silent; one "[!]" line on standard error says which. 2: wrong arguments. 3: the reader of standard
@@ -63,7 +63,10 @@ constexpr int FRAME_MS = 25;  // of demo time
 
 struct Range {
     int first = 0, last = 0;  // frame numbers; last 0: not known
-    bool open = false;        // last is only an expectation: the program's end decides
+    bool open = false;        // the program's end decides
+    bool limited = false;     // if open: at the latest after the last; else the last is only an expectation
+
+    bool isOver(int frame) const { return (!open || limited) && frame >= last; }
 };
 
 struct Size {
@@ -309,9 +312,11 @@ struct Expected {
 
 Expected expectedEnd(int frame, const Range& range) {
     if (!range.open) return {range.last, ""};
-    if (range.last >= frame) return {range.last, "about "};
-    const int atMost = source.lengthMs / FRAME_MS + 1;
-    return range.last == 0 && atMost >= frame ? Expected{atMost, "at most "} : Expected{0, ""};
+    if (!range.limited && range.last != 0)
+        return range.last >= frame ? Expected{range.last, "about "} : Expected{0, ""};
+    const int registered = source.lengthMs / FRAME_MS + 1;
+    const int atMost = range.limited && (registered < frame || registered > range.last) ? range.last : registered;
+    return atMost >= frame ? Expected{atMost, "at most "} : Expected{0, ""};
 }
 
 std::string barOf(double share) {
@@ -383,9 +388,10 @@ bool readSize(std::string_view text, Size& size) {
 }
 
 bool readRange(std::string_view first, std::string_view last, Range& range) {
-    range.open = last.starts_with('~');
+    range.limited = last.starts_with('<');
+    range.open = range.limited || last.starts_with('~');
     if (range.open) last.remove_prefix(1);
-    const bool unknown = range.open && last.empty();
+    const bool unknown = range.open && !range.limited && last.empty();
     range.first = takeNumber(first);
     range.last = takeNumber(last);
     return first.empty() && last.empty() && range.first > 0 && (unknown || range.last >= range.first);
@@ -404,7 +410,7 @@ void streamFrames(Size size, const Range& range) {
     Pictures pictures;
     std::thread passing(passOnPictures, std::ref(pictures));
     int frame = 0;
-    while (range.open || frame < range.last) {
+    while (!range.isOver(frame)) {
         const int next = nextFrame();
         if (next == 0) {
             checkEnd(frame, range);
@@ -417,7 +423,7 @@ void streamFrames(Size size, const Range& range) {
         if (frame == range.first) progress.start = Clock::now();
         const std::string name = fileOf(frame);
         if (unlink(name.c_str()) != 0) fail("frame %d is missing: %s: %s", frame, name.c_str(), std::strerror(errno));
-        if (frame >= range.first && (range.open || frame < range.last)) showProgress(progress, frame, range);
+        if (frame >= range.first && !range.isOver(frame)) showProgress(progress, frame, range);
     }
     finish(pictures, passing);
     showEnd(progress, frame, range);
@@ -429,7 +435,7 @@ int main(int argc, char** argv) {
     Size size;
     Range range;
     if (argc < 5 || !readSize(argv[1], size) || !readRange(argv[2], argv[3], range)) {
-        std::fputs("[!] frame_stream WIDTHxHEIGHT FIRST LAST|~LAST PROGRAM [ARGUMENT ...]\n", stderr);
+        std::fputs("[!] frame_stream WIDTHxHEIGHT FIRST LAST|~LAST|<LAST PROGRAM [ARGUMENT ...]\n", stderr);
         return WRONG_ARGUMENTS;
     }
     // If descriptor 3 is closed, the pipe must not get its number.

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 namespace {
 
 Ran video(const std::string& arguments, const std::string& environment = "") {
-    return run(environment + " " RYL_VIDEO " --demo " RYL_DEMO_DIR " " + arguments + " 2>&1");
+    return run(environment + " " RYL_VIDEO " --program " RYL_DEMO_DIR "/ryl " + arguments + " 2>&1");
 }
 
 std::string decode(const std::string& file, const std::string& options) {
@@ -77,10 +77,34 @@ TEST(Video, GivesTheSameFramesForARangeEveryTimeAndForAPoster) {
     EXPECT_TRUE(pixels[0].ends_with(decode(poster, "-f rawvideo -pix_fmt rgb24")));
 }
 
+// The demo under another name, in a run directory of its own.
+TEST(Video, OfAnotherProgramHasItsNameItsTuneAndItsEnd) {
+    const TempDir folder;
+    const fs::path place = folder.path() / "a place", original = RYL_DEMO_DIR;
+    fs::create_directory(place);
+    for (const char* name : {"libs", "data", "tools"}) fs::create_directory_symlink(original / name, place / name);
+    fs::create_symlink(original / "ryl", place / "show");
+    const std::string program = RYL_VIDEO " --size 64x36 --program '" + place.string() + "/show' ";
+    const std::string out = (folder.path() / "out.mkv").string(), song = (folder.path() / "song.wav").string();
+    run("ffmpeg -v error -f lavfi -i sine=880:duration=9 " + song);
+    const Ran ran = run(program + "--lossless --end 0.5 --tune " + song + " " + out + " 2>&1");
+    EXPECT_EQ(ran.status, 0) << ran.output;
+    EXPECT_NE(ran.output.find("[*] frame 20 of 20, "), std::string::npos) << ran.output;
+    EXPECT_EQ(decode(out, "-map 0:v -f rawvideo -pix_fmt rgb24").size(), 20U * 64 * 36 * 3);
+    EXPECT_EQ(decode(out, "-map 0:a -f s8 -ac 1 -ar 44100").size(), 22050U);
+    fs::remove(place / "data");
+    const Ran broken = run(program + "--end 1 " + out + " 2>&1");
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_TRUE(broken.output.starts_with("[/] There is no tune.mp3 in " + place.string())) << broken.output;
+    EXPECT_NE(broken.output.find("data/images/background.png] file not found."), std::string::npos) << broken.output;
+}
+
 TEST(Video, SaysWhatIsWrongAndLeavesNothing) {
     const struct {
         const char *arguments, *command, *script, *message;
     } cases[] = {
+        {"--program none/ryl", "none", "", "there is no program none/ryl\n"},
+        {"--tune none.mp3", "none", "", "there is no tune "},
         {"--size 641x360", "none", "", "--size needs an even width and height, not 641x360\n"},
         {"", "ffmpeg", "echo no libavcodec >&2; exit 127", "ffmpeg does not start: no libavcodec\n"},
         {"", "ffmpeg", "echo ' V..... mpeg4     an encoder'", "this ffmpeg has no encoder libx264\n"},
@@ -133,8 +157,9 @@ TEST(FrameStream, StopsWithOneMessageAtWhateverIsWrong) {
 TEST(FrameStream, SaysHowManyFramesOfTheRangeHaveCome) {
     const std::string frames = "for i in $(seq 5 209); do frame $i good; done";  // 7 is the first that is wanted
     const std::string length = "echo 'DEV: DEMO_LENGTH = 9975 SCENE_TIME[0] = 9.975000'; ";
-    const std::pair<std::string, std::string> cases[] = {
-        {"209", "203"}, {"~240", "about 234"}, {"~", "at most 394"}, {"~7", ""}};
+    const std::pair<std::string, std::string> cases[] = {{"209", "203"},          {"~240", "about 234"},
+                                                         {"~", "at most 394"},    {"~7", ""},
+                                                         {"<900", "at most 394"}, {"<209", "at most 203"}};
     for (const auto& [last, all] : cases) {
         const Ran ran = stream("16x16", "7 '" + last + "'", length + frames, "3>&1 >/dev/null");
         EXPECT_EQ(ran.status, 0);
