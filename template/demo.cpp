@@ -70,11 +70,9 @@ void drawShader(float t, Memory& memory) {
 constexpr LoadStep<Memory> LOADING[] = {{&Memory::l_files, loadFiles}};
 constexpr TimelineScene<Memory> SCENES[] = {{10, drawField}, {10, drawModel}, {10, drawShader}};
 
-void draw() {
-    static ShowFrame frame;
-    static Memory memory;
-    ryl_drawShow(frame, LOADING, SCENES, memory);
-}
+ShowFrame frame;
+Memory memory;
+void draw() { ryl_drawShow(frame, LOADING, SCENES, memory); }
 
 int main(int argc, char** argv) {
     ryl_setTitle("@NAME@");
