@@ -163,7 +163,7 @@ TEST(RenderTarget, After64OfThemEndsTheProcess) {
     EXPECT_TRUE(result.output.ends_with("62 63 Maximum numbers of fbo's reached.. exiting\n")) << result.output;
 }
 
-TEST(RenderTarget, OfASizeThatTheGlRefusesIsEmptyUntilTheNextSizeAndReportedOnce) {
+TEST(RenderTarget, OfASizeThatTheGlRefusesIsEmptyUntilTheNextSize) {
     openScreen();
     ColourTarget target;
     EXPECT_TRUE(ryl_resizeTarget(target, 8, 4, TargetDepth::bits24));
@@ -171,6 +171,10 @@ TEST(RenderTarget, OfASizeThatTheGlRefusesIsEmptyUntilTheNextSizeAndReportedOnce
     EXPECT_EQ(target.width, 0);
     EXPECT_TRUE(ryl_resizeTarget(target, 4, 8));
     EXPECT_EQ(target.height, 8);
+}
+
+TEST(MotionBlur, ThatCannotBeHadIsReportedOnce) {
+    openScreen();
     EXPECT_EQ(printedBy([] {
                   for (int i = 0; i < 2; ++i) ryl_finishFrame(1 << 20, 4, {.windowGrey = 1}, 0);
               }),
