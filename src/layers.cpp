@@ -1,6 +1,7 @@
 #include "layers.h"
 
 #include "fbo.h"
+#include "live.h"
 #include "picture.h"
 #include "ryl.h"
 
@@ -146,14 +147,17 @@ void setPlace(const PlacedProgram& program, const PictureLayer& layer, int width
 struct FittedOverlay {
     ColourTarget target;
     PictureLayer overlay = {};  // what it was made from
+    int reloads = 0;            // --live: when
 };
 FittedOverlay fitted;
 
 // Callers have bound the frame and set its camera and projection, so that the overlay is turned like the frame. The
 // depth test is off.
 void fitOverlay(const PlacedProgram& program, const PictureLayer& overlay, int width, int height) {
-    if (fitted.overlay == overlay && fitted.target.width == width && fitted.target.height == height) return;
+    const bool isFitted = fitted.overlay == overlay && fitted.reloads == ryl_reloadCount();
+    if (isFitted && fitted.target.width == width && fitted.target.height == height) return;
     fitted.overlay = overlay;
+    fitted.reloads = ryl_reloadCount();
     GLint target = 0;
     glGetIntegerv(GL_FRAMEBUFFER_BINDING_EXT, &target);
     ryl_resizeTarget(fitted.target, width, height);

@@ -35,9 +35,9 @@ using DrawOver = std::function<void()>;
 
 // Draws the layers and then `over`, blends in the kept picture of the frame before, like ryl_blendPicture, keeps the
 // result and shows it. The overlay's texels must not change: the overlay is fitted to the window only when its
-// texture, its place or the window's size changes. Without `over` the layers may be drawn in one pass over the
-// pixels. That pass rounds twice, while drawing them one by one rounds after each, so a component can differ by a
-// level or two of 255.
+// texture, its place or the window's size changes, or when a file was loaded again (live.h). Without `over` the
+// layers may be drawn in one pass over the pixels. That pass rounds twice, while drawing them one by one rounds after
+// each, so a component can differ by a level or two of 255.
 void ryl_finishFrame(int width, int height, const PictureLayers& layers, float blur, const DrawOver& over = {});
 
 // Shows the frame before once more and returns true. Returns false and does nothing if none of this size is kept.

@@ -4,6 +4,7 @@
 #include "fbo.h"
 #include "glm/glm.h"
 #include "layers.h"
+#include "live.h"
 #include "ryl.h"
 #include "scenes/scenes.h"
 #include "textures.h"
@@ -30,6 +31,7 @@ struct Moment {
     int queue;
     float loadingTime, gColor, windowGrey;
     SceneMemory memory;
+    int reloads;
 
     bool operator==(const Moment&) const = default;
 };
@@ -278,9 +280,9 @@ void endFrame(const Demo& demo) {
 // In a pause all frames have the same moment, unless a scene changes what it remembers.
 
 void noteMoment(Demo& demo) {
-    const Moment now = {ryl_Get(RYL_TIME),   ryl_Get(RYL_PAUSED), ryl_Get(RYL_WIDTH),
-                        ryl_Get(RYL_HEIGHT), demo.timeline.queue, demo.timeline.loadingTime,
-                        demo.gColor,         demo.windowGrey,     demo.memory};
+    const Moment now = {ryl_Get(RYL_TIME),   ryl_Get(RYL_PAUSED),       ryl_Get(RYL_WIDTH), ryl_Get(RYL_HEIGHT),
+                        demo.timeline.queue, demo.timeline.loadingTime, demo.gColor,        demo.windowGrey,
+                        demo.memory,         ryl_reloadCount()};
     demo.stillFrames = now == demo.moment ? demo.stillFrames + 1 : 0;
     demo.moment = now;
 }

@@ -23,9 +23,11 @@ constexpr char HELP[] =
     "  --from-frame N       capture from frame N on; earlier frames are not written\n"
     "  --delay MS           show the picture MS milliseconds later than the sound, or earlier: --delay -80\n"
     "  --upright            the key s saves the picture with its top row first\n"
+    "  --live               load shaders, pictures, texts, tracks and the tune again when their file is saved\n"
     "  --help, --version    print this, or the version, and end\n"
     "\n"
-    "Keys: space (pause), left and right (one second), s (screenshot.png), Escape (quit).\n";
+    "Keys: space (pause), left and right (one second), s (screenshot.png), Escape (quit).\n"
+    "Keys of --live: home, end, page up and down (scenes), comma and full stop (frames), l (loops the scene).\n";
 
 constexpr int MIN_SIDE = 2;  // pixels; GLUT never draws a window that is one pixel wide or high
 
@@ -70,6 +72,7 @@ void readOption(std::string_view option, const char* value, Options& options) {
         options.capture = true;
     }
     if (option == "--from-frame") options.fromFrame = frameNumber(value);
+    if (option == "--live") options.live = true;
     if (option == "-s" && value != nullptr) options.scene = std::atoi(value);
     if (option == "--delay") options.delay = delayOf(value);
 }

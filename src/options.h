@@ -19,6 +19,7 @@ struct Options {
     int level = 0;           // PNG compression, the value of "-c"; not judged here
     int scene = 0;           // "-s"
     bool upright = false;    // "--upright": of the saved picture
+    bool live = false;       // "--live"
     int delay = 0;           // "--delay": of the picture against the sound, milliseconds
     int fromFrame = 1;       // "--from-frame": the first that is captured, from 1
 };

@@ -2,6 +2,9 @@
 
 #include "endings.h"
 #include "frame_writer.h"
+#include "live.h"
+#include "live_tune.h"
+#include "live_view.h"
 #include "options.h"
 #include "ryl_sound.h"
 #include "swap_interval.h"
@@ -80,6 +83,7 @@ void takeOptions(const Options& options) {
     UPRIGHT = options.upright ? 1 : 0;
     PICTURE_DELAY = options.delay;
     firstKeptFrame = options.fromFrame;
+    ryl_startLive(options.live && !options.capture);
 }
 
 void printResolution(const PixelSize& asked) {
@@ -275,6 +279,37 @@ void moveClock(int ms) {
         FMOD_Channel_SetPosition(channel0, static_cast<unsigned>(ms), FMOD_TIMEUNIT_MS);
 }
 
+int jumps = 0;  // of ryl_jumpTo
+
+// ---- The tune, saved while it plays -------------------------------------------------------------------------------
+
+constexpr unsigned STREAM = FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM;
+
+// Plays what was saved from the position that was heard last. Returns what is wrong; the tune goes on as it was then.
+std::string reloadMusic(const std::string& filename) {
+    const TuneCopy copy = ryl_copyTune(filename);
+    if (!copy.wrong.empty()) return copy.wrong;
+    FMOD_SOUND* saved = nullptr;
+    FMOD_RESULT result = FMOD_System_CreateSound(system0, copy.path.c_str(), STREAM, nullptr, &saved);
+    if (result == FMOD_OK && channel0 != nullptr) {
+        const int position = soundPosition();
+        result = FMOD_System_PlaySound(system0, FMOD_CHANNEL_FREE, saved, SOUND_PAUSED, &channel0);
+        FMOD_Sound_GetLength(saved, &SONGLENGTH, FMOD_TIMEUNIT_MS);
+        moveClock(std::min(position, static_cast<int>(SONGLENGTH)));
+    }
+    if (result != FMOD_OK) return "[! " + filename + "] " + FMOD_ErrorString(result);
+    sound0 = saved;
+    return "";
+}
+
+// With --live a copy plays, so that the file can be saved while it does.
+std::string fileToPlay(const std::string& filename) {
+    if (!ryl_isLive()) return filename;
+    ryl_reloadOnSave({filename}, [filename] { return reloadMusic(filename); });
+    const TuneCopy copy = ryl_copyTune(filename);
+    return copy.wrong.empty() ? copy.path : filename;
+}
+
 // ---- Text ---------------------------------------------------------------------------------------------------------
 
 // Null without the font file. Callers keep the font, because loading it takes longer than drawing a line.
@@ -353,8 +388,7 @@ void ryl_loadMusic(const char* filename) {
     ryl_fmod_errcheck(FMOD_System_Create(&system0));
     ryl_fmod_errcheck(FMOD_System_GetVersion(system0, &version0));
     ryl_fmod_errcheck(FMOD_System_Init(system0, 1, FMOD_INIT_NORMAL, nullptr));
-    constexpr unsigned STREAM = FMOD_2D | FMOD_SOFTWARE | FMOD_CREATESTREAM;
-    const FMOD_RESULT opened = FMOD_System_CreateSound(system0, filename, STREAM, nullptr, &sound0);
+    const FMOD_RESULT opened = FMOD_System_CreateSound(system0, fileToPlay(filename).c_str(), STREAM, nullptr, &sound0);
     if (opened != FMOD_OK) std::printf("[! %s] the soundtrack does not open.\n", filename);
     ryl_fmod_errcheck(opened);
 }
@@ -378,6 +412,13 @@ void ryl_skipTo(int ms) {
     const bool inSong = SONGLENGTH != 0 && ms >= 0 && ms <= static_cast<int>(SONGLENGTH);
     if (mode() == Mode::silent || inSong) moveClock(ms);
 }
+
+void ryl_jumpTo(int ms) {
+    ++jumps;
+    ryl_skipTo(mode() == Mode::sound ? ms + PICTURE_DELAY : ms);
+}
+
+int ryl_jumpCount(void) { return jumps; }
 
 int ryl_getTime(void) {
     switch (mode()) {
@@ -443,6 +484,7 @@ void ryl_handleKeypress(unsigned char key, int, int) {
         glutLeaveGameMode();
         std::exit(0);
     default:
+        if (ryl_isLive()) ryl_handleLiveKey(key);
         break;
     }
 }
@@ -455,6 +497,7 @@ void ryl_handleSpecialKeys(int key, int, int) {
     if (key == GLUT_KEY_LEFT) moveClock(std::max(back, 0));
     if (key == GLUT_KEY_RIGHT && (endless || (forward < static_cast<int>(SONGLENGTH) && forward < DEMO_LENGTH)))
         moveClock(forward);
+    if (ryl_isLive()) ryl_handleLiveSpecialKey(key);
 }
 
 void ryl_handleResize(int width, int height) {
@@ -478,6 +521,7 @@ void ryl_update(int) {
     }
     // In capture mode nothing releases the silent clock, so it stands still.
     if (SOUND_ON == 0 && SOUND_MUTE_START != 0 && SOUND_MUTE_PAUSE == 0) SOUND_MUTE_TIMER += TICK_MS;
+    if (ryl_isLive()) ryl_updateLive();
     frameDue = true;
     glutPostRedisplay();
     glutTimerFunc(capturing ? AT_ONCE : msToNextTick(), ryl_update, 0);

@@ -39,9 +39,9 @@ extern float SCENE_TIME[MAX_SCENES];  // registered scene lengths, seconds, in o
 // Checks the host, reads the options, opens the window or the full screen, installs the callbacks and enters GLUT's
 // main loop; `display` draws a frame. Returns only when GLUT's loop does.
 // Options: -w WIDTH, -h HEIGHT, -nf (window), -m (silent), -c LEVEL (capture), -s SCENE, --from-frame N, --delay MS,
-// --upright, --help, --version; others are ignored. Ends the process with status -1 if "-c" has no level, if "--from-frame" has
-// no number from 1, or if the GL lacks framebuffer objects or textures of any size. Replaces a size that cannot be
-// used and says so in a "[/]" line.
+// --upright, --live, --help, --version; others are ignored. Ends the process with status -1 if "-c" has no level, if
+// "--from-frame" has no number from 1, or if the GL lacks framebuffer objects or textures of any size. Replaces a
+// size that cannot be used and says so in a "[/]" line.
 void ryl_init(int argc, char** argv, void (*display)(void));
 
 // Sets the window's title, which is "ryl-framework" otherwise; before ryl_init.
@@ -58,6 +58,11 @@ void ryl_loadMusic(const char* filename);
 
 // Starts the demo clock: plays the soundtrack, or releases the silent clock. Does nothing in capture mode.
 void ryl_startMusic(void);
+
+// For work with --live: moves the demo clock to `ms` as ryl_skipTo does, and with it the timeline to the scene that
+// plays then.
+void ryl_jumpTo(int ms);
+int ryl_jumpCount(void);  // how often that was done
 
 // Moves the demo clock to `ms`. Sound: ignored unless the soundtrack has started and 0 <= ms <= SONGLENGTH.
 // Silent: no bounds. Capture: ignored.
@@ -86,6 +91,7 @@ int ryl_keptFrom(void);
 
 // ---- GLUT callbacks -----------------------------------------------------------------------------------------------
 
+// With --live these handle the keys of live_view.h too.
 void ryl_handleKeypress(unsigned char key, int x, int y);  // space, "s", Escape
 void ryl_handleSpecialKeys(int key, int x, int y);         // left and right arrow: one second back, forward
 void ryl_handleResize(int width, int height);              // viewport; 45 degrees, 16/9, near 1, far 200

@@ -34,6 +34,16 @@ long ryl_bytesLeft(std::FILE* file) {
     return std::fseek(file, here, SEEK_SET) == 0 ? end - here : -1;
 }
 
+std::optional<std::string> ryl_readFile(const char* path) {
+    const File file = ryl_openFile(path);
+    if (!file) return std::nullopt;
+    std::string bytes;
+    char block[4096];
+    while (const std::size_t read = std::fread(block, 1, sizeof block, file.get())) bytes.append(block, read);
+    if (std::ferror(file.get()) != 0) return std::nullopt;
+    return bytes;
+}
+
 void ryl_systemCheck(int quiet) {
     std::puts("[*] systemcheck.");
     if constexpr (std::endian::native != std::endian::little) {

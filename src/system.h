@@ -7,6 +7,8 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <string>
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -18,6 +20,9 @@ File ryl_openFile(const char* path);
 
 // Bytes between the file's position and its end; below 0 if that is not known, as with a pipe.
 long ryl_bytesLeft(std::FILE* file);
+
+// The bytes of a file; nothing if it cannot be read.
+std::optional<std::string> ryl_readFile(const char* path);
 
 // Checks byte order and memory before anything else starts. Unless `quiet` is non-zero, ends the process with status
 // -1 on a big-endian host, and reports it if memory cannot be allocated.

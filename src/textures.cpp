@@ -1,5 +1,6 @@
 #include "textures.h"
 
+#include "live.h"
 #include "screenshot.h"
 #include "system.h"
 
@@ -32,19 +33,45 @@ using Words = std::unique_ptr<std::uint32_t[]>;
 // Null if there is no memory.
 Bytes allocateBytes(std::size_t count) { return Bytes(new (std::nothrow) unsigned char[count]); }
 
-GLuint uploadTexture(int width, int height, GLenum format, GLenum type, const void* texels) {
-    GLuint texture = 0;
-    glGenTextures(1, &texture);
-    glBindTexture(GL_TEXTURE_2D, texture);
+// What the GL takes of an image; the sizes are in pixels.
+struct Texels {
+    int width, height;
+    GLenum format, type;
+    const void* data;
+};
+
+// Replaces what the bound texture shows.
+void upload(const Texels& texels) {
     // Rows of three-byte texels have no padding, but by default the GL expects rows of whole words.
     GLint alignment = 0;
     glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, width, height, 0, format, type, texels);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, texels.width, texels.height, 0, texels.format, texels.type, texels.data);
     glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
+}
+
+GLuint makeTexture(const Texels& texels) {
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    upload(texels);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     return texture;
+}
+
+std::string withoutLineEnd(std::string line) {
+    while (line.ends_with('\n')) line.pop_back();
+    return line;
+}
+
+// For files that are saved again: the texture keeps its name, filters and wrap modes.
+void replaceTexture(GLuint texture, const Texels& texels) {
+    GLint bound = 0;
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    upload(texels);
+    glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(bound));
 }
 
 // libgd's colours, row 0 first. Null if there is no memory.
@@ -94,6 +121,10 @@ struct Decoded {
     Words texels = nullptr;
 };
 
+Texels texelsOf(const Decoded& image) {
+    return {image.width, image.height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, image.texels.get()};
+}
+
 Decoded decodePNG(const char* path) {
     const File file = ryl_openFile(path);
     if (!file) return {"file not found.\n"};
@@ -106,6 +137,13 @@ Decoded decodePNG(const char* path) {
                    texels + static_cast<std::size_t>(decoded.width) * static_cast<std::size_t>(decoded.height),
                    texels, texelFromColour);
     return decoded;
+}
+
+std::string reloadPNG(GLuint texture, const std::string& path) {
+    const Decoded image = decodePNG(path.c_str());
+    if (image.failure != nullptr) return withoutLineEnd("[! " + path + "] " + image.failure);
+    replaceTexture(texture, texelsOf(image));
+    return "";
 }
 
 // The images of ryl_decodeAhead that no ryl_loadPNG has taken yet.
@@ -150,6 +188,41 @@ void saveScreenshot(int width, int height, const char* filename, int level, RowO
     ryl_writeScreenshot(shot, ryl_compressScreenshot(shot, level, order), filename, level);
 }
 
+struct TgaImage {
+    std::string failure = {};  // the message; empty if there is an image
+    TgaHeader header = {};
+    Bytes texels = nullptr;  // red, green, blue and perhaps alpha
+};
+
+TgaImage readTga(const std::string& path) {
+    const File file = ryl_openFile(path.c_str());
+    if (!file) return {"[! " + path + "] file not found \n"};
+    TgaImage image;
+    TgaHeader& header = image.header;
+    if (!readTgaHeader(file.get(), header)) return {"[!] Unable to load " + path};
+    if (header.width == 0 || header.height == 0 || (header.depth != 24 && header.depth != 32))
+        return {"[!] " + path + " was a corrupt image =/\n"};
+    const auto pixelBytes = static_cast<std::size_t>(header.depth / 8);
+    const std::size_t size =
+        static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.height) * pixelBytes;
+    image.texels = readBytes(file.get(), size);
+    if (!image.texels) return {"[!] Unable to allocate memory for tga " + path + "...\n"};
+    for (std::size_t i = 0; i < size; i += pixelBytes) std::swap(image.texels[i], image.texels[i + 2]);
+    return image;
+}
+
+Texels texelsOf(const TgaImage& image) {
+    const GLenum format = image.header.depth == 24 ? GL_RGB : GL_RGBA;
+    return {image.header.width, image.header.height, format, GL_UNSIGNED_BYTE, image.texels.get()};
+}
+
+std::string reloadTGA(GLuint texture, const std::string& path) {
+    const TgaImage image = readTga(path);
+    if (!image.failure.empty()) return withoutLineEnd(image.failure);
+    replaceTexture(texture, texelsOf(image));
+    return "";
+}
+
 }  // namespace
 
 void ryl_decodeAhead(const std::vector<std::string>& paths) {
@@ -166,46 +239,27 @@ unsigned ryl_loadPNG(const char* path) {
         std::printf("[! %s] %s", path, image.failure);
         std::exit(-1);
     }
-    return uploadTexture(image.width, image.height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, image.texels.get());
+    const GLuint texture = makeTexture(texelsOf(image));
+    ryl_reloadOnSave({path}, [texture, path = std::string(path)] { return reloadPNG(texture, path); });
+    return texture;
 }
 
 unsigned ryl_loadTGA(const char* path) {
-    File file = ryl_openFile(path);
-    if (!file) {
-        std::printf("[! %s] file not found \n", path);
+    const TgaImage image = readTga(path);
+    if (!image.failure.empty()) {
+        std::fputs(image.failure.c_str(), stdout);
         std::exit(-1);
     }
-    TgaHeader header{};
-    if (!readTgaHeader(file.get(), header)) {
-        file.reset();
-        std::printf("[!] Unable to load %s", path);
-        std::exit(-1);
-    }
-    if (header.width == 0 || header.height == 0 || (header.depth != 24 && header.depth != 32)) {
-        file.reset();
-        std::printf("[!] %s was a corrupt image =/\n", path);
-        std::exit(-1);
-    }
-    const auto pixelBytes = static_cast<std::size_t>(header.depth / 8);
-    const std::size_t size =
-        static_cast<std::size_t>(header.width) * static_cast<std::size_t>(header.height) * pixelBytes;
-    const Bytes texels = readBytes(file.get(), size);
-    file.reset();
-    if (!texels) {
-        std::printf("[!] Unable to allocate memory for tga %s...\n", path);
-        std::exit(-1);
-    }
-    for (std::size_t i = 0; i < size; i += pixelBytes) std::swap(texels[i], texels[i + 2]);
-    const GLuint texture = uploadTexture(header.width, header.height, header.depth == 24 ? GL_RGB : GL_RGBA,
-                                         GL_UNSIGNED_BYTE, texels.get());
+    const GLuint texture = makeTexture(texelsOf(image));
     std::printf("[*] texture %s loaded...\n", path);
+    ryl_reloadOnSave({path}, [texture, path = std::string(path)] { return reloadTGA(texture, path); });
     return texture;
 }
 
 unsigned ryl_loadBlack(void) {
     constexpr int SIDE = 512;
     static constexpr std::array<unsigned char, static_cast<std::size_t>(SIDE) * SIDE * 3> BLACK_TEXELS{};
-    return uploadTexture(SIDE, SIDE, GL_RGB, GL_UNSIGNED_BYTE, BLACK_TEXELS.data());
+    return makeTexture({SIDE, SIDE, GL_RGB, GL_UNSIGNED_BYTE, BLACK_TEXELS.data()});
 }
 
 void ryl_screenshot(int width, int height, const char* filename, int level) {

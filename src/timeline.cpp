@@ -73,6 +73,14 @@ SceneStart ryl_sceneAt(std::span<const float> lengths, float time) {
     return found;
 }
 
+void ryl_followJump(Timeline& timeline, std::span<const float> lengths) {
+    if (timeline.jumps == ryl_jumpCount()) return;
+    timeline.jumps = ryl_jumpCount();
+    const auto [scene, start] = ryl_sceneAt(lengths, static_cast<float>(ryl_Get(RYL_TIME) / 1000.0));
+    timeline.queue = scene;
+    timeline.loadingTime = start;
+}
+
 float ryl_fade(float t, float end, float in, float out) {
     const float shown = in > 0 ? t / in : 1, left = out > 0 ? (end - t) / out : 1;
     return std::clamp(std::min(shown, left), 0.0f, 1.0f);

@@ -1,6 +1,6 @@
 // timeline.h - the order of a show: loading steps behind a bar, then scenes that take over from each other
 //
-//   struct Show { int l_model = 0, l_tune = 0; GLMmodel* model = nullptr; };   // what outlives a frame is the caller's
+//   struct Show { int l_model = 0, l_tune = 0; GLMmodel* model = nullptr; };  // what outlives a frame is the caller's
 //   constexpr LoadStep<Show> LOADING[] = {{&Show::l_model, loadModel}, {&Show::l_tune, loadTune}};
 //   constexpr TimelineScene<Show> SCENES[] = {{10.4f, drawField}, {20, drawModel}};
 //
@@ -30,6 +30,7 @@ struct Timeline {
     int queue = -1;             // the current scene; out of range while loading, before the first, after the last
     int songStartPosition = 0;  // where the start scene begins, ms of demo time
     float loadingTime = 0;      // where the current scene begins, seconds of demo time
+    int jumps = 0;              // of ryl_jumpTo that it has followed
 };
 
 // A step of loading; a frame takes one, so that the bar moves between them.
@@ -89,6 +90,9 @@ struct SceneStart {
 // The scene that plays at a demo time, in seconds, if all of them play in their order; beyond the end their number.
 SceneStart ryl_sceneAt(std::span<const float> lengths, float time);
 
+// Goes to the scene that plays at the demo time, if ryl_jumpTo has moved the clock.
+void ryl_followJump(Timeline& timeline, std::span<const float> lengths);
+
 // How much of a scene to show, 0 to 1, if it fades in over its first `in` seconds and out over the last `out` seconds
 // before `end`; 0: at once.
 float ryl_fade(float t, float end, float in, float out);
@@ -112,6 +116,7 @@ void ryl_startTimeline(Timeline& timeline, const Scene (&scenes)[SCENES]) {
 template <typename Scene, std::size_t SCENES, typename Play>
 bool ryl_playScenes(Timeline& timeline, const Scene (&scenes)[SCENES], Play play) {
     const std::array<float, SCENES> lengths = ryl_sceneLengths(scenes);
+    ryl_followJump(timeline, lengths);
     for (int k = 0; k < static_cast<int>(SCENES); ++k) {
         if (timeline.queue != k) continue;
         const float t = ryl_sceneTime(timeline);

@@ -13,6 +13,7 @@ namespace {
 
 float demoTime = 0, startWith = 0;  // ms; "-s"
 bool isCapturing = false;
+int jumps = 0;
 
 struct Row {
     float sceneTime;
@@ -47,6 +48,7 @@ constexpr LoadStep<Loads> STEPS[] = {{&Loads::first, [](Loads& loads) { ++loads.
 float ryl_Get(int selector) { return selector == RYL_TIME ? demoTime : startWith; }
 void ryl_setDemoLength(float) {}
 void ryl_startMusic() {}
+int ryl_jumpCount() { return jumps; }
 void ryl_skipTo(int ms) { demoTime = isCapturing ? demoTime : static_cast<float>(ms); }
 
 TEST(Timeline, LoadsAStepAFrameAndIsReadyWithAFullBar) {
@@ -104,6 +106,17 @@ TEST(Timeline, FallsBackToTheFirstSceneWhereTheClockCannotBeMoved) {
     EXPECT_EQ(playedAt(timeline, 825), "2 -29175");
     EXPECT_EQ(playedAt(timeline, 850), "1 -8750");
     EXPECT_EQ(playedAt(timeline, 875), "0 1675");
+}
+
+TEST(Timeline, FollowsAJumpStraightToTheScene) {
+    Timeline timeline = startAt(2);
+    EXPECT_EQ(playedAt(timeline, 30000), "2 0");
+    ++jumps;
+    EXPECT_EQ(playedAt(timeline, 30700), "1 20300") << "not 700 ms into the scene that began early";
+    ++jumps;
+    EXPECT_EQ(playedAt(timeline, 10401), "1 1");
+    ++jumps;
+    EXPECT_EQ(playedAt(timeline, 0), "0 0");
 }
 
 TEST(Timeline, FadesInAndOut) {

@@ -3,6 +3,7 @@
 #include "glm/glm.h"
 #include "models.h"
 #include "textures.h"
+#include "tracks.h"
 
 #include <png.h>
 
@@ -33,6 +34,10 @@ void feedLibrary(decltype(glmReadPNG)* read) {
 [[maybe_unused]] void ppm() { feedLibrary(glmReadPPM); }
 [[maybe_unused]] void tga() {
     goesOn([] { ryl_loadTGA(PATH); });
+}
+[[maybe_unused]] void tracks() {
+    goesOn([] { ryl_loadTracks(PATH); });
+    for (const double t : {-1.0, 0.5, 4.0, 0.5, 1e9}) ryl_track("a", t);
 }
 [[maybe_unused]] void probe() {
     goesOn([] { ryl_loadObjModel(PATH); });  // a model, and its library when it names itself

@@ -1,5 +1,7 @@
 // Without a context the GL does nothing. With these the library goes on, and GLU resamples its images, for which it
 // asks for the alignment of rows.
+#include "live.h"
+
 #include <GL/glu.h>
 
 namespace {
@@ -19,3 +21,6 @@ void glGetIntegerv(GLenum name, GLint* value) {
 }
 
 GLint gluBuild2DMipmaps(GLenum, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*) { return 0; }
+
+// Nothing is loaded again here.
+void ryl_reloadOnSave(const std::vector<std::string>&, LoadAgain) {}

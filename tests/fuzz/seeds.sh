@@ -2,7 +2,7 @@
 # Writes the inputs that fuzzing starts from: seeds.sh FOLDER makes a folder in it for each target. Each fault that is
 # mended gets its input here.
 set -euo pipefail
-mkdir -p "$1"/{mp3,obj,operations,png,ppm,probe,tga}
+mkdir -p "$1"/{mp3,obj,operations,png,ppm,probe,tga,tracks}
 cd "$1"
 
 images=(-frames:v 1 ppm/image.ppm -frames:v 1 -pix_fmt rgb24 -flags ildct png/interlaced.png)
@@ -18,6 +18,8 @@ printf 'P6\n# c\n 1\n2\n\n255 x\n123456' >ppm/lines.ppm
 printf 'x mtllib file.mtl\nnewmtl a\n' >probe/itself.obj
 printf '.mtl mtllib\n' >probe/early.obj
 for i in 1 2 3 4; do seq "$i" 999 | gzip -n | tail -c +20 | head -c 200 >operations/$i; done
+
+printf 'tempo 120\ntrack a # c\n0 1\n1 2 linear\n4 -1e3 smooth\n9 .5 ramp\ntrack b\n-1 0\n' >tracks/curves
 
 points='v 0 0 0\nv 1.5 0 -1\nv 0 +1000 0.25\nv 1 1 1 1\nvn 0 0 1\nvt 0 1\nvt .5\n'
 printf "%b" "${points}g o b\nf 1 2 3\ng b\nf 1//1 2//-1 3//1 4//1\ns 1\nf 1/1 2/2 3/1#\n" >obj/forms.obj

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -150,6 +152,34 @@ TEST(Keys, PauseSeekScreenshotAndQuit) {
     pressKey("Escape");
     EXPECT_EQ(program.finish(), 0) << program.output();
     EXPECT_EQ(imageSize(program.path() / "screenshot.png"), "200x120");
+}
+
+TEST(Keys, OfLiveGoBySceneAndByFrameAndLoop) {
+    setenv("RYL_SOUND", "none", 1);
+    RunningProgram program("--live -nf -w 200 -h 120", "SCENE_TIME[9]");
+    pressKey("space");
+    ASSERT_TRUE(program.waitForLine("PAUSED AT : ")) << program.output();
+    const struct {
+        const char* key;
+        int time;
+    } presses[] = {{"Next", 10401}, {"period", 10426}, {"Prior", 0}, {"Next", 10401}, {"comma", 10376}};
+    for (const auto& [key, time] : presses) {
+        pressKey(key);
+        EXPECT_TRUE(program.waitForLine("PAUSED AT : " + std::to_string(time) + "ms\n")) << key << program.output();
+    }
+    pressKey("l");
+    EXPECT_TRUE(program.waitForLine("[*] looping scene 0\n")) << program.output();
+    pressKey("space");  // 25 ms before the end of the scene
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    pressKey("space");
+    int time = 10376;
+    while (time == 10376) {
+        ASSERT_TRUE(program.waitForLine("PAUSED AT : ")) << program.output();
+        time = std::atoi(program.output().substr(program.output().rfind("AT : ") + 5).c_str());
+    }
+    EXPECT_LT(time, 10376);
+    pressKey("Escape");
+    EXPECT_EQ(program.finish(), 0) << program.output();
 }
 
 TEST(FullScreen, CoversTheScreenWithoutAWindowManager) {
