@@ -388,7 +388,8 @@ void ryl_loadMusic(const char* filename) {
     ryl_fmod_errcheck(FMOD_System_Create(&system0));
     ryl_fmod_errcheck(FMOD_System_GetVersion(system0, &version0));
     ryl_fmod_errcheck(FMOD_System_Init(system0, 1, FMOD_INIT_NORMAL, nullptr));
-    const FMOD_RESULT opened = FMOD_System_CreateSound(system0, fileToPlay(filename).c_str(), STREAM, nullptr, &sound0);
+    const FMOD_RESULT opened =
+        FMOD_System_CreateSound(system0, fileToPlay(filename).c_str(), STREAM, nullptr, &sound0);
     if (opened != FMOD_OK) std::printf("[! %s] the soundtrack does not open.\n", filename);
     ryl_fmod_errcheck(opened);
 }

@@ -1,18 +1,23 @@
 #include "shader.h"
 
+#include "live.h"
 #include "system.h"
 
 #include <GL/glew.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 shaderEntry shader[MAX_SHADERS] = {};
 int CURRENT_ID = -1;
@@ -137,6 +142,159 @@ void setGeometryParameters(GLuint program, int inputType, int outputType) {
     glProgramParameteriEXT(program, GL_GEOMETRY_OUTPUT_TYPE_EXT, outputType);
 }
 
+// ---- Loading again ------------------------------------------------------------------------------------------------
+
+// What a program was made from.
+struct Made {
+    std::string geometryPath, vertexPath, fragmentPath;  // empty: without the stage
+    int inputType, outputType;                           // of the geometry stage
+};
+
+// The log without its last line end.
+std::string logOf(GLuint object) {
+    GLint length = 0;
+    glGetObjectParameterivARB(object, GL_OBJECT_INFO_LOG_LENGTH_ARB, &length);
+    std::string log(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    if (length > 0) glGetInfoLogARB(object, length, nullptr, log.data());
+    while (!log.empty() && (log.back() == '\0' || log.back() == '\n')) log.pop_back();
+    return log;
+}
+
+bool hasSucceeded(GLuint object, GLenum what) {
+    GLint done = 0;
+    glGetObjectParameterivARB(object, what, &done);
+    return done != 0;
+}
+
+void deleteObjects(const shaderEntry& entry) {
+    for (const GLuint object : {entry.vertexObject, entry.fragmentObject, entry.geometryObject, entry.program})
+        if (object != 0) glDeleteObjectARB(object);
+    for (char* source : {entry.vertexSource, entry.fragmentSource, entry.geometrySource}) std::free(source);
+}
+
+// Compiles a file for `made` and attaches it. Returns what is wrong.
+std::string addStage(shaderEntry& made, const std::string& path, GLenum stage, char*& source, unsigned& object) {
+    if (path.empty()) return "";
+    const std::optional<std::string> text = ryl_readFile(path.c_str());
+    if (!text) return "[! " + path + "] file not found.";
+    source = strdup(text->c_str());
+    if (source == nullptr) return "[! " + path + "] there is no memory for it.";
+    if (stage == GL_GEOMETRY_SHADER_EXT && !takesGeometryStage(source)) return "";
+    object = compile(stage, source);
+    if (!hasSucceeded(object, GL_OBJECT_COMPILE_STATUS_ARB)) return "[! " + path + "] " + logOf(object);
+    glAttachObjectARB(made.program, object);
+    return "";
+}
+
+// Builds the program once more. Returns what is wrong.
+std::string build(shaderEntry& entry, const Made& made) {
+    entry.program = glCreateProgramObjectARB();
+    std::string wrong =
+        addStage(entry, made.geometryPath, GL_GEOMETRY_SHADER_EXT, entry.geometrySource, entry.geometryObject);
+    if (wrong.empty())
+        wrong = addStage(entry, made.vertexPath, GL_VERTEX_SHADER_ARB, entry.vertexSource, entry.vertexObject);
+    if (wrong.empty())
+        wrong =
+            addStage(entry, made.fragmentPath, GL_FRAGMENT_SHADER_ARB, entry.fragmentSource, entry.fragmentObject);
+    if (!wrong.empty()) return wrong;
+    if (entry.geometryObject != 0 && hasGeometryExtension())
+        setGeometryParameters(entry.program, made.inputType, made.outputType);
+    glLinkProgramARB(entry.program);
+    if (hasSucceeded(entry.program, GL_OBJECT_LINK_STATUS_ARB)) return "";
+    const std::string& path = made.fragmentPath.empty() ? made.vertexPath : made.fragmentPath;
+    return "[! " + path + "] " + logOf(entry.program);
+}
+
+using SendFloats = void (*)(GLint, const GLfloat*);
+using SendIntegers = void (*)(GLint, const GLint*);
+
+// How to send one value of a type of GLSL. Samplers, which are many, are integers.
+struct UniformType {
+    GLenum type;
+    SendFloats floats;
+    SendIntegers integers;
+};
+constexpr UniformType UNIFORM_TYPES[] = {
+    {GL_FLOAT, [](GLint at, const GLfloat* v) { glUniform1fv(at, 1, v); }, nullptr},
+    {GL_FLOAT_VEC2, [](GLint at, const GLfloat* v) { glUniform2fv(at, 1, v); }, nullptr},
+    {GL_FLOAT_VEC3, [](GLint at, const GLfloat* v) { glUniform3fv(at, 1, v); }, nullptr},
+    {GL_FLOAT_VEC4, [](GLint at, const GLfloat* v) { glUniform4fv(at, 1, v); }, nullptr},
+    {GL_FLOAT_MAT2, [](GLint at, const GLfloat* v) { glUniformMatrix2fv(at, 1, GL_FALSE, v); }, nullptr},
+    {GL_FLOAT_MAT3, [](GLint at, const GLfloat* v) { glUniformMatrix3fv(at, 1, GL_FALSE, v); }, nullptr},
+    {GL_FLOAT_MAT4, [](GLint at, const GLfloat* v) { glUniformMatrix4fv(at, 1, GL_FALSE, v); }, nullptr},
+    {GL_INT_VEC2, nullptr, [](GLint at, const GLint* v) { glUniform2iv(at, 1, v); }},
+    {GL_INT_VEC3, nullptr, [](GLint at, const GLint* v) { glUniform3iv(at, 1, v); }},
+    {GL_INT_VEC4, nullptr, [](GLint at, const GLint* v) { glUniform4iv(at, 1, v); }},
+    {GL_BOOL_VEC2, nullptr, [](GLint at, const GLint* v) { glUniform2iv(at, 1, v); }},
+    {GL_BOOL_VEC3, nullptr, [](GLint at, const GLint* v) { glUniform3iv(at, 1, v); }},
+    {GL_BOOL_VEC4, nullptr, [](GLint at, const GLint* v) { glUniform4iv(at, 1, v); }},
+    {0, nullptr, [](GLint at, const GLint* v) { glUniform1iv(at, 1, v); }},
+};
+
+// Gives the program in use, `to`, the value that `from` has under this name.
+void copyUniform(GLuint from, GLuint to, const std::string& name, GLenum type) {
+    constexpr std::size_t MOST = 16;
+    const GLint here = glGetUniformLocation(from, name.c_str()), there = glGetUniformLocation(to, name.c_str());
+    if (here < 0 || there < 0) return;
+    const auto* const known = std::find_if(std::begin(UNIFORM_TYPES), std::end(UNIFORM_TYPES) - 1,
+                                           [&](const UniformType& row) { return row.type == type; });
+    GLfloat floats[MOST] = {};
+    GLint integers[MOST] = {};
+    if (known->floats != nullptr) {
+        glGetUniformfv(from, here, floats);
+        known->floats(there, floats);
+    } else {
+        glGetUniformiv(from, here, integers);
+        known->integers(there, integers);
+    }
+}
+
+// What was set once, while loading, stays set. A uniform of another type than before starts at 0.
+void copyUniforms(GLuint from, GLuint to) {
+    GLint count = 0;
+    glGetProgramiv(from, GL_ACTIVE_UNIFORMS, &count);
+    for (GLint i = 0; i < count; ++i) {
+        GLchar text[256] = {};
+        GLint elements = 0;
+        GLenum type = 0;
+        glGetActiveUniform(from, static_cast<GLuint>(i), sizeof text, nullptr, &elements, &type, text);
+        const std::string name = std::string(text).substr(0, std::string_view(text).rfind('['));
+        for (GLint k = 0; k < elements; ++k)
+            copyUniform(from, to, elements > 1 ? name + "[" + std::to_string(k) + "]" : text, type);
+    }
+    while (glGetError() != GL_NO_ERROR) continue;
+}
+
+std::string loadAgain(int id, const Made& made) {
+    shaderEntry built = {};
+    const std::string wrong = build(built, made);
+    if (!wrong.empty()) {
+        deleteObjects(built);
+        return wrong;
+    }
+    GLint used = 0;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &used);
+    glUseProgramObjectARB(built.program);
+    copyUniforms(shader[id].program, built.program);
+    const bool wasUsed = static_cast<GLuint>(used) == shader[id].program;
+    glUseProgramObjectARB(wasUsed ? built.program : static_cast<GLuint>(used));
+    deleteObjects(shader[id]);
+    shader[id] = built;
+    uniforms[id].clear();
+    attributes[id].clear();
+    return "";
+}
+
+void loadAgainOnSave(int id, const char* geometryPath, const char* vertexPath, const char* fragmentPath,
+                     int inputType, int outputType) {
+    const auto orNone = [](const char* path) { return std::string(path != nullptr ? path : ""); };
+    const Made made = {orNone(geometryPath), orNone(vertexPath), orNone(fragmentPath), inputType, outputType};
+    std::vector<std::string> paths;
+    for (const std::string& path : {made.geometryPath, made.vertexPath, made.fragmentPath})
+        if (!path.empty()) paths.push_back(path);
+    ryl_reloadOnSave(paths, [id, made] { return loadAgain(id, made); });
+}
+
 }  // namespace
 
 char* loadFile(const char* path) {
@@ -179,6 +337,7 @@ int ryl_loadShader(const char* vertexPath, const char* fragmentPath) {
     attachVertexAndFragment(entry, vertexPath, fragmentPath);
     link(id);
     printLogs(entry, vertexPath, fragmentPath);
+    loadAgainOnSave(id, nullptr, vertexPath, fragmentPath, 0, 0);
     trace("returning CURRENT_ID");
     return id;
 }
@@ -204,6 +363,7 @@ int ryl_loadSuperShader(const char* geometryPath, const char* vertexPath, const 
     link(id);
     if (withGeometry) printLog(entry.geometryObject, "[/] " + std::string(geometryPath) + " failed.");
     printLogs(entry, vertexPath, fragmentPath);
+    loadAgainOnSave(id, geometryPath, vertexPath, fragmentPath, inputType, outputType);
     trace("returning CURRENT_ID");
     return id;
 }

@@ -7,6 +7,7 @@
 #include "printed.h"
 #include "ryl.h"
 #include "ryl_sound.h"
+#include "shader.h"
 #include "temp_dir.h"
 #include "texts.h"
 #include "textures.h"
@@ -112,6 +113,39 @@ TEST(Live, PicturesKeepTheirTextureAndTheLastGoodImage) {
     }
     EXPECT_EQ(shown(texture), RED_PIXEL);
     EXPECT_EQ(ryl_loadBlack(), std::max(texture, other) + 1) << "no other texture was made";
+}
+
+std::string fragment(const std::string& colour) {
+    return "uniform float level;\nvoid main() { gl_FragColor = " + colour + "; }\n";
+}
+
+TEST(Live, ShadersKeepTheirIdTheirUniformsAndTheLastGoodProgram) {
+    openWindow();
+    const TempDir dir;
+    const std::string path = dir.write("a.frag", fragment("vec4(level, 0.0, 0.0, 1.0)"));
+    const int id = ryl_loadShader(nullptr, path.c_str());
+    const float level = 1;
+    ryl_enableShader(id);
+    ryl_shader_sendUniformValue(id, "level", &level, 1);  // once
+    const auto drawn = [] {
+        glRectf(-1, -1, 1, 1);
+        return pixelAt(SIDE / 2, SIDE / 2);
+    };
+    glDisable(GL_DEPTH_TEST);
+    EXPECT_EQ(drawn(), RED_PIXEL);
+    for (int save = 0; save < 200; ++save) {
+        dir.write("a.frag", fragment(save % 2 == 0 ? "vec4(level, 0.0, 0.0, 1.0)" : "vec4(0.0, level, 0.0, 1.0)"));
+        ASSERT_TRUE(reloads());
+    }
+    EXPECT_EQ(drawn(), GREEN_PIXEL);
+    dir.write("a.frag", fragment("vec4(level)") + "x");
+    EXPECT_NE(printedBy([] { EXPECT_TRUE(reloads()); }).find("[! " + path + "] "), std::string::npos);
+    EXPECT_EQ(drawn(), GREEN_PIXEL);
+    dir.write("a.frag", fragment("vec4(level, 0.0, 0.0, 1.0)"));
+    ASSERT_TRUE(reloads());
+    EXPECT_EQ(ryl_liveErrors(), "");
+    EXPECT_EQ(drawn(), RED_PIXEL);
+    EXPECT_EQ(CURRENT_ID, id);
 }
 
 TEST(Live, TextsAndTracksAreLoadedAgainUnlessTheyAreWrong) {
