@@ -57,7 +57,7 @@ TEST(Archive, PlaysWhereverItIsUnpackedAndSavesWhereItIsStarted) {
 }
 
 TEST(DebianPackage, PlaysWhereverItIsUnpackedAndSavesWhereItIsStarted) {
-    playFrom("DEB", "dpkg-deb -x ../made/*.deb .", "usr/games/ryl");
+    playFrom("DEB", "dpkg-deb -x ../made/ryl_*.deb .", "usr/games/ryl");
 }
 
 }  // namespace
