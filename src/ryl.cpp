@@ -64,7 +64,8 @@ Mode mode() {
     return SOUND_ON != 0 ? Mode::sound : Mode::silent;
 }
 
-int firstKeptFrame = 1;  // "--from-frame"
+int firstKeptFrame = 1;    // "--from-frame"
+bool workingLive = false;  // "--live", whether or not it is given
 
 // ---- Start-up -----------------------------------------------------------------------------------------------------
 
@@ -83,7 +84,7 @@ void takeOptions(const Options& options) {
     UPRIGHT = options.upright ? 1 : 0;
     PICTURE_DELAY = options.delay;
     firstKeptFrame = options.fromFrame;
-    ryl_startLive(options.live && !options.capture);
+    ryl_startLive((options.live || workingLive) && !options.capture);
 }
 
 void printResolution(const PixelSize& asked) {
@@ -366,6 +367,8 @@ void ryl_init(int argc, char** argv, void (*display)(void)) {
 }
 
 void ryl_setTitle(const char* title) { windowTitle = title; }
+
+void ryl_workLive(void) { workingLive = true; }
 
 void ryl_initRendering(void) {
     glutSetCursor(GLUT_CURSOR_NONE);

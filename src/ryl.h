@@ -47,6 +47,9 @@ void ryl_init(int argc, char** argv, void (*display)(void));
 // Sets the window's title, which is "ryl-framework" otherwise; before ryl_init.
 void ryl_setTitle(const char* title);
 
+// From ryl_init on the program does what "--live" asks for, whether or not it is given; before ryl_init.
+void ryl_workLive(void);
+
 // Sets the fixed GL state named above, hides the pointer, loads the GL entry points. Needs a current context.
 void ryl_initRendering(void);
 

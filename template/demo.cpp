@@ -5,21 +5,19 @@
 #include "ryl.h"
 #include "shader.h"
 #include "show.h"
+#include "texts.h"
 
 #include <GL/freeglut.h>
-#include <fstream>
-#include <string>
 
 struct Memory {
     int l_files = 0;  // a loading step: not 0 if done
-    std::string text;
+    const std::string* text = nullptr;
     unsigned model = 0;  // display list
     int shader = 0;
 };
 
 void loadFiles(Memory& memory) {
-    std::ifstream file("data/text.txt");
-    std::getline(file, memory.text);
+    memory.text = &ryl_loadText("data/text.txt");
     GLMmodel* model = glmReadOBJ("models/cube.obj");
     glmVertexNormals(model, 60, false);  // edges flatter than 60 degrees are smooth
     memory.model = glmList(model, GLM_SMOOTH | GLM_MATERIAL);
@@ -40,7 +38,7 @@ void drawField(float t, Memory& memory) {  // t: seconds since the scene began
     }
     ryl_setLight0(0);
     glColor3f(1, 0.9f, 0.7f);
-    ryl_drawPolygonText(memory.text.c_str(), 12 - 5 * t, 9, 0);
+    ryl_drawPolygonText(memory.text->c_str(), 12 - 5 * t, 9, 0);
 }
 
 void drawModel(float t, Memory& memory) {
@@ -76,5 +74,6 @@ void draw() { ryl_drawShow(frame, LOADING, SCENES, memory); }
 
 int main(int argc, char** argv) {
     ryl_setTitle("@NAME@");
+    ryl_workLive();  // --live without being asked; leave this out of what you give away
     ryl_init(argc, argv, draw);
 }
