@@ -56,7 +56,8 @@ constexpr std::array<ErrorText, 11> ERROR_TEXTS = {{
     {FMOD_ERR_RESOURCES, "There is no memory, thread or decoder."},
 }};
 
-// All systems, which hold everything that is ever made. Nothing is freed, because threads use it until the process ends.
+// All systems, which hold everything that is ever made. Nothing is freed, because threads use it until the process
+// ends.
 FMOD_SYSTEM* systems = nullptr;
 
 void stopAtExit() {
