@@ -75,35 +75,6 @@ bool isPaused(Program& program) {
 
 // ---- An X server with modes ---------------------------------------------------------------------------------------
 
-constexpr char MODES[] = R"(
-Section "ServerFlags"
-    Option "AutoAddDevices" "false"
-    Option "AutoAddGPU" "false"
-EndSection
-Section "Device"
-    Identifier "card"
-    Driver "dummy"
-    VideoRam 32768
-EndSection
-Section "Monitor"
-    Identifier "monitor"
-    HorizSync 5-1000
-    VertRefresh 5-200
-    Modeline "1600x1000" 192.00 1600 1712 1880 2160 1000 1003 1009 1060
-    Modeline "1280x800" 107.70 1280 1368 1504 1728 800 801 804 831
-    Modeline "1024x768" 81.80 1024 1080 1192 1360 768 769 772 802
-EndSection
-Section "Screen"
-    Identifier "screen"
-    Device "card"
-    Monitor "monitor"
-    DefaultDepth 24
-    SubSection "Display"
-        Modes "1600x1000" "1280x800" "1024x768"
-    EndSubSection
-EndSection
-)";
-
 // Such as "1600x1000"; the size that clients are told may be another.
 std::string mode() { return run("xvidtune -show | awk -F'\"' '{ printf $2 }'").output; }
 
@@ -113,8 +84,8 @@ void playInMode(const std::string& wanted, const std::string& options, int statu
     if (const std::string lacking = missing({"Xorg", "xvidtune"}); !lacking.empty())
         GTEST_SKIP() << "There is no " << lacking << " here.";
     const TempDir folder;
-    if (!startPrivateServer({"Xorg", "-displayfd", "3", "-config", folder.write("modes.conf", MODES), "-logfile",
-                             folder.path() / "log", "-noreset", "-nolisten", "tcp"}))
+    if (!startPrivateServer({"Xorg", "-displayfd", "3", "-config", RYL_MODES, "-logfile", folder.path() / "log",
+                             "-noreset", "-nolisten", "tcp"}))
         GTEST_SKIP() << "Xorg does not start here with the dummy driver:\n" << readFile(folder.path() / "log");
     ASSERT_EQ(mode(), "1600x1000");
     RunningProgram program("-m " + options, "song start pos");
