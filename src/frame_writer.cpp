@@ -3,6 +3,7 @@
 #include "screenshot.h"
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <array>
 #include <condition_variable>
@@ -24,6 +25,9 @@ struct Frame {
 };
 
 constexpr std::size_t WRITERS = 2;  // on a graphics card compressing takes longer than drawing
+
+// Compressing gives way to drawing, and fills the gaps where the renderer uses fewer processors than there are.
+constexpr int WRITER_NICENESS = 19;
 
 // A ring. The calling thread owns the places from handedOver up to written + RYL_FRAMES_AT_ONCE; the writers own
 // those from written up to taken.
@@ -50,6 +54,7 @@ void writeFrame(const Frame& frame, const CompressedPng& png) {
 
 // Each writer compresses one frame alone and then waits for its turn to write it.
 void writeFrames(Queue& queue) {
+    [[maybe_unused]] const int niceness = nice(WRITER_NICENESS);  // on Linux that of this thread and those it starts
     std::unique_lock lock(queue.mutex);
     for (;;) {
         queue.changed.wait(lock, [&] { return queue.over || queue.taken != queue.handedOver; });
