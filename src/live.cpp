@@ -99,9 +99,9 @@ void loadAgain(Loaded& loaded) {
 
 }  // namespace
 
-void ryl_reloadOnSave(const std::vector<std::string>& paths, LoadAgain load) {
+void ryl_reloadOnSave(const std::vector<std::string>& paths, LoadAgain load, const std::string& wrong) {
     if (state == State::off) return;
-    loads.push_back({paths, std::move(load)});
+    loads.push_back({paths, std::move(load), {}, wrong});
     if (state == State::on) watchFiles(loads.back());
 }
 

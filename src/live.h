@@ -16,7 +16,8 @@
 using LoadAgain = std::function<std::string()>;
 
 // Calls `load` after any of the files has been saved: closed after writing, or renamed into place, and not empty.
-void ryl_reloadOnSave(const std::vector<std::string>& paths, LoadAgain load);
+// `wrong` is what is wrong with the files already, so that it is shown.
+void ryl_reloadOnSave(const std::vector<std::string>& paths, LoadAgain load, const std::string& wrong = "");
 
 // Called by ryl_init with whether --live is given. Calls of ryl_reloadOnSave before it are kept until then.
 void ryl_startLive(bool live);

@@ -24,6 +24,7 @@ constexpr std::size_t MOST_LINES = 12;
 
 int programWindow = 0, errorWindow = 0;  // GLUT's numbers; 0 before they are known
 std::string shownErrors;
+int shownWidth = 0;  // of the program's window
 
 // What is shown, in lines that fit into a window of this width; at most MOST_LINES.
 std::vector<std::string> shownLines(int width) {
@@ -73,9 +74,10 @@ void openErrorWindow() {
 }
 
 void showErrors(const std::string& errors) {
-    if (errors == shownErrors) return;
-    shownErrors = errors;
     const int width = glutGet(GLUT_WINDOW_WIDTH);
+    if (errors == shownErrors && (errors.empty() || width == shownWidth)) return;
+    shownErrors = errors;
+    shownWidth = width;
     const auto lines = static_cast<int>(shownLines(width).size());
     if (errorWindow == 0) openErrorWindow();
     glutSetWindow(errorWindow);

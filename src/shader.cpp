@@ -172,8 +172,27 @@ void deleteObjects(const shaderEntry& entry) {
     for (char* source : {entry.vertexSource, entry.fragmentSource, entry.geometrySource}) std::free(source);
 }
 
-// Compiles a file for `made` and attaches it. Returns what is wrong.
-std::string addStage(shaderEntry& made, const std::string& path, GLenum stage, char*& source, unsigned& object) {
+// What is wrong with a program that has been built: the log of the first stage that does not compile, or of linking.
+std::string wrongWith(const shaderEntry& entry, const Made& made) {
+    const struct {
+        const std::string& path;
+        GLuint object;
+    } stages[] = {{made.geometryPath, entry.geometryObject},
+                  {made.vertexPath, entry.vertexObject},
+                  {made.fragmentPath, entry.fragmentObject}};
+    std::string last;
+    for (const auto& [path, object] : stages) {
+        if (path.empty()) continue;
+        last = path;
+        if (object != 0 && !hasSucceeded(object, GL_OBJECT_COMPILE_STATUS_ARB))
+            return "[! " + path + "] " + logOf(object);
+    }
+    const bool linked = hasSucceeded(entry.program, GL_OBJECT_LINK_STATUS_ARB);
+    return linked ? "" : "[! " + last + "] " + logOf(entry.program);
+}
+
+// Compiles a file and attaches it. Returns what is wrong if it cannot be read.
+std::string addStage(GLuint program, const std::string& path, GLenum stage, char*& source, unsigned& object) {
     if (path.empty()) return "";
     const std::optional<std::string> text = ryl_readFile(path.c_str());
     if (!text) return "[! " + path + "] file not found.";
@@ -181,28 +200,25 @@ std::string addStage(shaderEntry& made, const std::string& path, GLenum stage, c
     if (source == nullptr) return "[! " + path + "] there is no memory for it.";
     if (stage == GL_GEOMETRY_SHADER_EXT && !takesGeometryStage(source)) return "";
     object = compile(stage, source);
-    if (!hasSucceeded(object, GL_OBJECT_COMPILE_STATUS_ARB)) return "[! " + path + "] " + logOf(object);
-    glAttachObjectARB(made.program, object);
+    glAttachObjectARB(program, object);
     return "";
 }
 
 // Builds the program once more. Returns what is wrong.
 std::string build(shaderEntry& entry, const Made& made) {
-    entry.program = glCreateProgramObjectARB();
+    const GLuint program = entry.program = glCreateProgramObjectARB();
     std::string wrong =
-        addStage(entry, made.geometryPath, GL_GEOMETRY_SHADER_EXT, entry.geometrySource, entry.geometryObject);
+        addStage(program, made.geometryPath, GL_GEOMETRY_SHADER_EXT, entry.geometrySource, entry.geometryObject);
     if (wrong.empty())
-        wrong = addStage(entry, made.vertexPath, GL_VERTEX_SHADER_ARB, entry.vertexSource, entry.vertexObject);
+        wrong = addStage(program, made.vertexPath, GL_VERTEX_SHADER_ARB, entry.vertexSource, entry.vertexObject);
     if (wrong.empty())
         wrong =
-            addStage(entry, made.fragmentPath, GL_FRAGMENT_SHADER_ARB, entry.fragmentSource, entry.fragmentObject);
+            addStage(program, made.fragmentPath, GL_FRAGMENT_SHADER_ARB, entry.fragmentSource, entry.fragmentObject);
     if (!wrong.empty()) return wrong;
     if (entry.geometryObject != 0 && hasGeometryExtension())
-        setGeometryParameters(entry.program, made.inputType, made.outputType);
-    glLinkProgramARB(entry.program);
-    if (hasSucceeded(entry.program, GL_OBJECT_LINK_STATUS_ARB)) return "";
-    const std::string& path = made.fragmentPath.empty() ? made.vertexPath : made.fragmentPath;
-    return "[! " + path + "] " + logOf(entry.program);
+        setGeometryParameters(program, made.inputType, made.outputType);
+    glLinkProgramARB(program);
+    return wrongWith(entry, made);
 }
 
 using SendFloats = void (*)(GLint, const GLfloat*);
@@ -292,7 +308,9 @@ void loadAgainOnSave(int id, const char* geometryPath, const char* vertexPath, c
     std::vector<std::string> paths;
     for (const std::string& path : {made.geometryPath, made.vertexPath, made.fragmentPath})
         if (!path.empty()) paths.push_back(path);
-    ryl_reloadOnSave(paths, [id, made] { return loadAgain(id, made); });
+    const std::string wrong = ryl_isLive() ? wrongWith(shader[id], made) : "";
+    ryl_reloadOnSave(
+        paths, [id, made] { return loadAgain(id, made); }, wrong);
 }
 
 }  // namespace

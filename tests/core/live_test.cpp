@@ -144,8 +144,11 @@ TEST(Live, ShadersKeepTheirIdTheirUniformsAndTheLastGoodProgram) {
     dir.write("a.frag", fragment("vec4(level, 0.0, 0.0, 1.0)"));
     ASSERT_TRUE(reloads());
     EXPECT_EQ(ryl_liveErrors(), "");
+    const std::string broken = dir.write("b.frag", "x");
+    ryl_loadShader(nullptr, broken.c_str());
+    EXPECT_TRUE(ryl_liveErrors().starts_with("[! " + broken + "] ")) << "broken from the start";
     EXPECT_EQ(drawn(), RED_PIXEL);
-    EXPECT_EQ(CURRENT_ID, id);
+    EXPECT_EQ(CURRENT_ID, id + 1);
 }
 
 TEST(Live, TextsAndTracksAreLoadedAgainUnlessTheyAreWrong) {

@@ -23,4 +23,4 @@ void glGetIntegerv(GLenum name, GLint* value) {
 GLint gluBuild2DMipmaps(GLenum, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*) { return 0; }
 
 // Nothing is loaded again here.
-void ryl_reloadOnSave(const std::vector<std::string>&, LoadAgain) {}
+void ryl_reloadOnSave(const std::vector<std::string>&, LoadAgain, const std::string&) {}
