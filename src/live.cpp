@@ -21,13 +21,9 @@ namespace fs = std::filesystem;
 
 enum class State { unknown, off, on };
 
-// A file by the directory that is watched for it. A file behind a symbolic link has two places.
-struct Place {
-    int directory;  // inotify's number
-    std::string name;
-
-    auto operator<=>(const Place&) const = default;
-};
+// A file by inotify's number of the directory that is watched for it, and its name there. A file behind a symbolic link
+// has two places.
+using Place = std::pair<int, std::string>;
 
 struct Loaded {
     std::vector<std::string> paths;
@@ -121,7 +117,7 @@ void ryl_reloadSaved() {
     if (state != State::on) return;
     const std::set<Place> saved = savedPlaces();
     if (saved.empty()) return;
-    const bool isOverflow = saved.begin()->directory == -1;
+    const bool isOverflow = saved.begin()->first == -1;
     for (std::size_t i = 0; i < loads.size(); ++i) {
         const std::vector<Place>& places = loads[i].places;
         const bool isSaved =

@@ -41,13 +41,13 @@ std::vector<std::string> shownLines(int width) {
 void drawErrors() {
     glClearColor(0.4f, 0, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
-    const int width = glutGet(GLUT_WINDOW_WIDTH), height = glutGet(GLUT_WINDOW_HEIGHT);
+    const int right = glutGet(GLUT_WINDOW_WIDTH), bottom = glutGet(GLUT_WINDOW_HEIGHT);
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
-    glOrtho(0, width, height, 0, -1, 1);
+    glOrtho(0, right, bottom, 0, -1, 1);
     glColor3f(1, 1, 1);
     int y = MARGIN + BASELINE;
-    for (const std::string& line : shownLines(width)) {
+    for (const std::string& line : shownLines(right)) {
         glRasterPos2i(MARGIN, y);
         glutBitmapString(GLUT_BITMAP_9_BY_15, reinterpret_cast<const unsigned char*>(line.c_str()));
         y += LINE_HEIGHT;

@@ -283,7 +283,7 @@ void copyUniforms(GLuint from, GLuint to) {
 
 std::string loadAgain(int id, const Made& made) {
     shaderEntry built = {};
-    const std::string wrong = build(built, made);
+    std::string wrong = build(built, made);
     if (!wrong.empty()) {
         deleteObjects(built);
         return wrong;

@@ -111,6 +111,10 @@ std::string readLine(Reader& reader, const Words& words) {
     return readRow(reader, words);
 }
 
+std::string atLine(const std::string& path, int line, const std::string& wrong) {
+    return "[! " + path + "] line " + std::to_string(line) + ": " + wrong;
+}
+
 // Returns the message if the file is missing or wrong; all tracks are as before then.
 std::string readTracks(const std::string& path) {
     const std::optional<std::string> text = ryl_readFile(path.c_str());
@@ -120,7 +124,7 @@ std::string readTracks(const std::string& path) {
     std::string line;
     for (int number = 1; std::getline(lines, line); ++number) {
         const std::string wrong = readLine(reader, wordsOf(line));
-        if (!wrong.empty()) return "[! " + path + "] line " + std::to_string(number) + ": " + wrong;
+        if (!wrong.empty()) return atLine(path, number, wrong);
     }
     if (reader.found.empty()) return "[! " + path + "] there is no track in it";
     std::erase_if(tracks, [&](const auto& entry) { return entry.second.file == path; });
