@@ -1,6 +1,7 @@
 #include "live.h"
 
 #include <sys/inotify.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -73,6 +74,14 @@ std::set<Place> savedPlaces() {
     return saved;
 }
 
+// The sound library never closes a tune, so each save of one leaves an open file.
+void allowManyFiles() {
+    rlimit files = {};
+    if (getrlimit(RLIMIT_NOFILE, &files) != 0) return;
+    files.rlim_cur = files.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &files);
+}
+
 // ---- Loading again ------------------------------------------------------------------------------------------------
 
 bool isAnyEmpty(const std::vector<std::string>& paths) {
@@ -107,6 +116,7 @@ void ryl_startLive(bool live) {
         loads.clear();
         return;
     }
+    allowManyFiles();
     inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     for (Loaded& loaded : loads) watchFiles(loaded);
 }
