@@ -7,8 +7,8 @@
 
 struct Memory {};  // nothing outlives a frame
 
-constexpr int RIDGES = 40;
-constexpr float HALF_WIDTH = 48, STEP = 0.5f;  // scene units
+constexpr int RIDGES = 40, HALF_STEPS = 96;
+constexpr float STEP = 0.5f;  // scene units
 
 // Negative coordinates mirror the noise, so it is read well above 0.
 float heightAt(float x, float row) { return 2.2f * (1.5f + ryl_perlin2DNoise(0.05f * x + 20, 0.11f * row, 303)); }
@@ -19,15 +19,16 @@ void drawRidges(float t, Memory&) {
         const float depth = static_cast<float>(i) / RIDGES, y = 26 * depth - 20;
         glColor3f(0.02f, 0.01f, 0.05f);
         glBegin(GL_TRIANGLE_STRIP);
-        for (float x = -HALF_WIDTH; x <= HALF_WIDTH; x += STEP) {
-            glVertex2f(x, y + heightAt(x, i + 4 * t));
-            glVertex2f(x, -40);
+        for (int step = -HALF_STEPS; step <= HALF_STEPS; ++step) {
+            glVertex2f(step * STEP, y + heightAt(step * STEP, i + 4 * t));
+            glVertex2f(step * STEP, -40);
         }
         glEnd();
         glColor3f(0.3f + 0.7f * depth, 0.9f - 0.6f * depth, 0.8f);
         glLineWidth(2);
         glBegin(GL_LINE_STRIP);
-        for (float x = -HALF_WIDTH; x <= HALF_WIDTH; x += STEP) glVertex2f(x, y + heightAt(x, i + 4 * t));
+        for (int step = -HALF_STEPS; step <= HALF_STEPS; ++step)
+            glVertex2f(step * STEP, y + heightAt(step * STEP, i + 4 * t));
         glEnd();
     }
     glEnable(GL_DEPTH_TEST);

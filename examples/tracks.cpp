@@ -29,7 +29,7 @@ void drawCurves(float t, Memory&) {
         glPopMatrix();
         glLineWidth(2);
         glBegin(GL_LINE_STRIP);
-        for (float at = 0; at < 8; at += 0.02f) glVertex2f(across(at), up(row, ryl_track("light." + name, at)));
+        for (int i = 0; i < 400; ++i) glVertex2f(across(0.02f * i), up(row, ryl_track("light." + name, 0.02 * i)));
         glEnd();
         const float value = ryl_track("light." + name, t);
         glPushMatrix();

@@ -25,7 +25,7 @@ void drawScreen(float t, Memory&) {
     glPopMatrix();
     glTranslatef(0, 0, 0.1f);
     glColor4f(0, 0, 0, 0.25f);
-    for (float y = -21; y < 21; y += 0.8f) glRectf(-37, y, 37, y + 0.4f);  // the lines of the tube
+    for (int i = -27; i < 27; ++i) glRectf(-37, 0.8f * i, 37, 0.8f * i + 0.4f);  // the lines of the tube
 }
 
 constexpr TimelineScene<Memory> SCENES[] = {{10, drawScreen}};

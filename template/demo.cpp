@@ -28,7 +28,8 @@ void loadFiles(Memory& memory) {
 void drawField(float t, Memory& memory) {  // t: seconds since the scene began
     ryl_setLight0(1);
     for (int i = 0; i < 41 * 46; ++i) {
-        const float x = 2 * (i % 41) - 40, z = 2 * (i / 41) - 70;
+        const int column = i % 41, row = i / 41;
+        const float x = 2 * column - 40, z = 2 * row - 70;
         const float height = ryl_perlin2DNoise(0.04f * x + 9, 0.04f * z + 9 - 0.3f * t, 7);
         glPushMatrix();
         glTranslatef(x, 3 * height - 13, z);
@@ -38,7 +39,7 @@ void drawField(float t, Memory& memory) {  // t: seconds since the scene began
     }
     ryl_setLight0(0);
     glColor3f(1, 0.9f, 0.7f);
-    ryl_drawPolygonText(memory.text->c_str(), 12 - 5 * t, 9, 0);
+    ryl_drawPolygonText(memory.text->c_str(), -4 - 2 * t, 9, 0);
 }
 
 void drawModel(float t, Memory& memory) {
