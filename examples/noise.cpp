@@ -21,7 +21,7 @@ void drawRidges(float t, Memory&) {
         glBegin(GL_TRIANGLE_STRIP);
         for (int step = -HALF_STEPS; step <= HALF_STEPS; ++step) {
             glVertex2f(step * STEP, y + heightAt(step * STEP, i + 4 * t));
-            glVertex2f(step * STEP, -40);
+            glVertex2f(step * STEP, y - 10);  // far enough to hide what is behind
         }
         glEnd();
         glColor3f(0.3f + 0.7f * depth, 0.9f - 0.6f * depth, 0.8f);
