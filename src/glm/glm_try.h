@@ -12,7 +12,7 @@
 //          null", index ranges) are assertions.
 #pragma once
 
-#include "glm/glm.h"
+#include "glm/glm_extras.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -42,6 +42,17 @@ struct GLMoptions {
     bool (*progress)(void* data, float done) = nullptr;
     // false: "mtllib" only sets the model's mtllibname, and no second file is opened; all materials are then the first.
     bool libraries = true;
+    // Reading: false takes what today's programs write: names with blanks, relative indices, lines that go on after "\\",
+    // lines of any length, several libraries, missing ones as warnings; polygons become triangles that cover them, concave
+    // ones too. true reads by the rules of glmReadOBJ, fans of triangles included.
+    bool strict = false;
+    // Reading: takes what the model's records have no room for, which the caller releases with glmFreeExtras; null where the
+    // reading fails. Null here: it is skipped. Writing: what is written with the model, *extras, which stays the caller's.
+    GLMextras** extras = nullptr;
+    // Reading: true makes no triangles; faces are kept as they are among the elements of the extras.
+    bool polygons = false;
+    // Reading: how many threads may take part, at most; 0 is as many as there are processors. The result does not depend on it.
+    unsigned threads = 0;
     // Writing: true replaces regular files that are there, whole and with their permissions; a link becomes a file.
     bool replace = false;
 };
