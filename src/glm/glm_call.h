@@ -117,7 +117,13 @@ GLMgroup* __glmNewGroup(GLMcall& call, GLMmodel* model, const char* name);
 GLMmodel* __glmReadOBJ(GLMcall& call, const char* path);
 bool __glmReadMTL(GLMcall& call, GLMmodel* model, const char* name);
 std::uint32_t __glmFindOrAddTexture(GLMcall& call, GLMmodel* model, const char* name);
+std::uint32_t __glmAddTexture(GLMcall& call, GLMmodel* model, const char* name);  // one that is not there yet
 bool __glmFacetNormals(GLMcall& call, GLMmodel* model);
+
+// Adds the materials of the library `name` behind those of the model, which has entry 0, "default", from then on, and, if
+// they are not null, to those of the extras, which are as many. A library that cannot be opened is a warning. The default
+// mode's "mtllib"; a name that was added before is for the caller to leave out. False when the call fails.
+bool __glmAddLibrary(GLMcall& call, GLMmodel* model, GLMextras* extras, const char* name);
 
 // What a mode word cannot have together, or not with a model.
 struct GLMcorrection {

@@ -264,6 +264,16 @@ void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_S
     __glmReadToken(text, word);
 }
 
+std::string_view __glmWholeName(std::string_view rest) {
+    for (std::size_t at = rest.find('#'); at != std::string_view::npos; at = rest.find('#', at + 1)) {
+        const bool first = at == 0 || __glmIsWhite(rest[at - 1]);
+        if (first && (at + 1 == rest.size() || __glmIsWhite(rest[at + 1]))) rest = rest.substr(0, at);
+    }
+    while (!rest.empty() && __glmIsWhite(rest.front())) rest.remove_prefix(1);
+    while (!rest.empty() && __glmIsWhite(rest.back())) rest.remove_suffix(1);
+    return rest;
+}
+
 void __glmSkipWhite(GLMtext& text) {
     while (__glmHas(text, 1) && __glmIsWhite(*text.at)) ++text.at;
 }

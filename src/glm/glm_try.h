@@ -66,7 +66,8 @@ GLMmodel* glmTryReadMemory(const void* bytes, std::size_t size, const char* path
 GLMmodel* glmTryReadFile(std::FILE* file, const char* path, GLMerror* error = nullptr,
                          const GLMoptions& options = {});
 
-// As glmReadMTL, with the names of texture images only. The model is unchanged when it fails.
+// As glmReadMTL, with the names of texture images only. The model is unchanged when it fails. Where options.extras asks for
+// them, the materials of *extras are replaced as well; null there becomes extras that hold nothing but materials.
 bool glmTryReadMTL(GLMmodel* model, const char* name, GLMerror* error = nullptr, const GLMoptions& options = {});
 
 // As glmWriteOBJ and glmWriteMTL, but they touch no file that is there, unless options.replace says so: they fail then, as
