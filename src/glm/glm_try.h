@@ -44,7 +44,7 @@ struct GLMoptions {
     bool libraries = true;
     // Reading: false takes what today's programs write: names with blanks, relative indices, lines that go on after "\\",
     // lines of any length, several libraries, missing ones as warnings; polygons become triangles that cover them, concave
-    // ones too. true reads by the rules of glmReadOBJ, fans of triangles included.
+    // ones too. true reads by the rules of glmReadOBJ, fans of triangles included. Writing: true writes as glmWriteOBJ.
     bool strict = false;
     // Reading: takes what the model's records have no room for, which the caller releases with glmFreeExtras; null where the
     // reading fails. Null here: it is skipped. Writing: what is written with the model, *extras, which stays the caller's.
@@ -70,9 +70,26 @@ GLMmodel* glmTryReadFile(std::FILE* file, const char* path, GLMerror* error = nu
 // them, the materials of *extras are replaced as well; null there becomes extras that hold nothing but materials.
 bool glmTryReadMTL(GLMmodel* model, const char* name, GLMerror* error = nullptr, const GLMoptions& options = {});
 
-// As glmWriteOBJ and glmWriteMTL, but they touch no file that is there, unless options.replace says so: they fail then, as
-// they do where one is there that is no regular file. A file appears under its name, with ".part0" or another number
-// behind it until then, when all files of the call are written whole; if the call fails, what it wrote is gone.
+// The mode for all that the model has of vertex normals, texture coordinates and materials, without a warning of the rest.
+constexpr int GLM_ALL = -1;
+
+// Write the model (not null) to `path`, and its materials to the file `name` in the directory of `path`. By default
+//   - what is written reads back the same, numbers to the bit, triangles and groups in their order; a second writing gives
+//     the bytes of the first. With the extras that the model was read with, all that they hold goes out too; if they hold
+//     faces, these are written instead of the triangles. Extras go with the positions and triangles as they were read: not
+//     after glmWeld;
+//   - the mode says what is written, as that of glmWriteOBJ, or GLM_ALL; without GLM_MATERIAL nothing is said of materials.
+//     With it the library goes into the directory of `path`, under the last part of mtllibname; where that is null, or the
+//     name of a file that must stay, under that of `path`, ending in ".mtl". The default material is in it only if it is not
+//     as one without a library, or if a triangle goes back to it; without such materials there is no library. glmTryWriteMTL
+//     always writes it;
+//   - a name that a line cannot hold loses its line ends and the blanks around it, and materials of one name become one;
+//   - an index that leads nowhere is an error.
+// With options.strict they write the bytes of glmWriteOBJ and glmWriteMTL.
+//
+// They touch no file that is there, unless options.replace says so: they fail then, as they do where one is there that is
+// no regular file. A file appears under its name, with ".part0" or another number behind it until then, when all files of
+// the call are written whole; if the call fails, what it wrote is gone.
 bool glmTryWriteOBJ(const GLMmodel* model, const char* path, int mode, GLMerror* error = nullptr,
                     const GLMoptions& options = {});
 bool glmTryWriteMTL(const GLMmodel* model, const char* path, const char* name, GLMerror* error = nullptr,

@@ -56,3 +56,58 @@ inline std::string materialsText(const GLMmodel& model, const GLMextras* extras)
     for (std::uint32_t i = 0; i < model.nummaterials; ++i) text += materialText(model, extras, i) + "\n";
     return text;
 }
+
+// An index as text; "-" for none.
+inline std::string indexText(std::uint32_t index) { return index == GLM_NO_INDEX ? "-" : std::to_string(index); }
+
+// The elements, and the state of the triangles.
+inline std::string extrasText(const GLMmodel& model, const GLMextras& extras) {
+    std::string text;
+    if (extras.colors != nullptr)
+        text += "colors" + numbersText(extras.colors + 3, 3 * static_cast<int>(model.numvertices)) + "\n";
+    for (std::uint32_t i = 0; i < extras.numgroups; ++i)
+        text += "group [" + std::string(extras.groupnames[i]) + "]\n";
+    for (std::uint32_t i = 0; i < extras.numobjects; ++i)
+        text += "object [" + std::string(extras.objectnames[i]) + "]\n";
+    for (std::uint32_t i = 0; i < model.numtriangles; ++i) {
+        if (extras.objects != nullptr) text += " o" + indexText(extras.objects[i]);
+        if (extras.smoothing != nullptr) text += " s" + indexText(extras.smoothing[i]);
+    }
+    for (std::uint32_t i = 0; i < extras.numelements; ++i) {
+        const GLMelement& element = extras.elements[i];
+        text += "\n" + std::string(1, "plf"[static_cast<int>(element.kind)]);
+        for (std::uint32_t k = 0; k < element.count; ++k) {
+            const GLMelementcorner& corner = extras.corners[element.first + k];
+            text +=
+                " " + indexText(corner.position) + "/" + indexText(corner.texcoord) + "/" + indexText(corner.normal);
+        }
+        text += " g" + indexText(element.group) + " o" + indexText(element.object) + " m" +
+                indexText(element.material) + " s" + indexText(element.smoothing);
+    }
+    return text + "\n";
+}
+
+// All but where the model and its libraries are. `extras` may be null.
+inline std::string modelText(const GLMmodel& model, const GLMextras* extras) {
+    std::string text = materialsText(model, extras);
+    const auto add = [&](const char* keyword, const float* numbers, std::uint32_t count, int size) {
+        if (count > 0) text += keyword + numbersText(numbers + size, size * static_cast<int>(count)) + "\n";
+    };
+    add("v", model.vertices, model.numvertices, 3);
+    add("vn", model.normals, model.numnormals, 3);
+    add("vt", model.texcoords, model.numtexcoords, 2);
+    for (const GLMgroup* group = model.groups; group != nullptr; group = group->next) {
+        text += "[" + std::string(group->name) + "] m" + indexText(group->material);
+        for (std::uint32_t i = 0; i < group->numtriangles; ++i) text += " " + indexText(group->triangles[i]);
+        text += "\n";
+    }
+    for (std::uint32_t i = 0; i < model.numtriangles; ++i) {
+        const GLMtriangle& triangle = model.triangles[i];
+        text += "f";
+        for (int k = 0; k < 3; ++k)
+            text += " " + indexText(triangle.vindices[k]) + "/" + indexText(triangle.tindices[k]) + "/" +
+                    indexText(triangle.nindices[k]);
+        text += " m" + indexText(triangle.material) + "\n";
+    }
+    return extras != nullptr ? text + extrasText(model, *extras) : text;
+}
