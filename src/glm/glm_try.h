@@ -66,6 +66,13 @@ GLMmodel* glmTryReadMemory(const void* bytes, std::size_t size, const char* path
 GLMmodel* glmTryReadFile(std::FILE* file, const char* path, GLMerror* error = nullptr,
                          const GLMoptions& options = {});
 
+// Makes triangles of the faces of a model that was read with GLMoptions::polygons (neither null): they become the
+// model's triangles, with facet normals, and the triangles of its groups, which are then those of the extras; the
+// extras' objects and smoothing are those of the triangles. The faces stay. A polygon that its first corner sees all
+// of, as in a convex one, becomes the fan around that corner; others are covered exactly. Nothing is changed when it
+// fails.
+bool glmTryTriangulate(GLMmodel* model, GLMextras* extras, GLMerror* error = nullptr);
+
 // As glmReadMTL, with the names of texture images only. The model is unchanged when it fails. Where options.extras asks for
 // them, the materials of *extras are replaced as well; null there becomes extras that hold nothing but materials.
 bool glmTryReadMTL(GLMmodel* model, const char* name, GLMerror* error = nullptr, const GLMoptions& options = {});

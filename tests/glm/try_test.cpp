@@ -1,4 +1,5 @@
 // Reading and writing with errors that return: they say what and where, and leave nothing behind.
+#include "glm/glm_arrays.h"
 #include "glm/glm_try.h"
 #include "model_files.h"
 
@@ -299,6 +300,24 @@ TEST(Try, EachAllocationMayFail) {
     };
     for (const auto& read : ways(files))
         calls.emplace_back([&, read](GLMerror* error) { return read(error, options) != nullptr; });
+    calls.emplace_back([&](GLMerror* error) {
+        GLMarrays* arrays = glmTryMakeArrays(whole.get(), error);
+        glmFreeArrays(arrays);
+        return arrays != nullptr;
+    });
+    // A polygon that is too large for the stack, and no fan: from corner to corner of the square, there and back.
+    std::vector<GLMelementcorner> corners(100);
+    for (std::uint32_t i = 0; i < 100; ++i) corners[i] = {1 + i % 3, GLM_NO_INDEX, GLM_NO_INDEX};
+    GLMelement polygon{GLMelementkind::face, 0, 100, 0, 0, 0, 1};
+    char name[] = "default", *names[] = {name};
+    GLMextras extras{};
+    extras.numgroups = extras.numelements = 1;
+    extras.groupnames = names;
+    extras.numcorners = 100;
+    extras.corners = corners.data();
+    extras.elements = &polygon;
+    glmTryTriangulate(whole.get(), &extras);
+    calls.emplace_back([&](GLMerror* error) { return glmTryTriangulate(whole.get(), &extras, error); });
     for (std::size_t i = 0; i < calls.size(); ++i) {
         int tried = 0;
         for (bool done = false; !done; ++tried) {
