@@ -319,10 +319,11 @@ void readStatement(LibraryReader& reader) {
 // ---- Lines --------------------------------------------------------------------------------------------------------
 
 // The end of the line that starts at `at`. Where a backslash stands at a line end, both become blanks and the line goes
-// on, unless it is a comment.
+// on, unless it is a comment. Control characters, but for NUL, become blanks too.
 char* endLine(char* at, const char* end) {
     const bool comment = at[std::strspn(at, " \t")] == '#';
     for (; at < end && *at != '\n' && *at != '\r'; ++at) {
+        if (*at > '\0' && *at < ' ' && *at != '\t') *at = ' ';
         if (*at != '\\' || comment || (at[1] != '\n' && at[1] != '\r')) continue;
         if (at[1] == '\r' && at[2] == '\n') *at++ = ' ';
         at[0] = at[1] = ' ';

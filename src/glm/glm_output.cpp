@@ -121,10 +121,10 @@ void __glmPutNumbers(GLMsink& sink, std::string_view keyword, const float* numbe
 
 // A backslash at the end would make the line go on.
 void __glmPutName(GLMsink& sink, const char* name) {
-    constexpr const char* WHITE = " \t\n\v\f\r";
+    const auto isBlank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
     std::string_view left = name != nullptr ? name : "";
-    left.remove_prefix(std::min(left.find_first_not_of(WHITE), left.size()));
-    left = left.substr(0, left.find_last_not_of(WHITE) + 1);
+    while (!left.empty() && isBlank(left.front())) left.remove_prefix(1);
+    while (!left.empty() && isBlank(left.back())) left.remove_suffix(1);
     const bool goesOn = left.ends_with('\\');
     while (!left.empty()) {
         const std::size_t length = std::min(left.find_first_of("\n\r"), left.size());

@@ -265,12 +265,13 @@ void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_S
 }
 
 std::string_view __glmWholeName(std::string_view rest) {
+    const auto isBlank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
     for (std::size_t at = rest.find('#'); at != std::string_view::npos; at = rest.find('#', at + 1)) {
-        const bool first = at == 0 || __glmIsWhite(rest[at - 1]);
-        if (first && (at + 1 == rest.size() || __glmIsWhite(rest[at + 1]))) rest = rest.substr(0, at);
+        const bool first = at == 0 || isBlank(rest[at - 1]);
+        if (first && (at + 1 == rest.size() || isBlank(rest[at + 1]))) rest = rest.substr(0, at);
     }
-    while (!rest.empty() && __glmIsWhite(rest.front())) rest.remove_prefix(1);
-    while (!rest.empty() && __glmIsWhite(rest.back())) rest.remove_suffix(1);
+    while (!rest.empty() && isBlank(rest.front())) rest.remove_prefix(1);
+    while (!rest.empty() && isBlank(rest.back())) rest.remove_suffix(1);
     return rest;
 }
 

@@ -92,8 +92,8 @@ void __glmSkipLine(GLMtext& text);
 // The first token of a line that __glmReadLine gave; empty when there is none.
 void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_SIZE]);
 
-// The name that `rest`, the rest of a line behind a keyword, holds: all of it, blanks included, without the white space
-// around it and without a comment behind it, whose "#" stands alone: "Material #25 # of the roof" is "Material #25".
+// The name that `rest`, the rest of a line behind a keyword, holds: all of it, blanks included, but for what is no more
+// than a blank around it, and for a comment behind it, whose "#" stands alone: "Material #25 # of a roof" is "Material #25".
 std::string_view __glmWholeName(std::string_view rest);
 
 void __glmSkipWhite(GLMtext& text);

@@ -4,7 +4,6 @@
 #include "glm/glm_writer.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace {
@@ -74,7 +73,7 @@ void putVectors(ModelWriter& writer, std::string_view keyword, const float* vect
         __glmRoom(sink, 8 * GLM_NUMBER_SIZE);
         sink.at = __glmPut(sink.at, keyword);
         put(vectors + static_cast<std::size_t>(size) * i, size);
-        if (colors != nullptr && !std::isnan(colors[3 * i])) put(colors + 3 * i, 3);
+        if (colors != nullptr) put(colors + 3 * i, 3);
         *sink.at++ = '\n';
     }
 }
@@ -103,6 +102,9 @@ void useMaterial(ModelWriter& writer, std::uint32_t material) {
     Group& group = writer.owned.groups[writer.group];
     if (group.holds && group.chosen == 0) group.chosen = material;
 }
+
+// Whether the group would get the next material, and is to have none: an element has its material chosen in front of it.
+bool isOpen(const Group& group) { return group.holds && group.chosen == 0 && group.material == 0; }
 
 // A group that a material was chosen for behind its triangles gets it there.
 void leaveGroup(ModelWriter& writer) {
@@ -150,6 +152,10 @@ bool select(ModelWriter& writer, const State& state, const char* kind, std::uint
     if ((writer.mode & GLM_MATERIAL) != 0 && state.material >= writer.model.nummaterials)
         return failAt(writer, kind, number, "material");
     selectObject(writer, state.object);
+    if (state.group != writer.group && isOpen(writer.owned.groups[state.group])) {
+        leaveGroup(writer);
+        useMaterial(writer, state.material);
+    }
     selectGroup(writer, state.group);
     useMaterial(writer, state.material);
     selectSmoothing(writer, state.smoothing);
@@ -264,13 +270,13 @@ void startState(ModelWriter& writer) {
     if (__glmNeedsLibrary(one, writer.extras)) writer.material = GLM_NO_INDEX;
 }
 
-// Elements up to an object; GLM_NO_INDEX is in front of all of them, and all that are left are taken at the end.
-bool putElementsUpTo(ModelWriter& writer, std::uint32_t object, bool all) {
+// Puts the elements up to those of an object, or all that are left. GLM_NO_INDEX is in front of all objects.
+bool putElements(ModelWriter& writer, std::uint32_t object, bool all) {
     const GLMextras* const extras = writer.extras;
     if (extras == nullptr) return true;
     for (; writer.element < extras->numelements; ++writer.element) {
         // Counting objects from 1 makes none of them the least.
-        if (!all && extras->elements[writer.element].object + 1 >= object + 1) break;
+        if (!all && extras->elements[writer.element].object + 1 > object + 1) break;
         if (!putElement(writer, writer.element)) return false;
     }
     return true;
@@ -281,23 +287,20 @@ bool hasFaces(const GLMextras* extras) {
     return extras != nullptr && std::any_of(extras->elements, extras->elements + extras->numelements, isFace);
 }
 
-// Faces, lines and points: object by object, where there are objects.
+// Object by object the elements, and then the triangles: groups get their materials from these.
 bool putAllElements(ModelWriter& writer) {
     const GLMmodel& model = writer.model;
     const GLMextras* const extras = writer.extras;
     const std::uint32_t* const objects = extras != nullptr ? extras->objects : nullptr;
     const std::uint32_t count = hasFaces(extras) ? 0 : model.numtriangles;
-    putHeading(writer,
-               count > 0           ? count
-               : extras != nullptr ? extras->numelements
-                                   : 0,
-               count > 0 ? "triangles" : "elements");
+    const std::uint32_t elements = extras != nullptr ? extras->numelements : 0;
+    putHeading(writer, count + elements, elements > 0 ? "faces, lines and points" : "triangles");
     for (std::uint32_t i = 0; i < count; ++i) {
-        const bool next = objects != nullptr && (i == 0 || objects[i] != objects[i - 1]);
-        if (next && !putElementsUpTo(writer, objects[i], false)) return false;
+        const std::uint32_t object = objects != nullptr ? objects[i] : GLM_NO_INDEX;
+        if (!putElements(writer, object, false)) return false;
         if (!putTriangle(writer, i)) return false;
     }
-    if (!putElementsUpTo(writer, 0, true)) return false;
+    if (!putElements(writer, 0, true)) return false;
     const std::uint32_t last = extras != nullptr ? extras->numobjects : 0;
     if (last > writer.objectsSaid) selectObject(writer, last - 1);
     if (writer.groupsSaid < writer.numgroups) selectGroup(writer, writer.numgroups - 1);

@@ -71,7 +71,7 @@ inline std::string extrasText(const GLMmodel& model, const GLMextras& extras) {
         text += "object [" + std::string(extras.objectnames[i]) + "]\n";
     for (std::uint32_t i = 0; i < model.numtriangles; ++i) {
         if (extras.objects != nullptr) text += " o" + indexText(extras.objects[i]);
-        if (extras.smoothing != nullptr) text += " s" + indexText(extras.smoothing[i]);
+        if (extras.smoothing != nullptr && extras.smoothing[i] != 0) text += " s" + indexText(extras.smoothing[i]);
     }
     for (std::uint32_t i = 0; i < extras.numelements; ++i) {
         const GLMelement& element = extras.elements[i];
@@ -87,9 +87,11 @@ inline std::string extrasText(const GLMmodel& model, const GLMextras& extras) {
     return text + "\n";
 }
 
-// All but where the model and its libraries are. `extras` may be null.
+// All but where the model and its libraries are, and a default material that is as one without a library. `extras` may be
+// null.
 inline std::string modelText(const GLMmodel& model, const GLMextras* extras) {
     std::string text = materialsText(model, extras);
+    if (text == "[default]\n") text.clear();
     const auto add = [&](const char* keyword, const float* numbers, std::uint32_t count, int size) {
         if (count > 0) text += keyword + numbersText(numbers + size, size * static_cast<int>(count)) + "\n";
     };
