@@ -47,7 +47,7 @@ struct Command {
 
 constexpr int ANY_NUMBER = 1 << 30;
 
-extern const Command INFO_COMMAND, PROBE_COMMAND;
+extern const Command INFO_COMMAND, PICTURE_COMMAND, PROBE_COMMAND, VIEW_COMMAND;
 
 // Reads the words behind the subcommand's name. Prints its help or what is wrong and ends the process where one of the
 // two is due.
