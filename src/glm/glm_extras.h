@@ -62,7 +62,7 @@ struct GLMmaterialextras {
 };
 
 struct GLMextras {
-    float* colors;  // red, green, blue of each position; null when none has a colour
+    float* colors;  // red, green, blue of each position, 1 where it has none; null when none has a colour
     std::uint32_t numgroups;
     char** groupnames;  // in the order of their first mention; entry 0 is "default"
     std::uint32_t numobjects;
@@ -76,7 +76,7 @@ struct GLMextras {
     std::uint32_t nummaterials;    // as the model's
     GLMmaterialextras* materials;  // one for each material of the model
     std::uint32_t numlibraries;
-    char** libraries;  // every name after "mtllib", in file order
+    char** libraries;  // the names after "mtllib", each once, in file order
 };
 
 // Releases the extras (or null) and all they own.

@@ -107,6 +107,10 @@ bool __glmAtLineEnd(GLMtext& text);
 bool __glmReadFloat(GLMtext& text, float& value);
 bool __glmReadInteger(GLMtext& text, std::int64_t& value);
 
+// The number at `first`, without white space in front; the text goes on to `last`, and a NUL follows somewhere. Returns
+// where the number ends, or null.
+const char* __glmConvertFloat(const char* first, const char* last, float& value);
+
 // Moves past `character` when it comes next.
 bool __glmAccept(GLMtext& text, char character);
 

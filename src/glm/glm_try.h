@@ -4,10 +4,12 @@
 //   GLMmodel* model = glmTryReadOBJ("chair.obj", &error);
 //   if (model == nullptr) std::fprintf(stderr, "%s:%llu: %s\n", error.file, error.line, error.text);
 //
-// The same reader and writer as those of glm.h, which print and end the process instead. These functions
+// What glm.h does, whose functions print and end the process instead; models of today's programs are read more freely. These
+// functions
 //
 // Never    print, end the process, throw, open an image, touch the GL, or leave anything allocated when they fail.
-// Threads  any thread, as many at once as there are models.
+// Threads  any thread, as many at once as there are models. Reading starts threads of its own for large texts, and ends
+//          them; handlers are called on the caller's.
 // Fails    with null or false: *error (null: of no interest) says why, and is untouched otherwise. Preconditions ("not
 //          null", index ranges) are assertions.
 #pragma once
@@ -40,14 +42,17 @@ struct GLMoptions {
     void (*warn)(void* data, const GLMwarning& warning) = nullptr;
     // Called at most 100 times while a model is read, with growing parts of the whole up to 1; false cancels the reading.
     bool (*progress)(void* data, float done) = nullptr;
-    // false: "mtllib" only sets the model's mtllibname, and no second file is opened; all materials are then the first.
+    // false: "mtllib" only sets the model's mtllibname (the first name, or with `strict` the last), and no second file is
+    // opened; all materials are then the first.
     bool libraries = true;
     // Reading: false takes what today's programs write: names with blanks, relative indices, lines that go on after "\\",
     // lines of any length, several libraries, missing ones as warnings; polygons become triangles that cover them, concave
-    // ones too. true reads by the rules of glmReadOBJ, fans of triangles included. Writing: true writes as glmWriteOBJ.
+    // ones too. true reads by the rules of glmReadOBJ, fans of triangles included, on one thread. Writing: true writes as
+    // glmWriteOBJ.
     bool strict = false;
     // Reading: takes what the model's records have no room for, which the caller releases with glmFreeExtras; null where the
-    // reading fails. Null here: it is skipped. Writing: what is written with the model, *extras, which stays the caller's.
+    // reading fails, and with `strict`. Null here: it is skipped. Writing: what is written with the model, *extras, which
+    // stays the caller's.
     GLMextras** extras = nullptr;
     // Reading: true makes no triangles; faces are kept as they are among the elements of the extras.
     bool polygons = false;

@@ -106,6 +106,12 @@ std::vector<std::function<Freed(GLMerror*, const GLMoptions&)>> ways(const Model
     };
 }
 
+GLMoptions strictly() {
+    GLMoptions options;
+    options.strict = true;
+    return options;
+}
+
 GLMoptions replacing() {
     GLMoptions options;
     options.replace = true;
@@ -149,9 +155,9 @@ TEST(Try, SaysWhatIsWrongAndWhere) {
         if (const std::size_t at = expected.find('@'); at != std::string::npos) expected.replace(at, 1, files.at(""));
         for (const auto& read : ways(files)) {
             GLMerror error{};
-            EXPECT_EQ(read(&error, {}), nullptr);
+            EXPECT_EQ(read(&error, strictly()), nullptr);
             EXPECT_EQ(textOf(error), expected);
-            EXPECT_EQ(read(nullptr, {}), nullptr);
+            EXPECT_EQ(read(nullptr, strictly()), nullptr);
         }
     }
     GLMerror error{};
@@ -171,7 +177,7 @@ TEST(Try, ReadsAndWritesWhatTheOtherEntriesDo) {
     glmWriteOBJ(expected.get(), files.at("a/x.obj").c_str(), MODE);
     testing::internal::GetCapturedStderr();
     for (const auto& read : ways(files)) {
-        const Freed model = read(nullptr, {});
+        const Freed model = read(nullptr, strictly());
         ASSERT_NE(model, nullptr);
         EXPECT_TRUE(glmTryWriteOBJ(model.get(), files.at("b/x.obj").c_str(), MODE, nullptr, strict));
         EXPECT_EQ(contents(files.at("b/x.obj")), contents(files.at("a/x.obj")));
@@ -181,9 +187,9 @@ TEST(Try, ReadsAndWritesWhatTheOtherEntriesDo) {
         EXPECT_FALSE(glmTryWriteOBJ(model.get(), "/gone/x.obj", MODE, &error));
         EXPECT_EQ(textOf(error), "x.obj:0: glmWriteOBJ() failed: can't open file \"/gone/x.obj\" to write.");
     }
-    const Freed empty(glmTryReadMemory(nullptr, 0, ""), glmFree);
+    const Freed empty(glmTryReadMemory(nullptr, 0, "", nullptr, strictly()), glmFree);
     EXPECT_EQ(empty->numgroups, 1u);
-    GLMoptions alone;
+    GLMoptions alone = strictly();
     alone.libraries = false;
     const Freed model(glmTryReadMemory(OBJ.data(), OBJ.size(), "", nullptr, alone), glmFree);
     EXPECT_TRUE(model != nullptr && model->materials == nullptr && std::strcmp(model->mtllibname, "m.mtl") == 0);
@@ -193,7 +199,7 @@ TEST(Try, CountsEqualWarnings) {
     const ModelFiles files(OBJ, MTL);
     for (const auto& read : ways(files)) {
         std::vector<std::string> warnings;
-        GLMoptions options;
+        GLMoptions options = strictly();
         options.data = &warnings;
         options.warn = keepWarning;
         ASSERT_NE(read(nullptr, options), nullptr);
@@ -278,7 +284,7 @@ TEST(Try, WritesWholeFilesAndReplacesNoneUnasked) {
 }
 
 TEST(Try, EachAllocationMayFail) {
-    const ModelFiles files(OBJ + "g c\nf 1 2 3\ng d\nf 1 2 3\n", MTL);
+    const ModelFiles files(OBJ + "g c\nf 1 2 3\ng d\nf 1 2 3\no e\nl 1 2\nv 1 2 3 .1 .2 .3\ns 1\nf 1 2 3\n", MTL);
     files.folder.write("all.mtl", MTL + "map_Ks -s 1 x\\y\nfoo\nnewmtl c\nmap_Kd x\nfoo\nfoo\n");
     GLMoptions options = replacing();
     options.warn = [](void*, const GLMwarning&) {};
@@ -299,7 +305,15 @@ TEST(Try, EachAllocationMayFail) {
         },
     };
     for (const auto& read : ways(files))
-        calls.emplace_back([&, read](GLMerror* error) { return read(error, options) != nullptr; });
+        for (GLMoptions reading : {strictly(), GLMoptions()})
+            calls.emplace_back([&, read, reading](GLMerror* error) mutable {
+                GLMextras* extras = nullptr;
+                reading.warn = options.warn;
+                reading.extras = &extras;
+                const bool done = read(error, reading) != nullptr;
+                glmFreeExtras(extras);
+                return done;
+            });
     calls.emplace_back([&](GLMerror* error) {
         GLMarrays* arrays = glmTryMakeArrays(whole.get(), error);
         glmFreeArrays(arrays);
@@ -344,9 +358,12 @@ TEST(Try, TellsProgressAndCanBeCancelled) {
         std::size_t most;
     };
     const ModelFiles files(obj);
-    for (const auto& read : ways(files)) {
+    for (std::size_t i = 0; i < 8; ++i) {
+        const auto read = ways(files)[i / 2];
         Told told{.parts = {}, .most = 1000};
         GLMoptions options;
+        options.strict = i % 2 == 0;
+        options.threads = 1;
         options.data = &told;
         options.progress = [](void* data, float done) {
             Told& all = *static_cast<Told*>(data);
@@ -374,11 +391,12 @@ TEST(Try, SeveralThreadsAtOnce) {
     for (int& mine : right)
         threads.emplace_back([&] {
             for (int i = 0; i < 50; ++i) {
-                const Freed model(glmTryReadOBJ(files.path.c_str()), glmFree);
+                const GLMoptions options = i % 2 == 0 ? strictly() : GLMoptions();
+                const Freed model(glmTryReadOBJ(files.path.c_str(), nullptr, options), glmFree);
                 GLMerror error{};
                 glmVertexNormals(model.get(), 60, false);
-                mine +=
-                    model->numtriangles == 3 && glmTryReadOBJ(bad.path.c_str(), &error) == nullptr && error.line == 6;
+                mine += model->numtriangles == 3 && glmTryReadOBJ(bad.path.c_str(), &error, options) == nullptr &&
+                        error.line == 6;
             }
         });
     for (std::thread& thread : threads) thread.join();
