@@ -104,6 +104,8 @@ GLMstring copyName(char first, const char* p, const char* end) {
         p = goesOn ? __glmSkipBlanks(p) : p + 1;
     }
     *to = '\0';
+    const std::string_view whole = __glmWholeName(name.get() + 1);
+    *std::copy(whole.begin(), whole.end(), name.get() + 1) = '\0';
     return name;
 }
 

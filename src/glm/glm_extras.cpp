@@ -4,9 +4,11 @@
 #include "glm/glm_library.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -24,6 +26,8 @@ void freeMaterial(const GLMmaterialextras& material) {
     std::free(material.maps);
     freeStrings(material.others, material.numothers);
 }
+
+bool isSame(float a, float b) { return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b); }
 
 bool isUnset(const GLMmaterialextras& extras) {
     const auto unset = [](float number) { return std::isnan(number); };
@@ -52,9 +56,13 @@ GLMmaterialextras __glmNoMaterialExtras() {
 }
 
 bool __glmIsPlainMaterial(const GLMmaterial& material, const GLMmaterialextras* extras) {
-    GLMmaterial plain = GLM_DEFAULT_MATERIAL;
-    plain.name = material.name;
-    return std::memcmp(&plain, &material, sizeof plain) == 0 && (extras == nullptr || isUnset(*extras));
+    const GLMmaterial& plain = GLM_DEFAULT_MATERIAL;
+    const auto isPlain = [&](const GLMmaterialcolor& entry) {
+        return std::equal(material.*entry.color, material.*entry.color + 4, plain.*entry.color, isSame);
+    };
+    return std::all_of(std::begin(GLM_MATERIAL_COLORS), std::end(GLM_MATERIAL_COLORS), isPlain) &&
+           isSame(material.shininess, plain.shininess) && material.map_diffuse == plain.map_diffuse &&
+           (extras == nullptr || isUnset(*extras));
 }
 
 void __glmTurnSlashes(char* name) { std::replace(name, name + std::strlen(name), '\\', '/'); }

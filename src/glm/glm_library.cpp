@@ -23,6 +23,7 @@ struct LibraryReader {
     GLMextras* extras;           // or null
     GLMmaterialextras unwanted;  // takes the numbers where the extras are null
     GLMtext text = {};
+    unsigned long long lines = 0;  // that were read
     GLMnames materials = {}, textures = {};
     std::uint32_t current = 0;  // material that the statements apply to
     bool skips = false;         // they apply to none: the name was there already
@@ -320,13 +321,14 @@ void readStatement(LibraryReader& reader) {
 
 // The end of the line that starts at `at`. Where a backslash stands at a line end, both become blanks and the line goes
 // on, unless it is a comment. Control characters, but for NUL, become blanks too.
-char* endLine(char* at, const char* end) {
+char* endLine(char* at, const char* end, unsigned long long& lines) {
     const bool comment = at[std::strspn(at, " \t")] == '#';
     for (; at < end && *at != '\n' && *at != '\r'; ++at) {
         if (*at > '\0' && *at < ' ' && *at != '\t') *at = ' ';
         if (*at != '\\' || comment || (at[1] != '\n' && at[1] != '\r')) continue;
         if (at[1] == '\r' && at[2] == '\n') *at++ = ' ';
         at[0] = at[1] = ' ';
+        ++lines;
     }
     return at;
 }
@@ -335,12 +337,12 @@ char* endLine(char* at, const char* end) {
 bool nextLine(LibraryReader& reader) {
     GLMtext& text = reader.text;
     if (reader.call.failed || text.at == text.end) return false;
-    text.statement = __glmOffset(text);
+    reader.call.line = ++reader.lines;
     // All of the file is in its own window, a NUL behind it.
     char* const start = text.memory.get() + (text.at - text.begin);
-    char* const end = endLine(start, text.end);
+    char* const end = endLine(start, text.end, reader.lines);
     text.at = end;
-    if (text.at < text.end) ++text.at;
+    if (text.at < text.end) text.at += end[0] == '\r' && end[1] == '\n' ? 2 : 1;
     *end = '\0';
     reader.line = {};
     reader.line.begin = reader.line.at = start;
@@ -364,11 +366,13 @@ bool openLibrary(LibraryReader& reader, const char* path) {
 bool readLibrary(LibraryReader& reader, const char* path) {
     GLMcall& call = reader.call;
     if (!openLibrary(reader, path)) return false;
-    GLMtext* const text = std::exchange(call.text, &reader.text);
+    GLMtext* const text = std::exchange(call.text, nullptr);  // a carriage return may end a line here
+    const unsigned long long line = call.line;
     const char* const file = std::exchange(call.file, path);
     while (nextLine(reader))
         if (!reader.keyword.empty()) readStatement(reader);
     call.text = text;
+    call.line = line;
     call.file = file;
     return !call.failed;
 }

@@ -96,7 +96,8 @@ constexpr int GLM_ALL = -1;
 //     as one without a library, or if a triangle goes back to it; without such materials there is no library. glmTryWriteMTL
 //     always writes it;
 //   - a name that a line cannot hold loses its line ends and the blanks around it, and materials of one name become one;
-//   - an index that leads nowhere is an error.
+//   - an index that leads nowhere is an error. So are corners that differ in what they have, to glmReadOBJ: it reads what
+//     is written where those of each face are alike.
 // With options.strict they write the bytes of glmWriteOBJ and glmWriteMTL.
 //
 // They touch no file that is there, unless options.replace says so: they fail then, as they do where one is there that is

@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cassert>
 #include <charconv>
 #include <cstdio>
@@ -234,7 +235,8 @@ GLMstring libraryNamedAfter(GLMcall& call, const char* path, const char* ending)
     const std::string_view name = path + __glmDirectoryLength(path);
     const std::string_view stem = name.substr(0, std::min(name.rfind('.'), name.size()));
     GLMstring result(__glmTryArray<char>(call, stem.size() + std::strlen(ending) + 1));
-    if (result != nullptr) std::strcpy(std::copy(stem.begin(), stem.end(), result.get()), ending);
+    if (result != nullptr)
+        std::memcpy(std::copy(stem.begin(), stem.end(), result.get()), ending, std::strlen(ending));
     return result;
 }
 

@@ -1,7 +1,9 @@
 // The bytes describe a model and operations on it. The model stays drawable, and what is written reads back.
 #include "fuzz.h"
 #include "glm/glm_arrays.h"
+#include "glm/glm_try.h"
 #include "model_files.h"
+#include "temp_dir.h"
 
 #include <cmath>
 #include <cstddef>
@@ -110,6 +112,21 @@ void cutPolygon(GLMmodel* model, Bytes& bytes) {
     for (const int difference : balance) assert(difference == 0);
 }
 
+// To the bit, and the same text again.
+void requireReadsBackByDefault(const GLMmodel& model) {
+    constexpr const char* PATH = "put.obj";
+    GLMoptions options;
+    options.replace = true;
+    assert(glmTryWriteOBJ(&model, PATH, GLM_ALL, nullptr, options));
+    const std::string text = readFile(PATH);
+    const GLMfreed back(glmTryReadOBJ(PATH));
+    assert(back->numvertices == model.numvertices && back->numtriangles == model.numtriangles);
+    for (std::size_t i = 3; i < 3 * (model.numvertices + std::size_t{1}); ++i)
+        assert(model.vertices[i] == back->vertices[i] || std::isnan(model.vertices[i]));
+    assert(glmTryWriteOBJ(back.get(), PATH, GLM_ALL, nullptr, options));
+    assert(readFile(PATH) == text);
+}
+
 constexpr void (*OPERATIONS[])(GLMmodel*, Bytes&) = {
     [](GLMmodel* model, Bytes& bytes) { glmWeld(model, bytes.number()); },
     [](GLMmodel* model, Bytes&) { glmFacetNormals(model); },
@@ -119,6 +136,7 @@ constexpr void (*OPERATIONS[])(GLMmodel*, Bytes&) = {
     [](GLMmodel* model, Bytes&) { glmUnitize(model); },
     [](GLMmodel* model, Bytes& bytes) { glmScale(model, bytes.number()); },
     [](GLMmodel* model, Bytes&) { glmReverseWinding(model); },
+    [](GLMmodel* model, Bytes&) { requireReadsBackByDefault(*model); },
     [](GLMmodel* model, Bytes& bytes) { requireReadsBack(*model, bytes.below(2) != 0 ? ALL : bytes.below(64)); },
     [](GLMmodel* model, Bytes& bytes) { requireArrays(*model, bytes.below(8)); },
     cutPolygon,

@@ -86,5 +86,7 @@ TEST(Library, EveryStatement) {
     EXPECT_EQ(plain.warnings, "4: image \"gone\" isn't there\n6: \"foo\" ignored\n");
     EXPECT_EQ(read("", true, "gone.mtl").materials, "failed");
     EXPECT_EQ(read("", true, "tex").materials, "failed");
+    EXPECT_EQ(read("newmtl a\r\rd x\\\r\n\r\nNs x", true).warnings,
+              "3: \"d\" ignored, its numbers can't be read\n5: \"Ns\" ignored, its numbers can't be read\n");
     EXPECT_EQ(read("newmtl a", true, "tex\\..\\m.mtl").materials, "[default]\n[a]\n");
 }

@@ -290,6 +290,10 @@ TEST(Try, EachAllocationMayFail) {
     options.warn = [](void*, const GLMwarning&) {};
     std::filesystem::create_directory(files.at("out"));
     const Freed whole(glmTryReadOBJ(files.path.c_str()), glmFree);
+    GLMextras* kept = nullptr;
+    GLMoptions keeping;
+    keeping.extras = &kept;
+    const Freed written(glmTryReadOBJ(files.path.c_str(), nullptr, keeping), glmFree);
     std::vector<std::function<bool(GLMerror*)>> calls = {
         [&](GLMerror* error) { return glmTryReadMTL(whole.get(), "m.mtl", error, options); },
         [&](GLMerror* error) {
@@ -301,7 +305,9 @@ TEST(Try, EachAllocationMayFail) {
             return done;
         },
         [&](GLMerror* error) {
-            return glmTryWriteOBJ(whole.get(), files.at("out/x.obj").c_str(), ~0 & ~GLM_SMOOTH, error, options);
+            GLMoptions all = options;
+            all.extras = &kept;
+            return glmTryWriteOBJ(written.get(), files.at("out/x.obj").c_str(), GLM_ALL, error, all);
         },
     };
     for (const auto& read : ways(files))
@@ -348,6 +354,7 @@ TEST(Try, EachAllocationMayFail) {
         }
         EXPECT_GT(tried, i == 2 ? 2 : 9);
     }
+    glmFreeExtras(kept);
 }
 
 TEST(Try, TellsProgressAndCanBeCancelled) {
