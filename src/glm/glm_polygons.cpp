@@ -56,16 +56,15 @@ bool makeRoom(Cutting& cutting) {
     GLMcall& call = cutting.call;
     GLMmodel& made = *cutting.made;
     std::size_t largest = 2;
-    bool hasObjects = false, hasSmoothing = false;
+    bool hasSmoothing = false;
     forPolygons(cutting.extras, [&](const GLMelement& element) {
         largest = std::max<std::size_t>(largest, element.count);
-        hasObjects |= element.object != GLM_NO_INDEX;
         hasSmoothing |= element.smoothing != 0;
         __glmTryCount(call, made, made.numtriangles, element.count - 2, "triangles");
     });
     if (call.failed || !makeGroups(cutting)) return false;
     made.triangles = __glmTryArray<GLMtriangle>(call, made.numtriangles);
-    if (hasObjects) cutting.objects.reset(__glmTryArray<std::uint32_t>(call, made.numtriangles));
+    if (cutting.extras.numobjects > 0) cutting.objects.reset(__glmTryArray<std::uint32_t>(call, made.numtriangles));
     if (hasSmoothing) cutting.smoothing.reset(__glmTryArray<std::uint32_t>(call, made.numtriangles));
     cutting.corners.reset(__glmTryArray<std::uint32_t>(call, largest));
     cutting.triangles.reset(__glmTryArray<std::uint32_t>(call, 3 * (largest - 2)));

@@ -41,7 +41,7 @@ struct GLMwindow {
     char hidden;           // what the NUL hides
     const char* error;     // null, or why there are no more lines: GLM_CANNOT_READ or GLM_NO_MEMORY
 };
-inline constexpr char GLM_CANNOT_READ[] = "can't read file", GLM_NO_MEMORY[] = "out of memory (one line)";
+constexpr char GLM_CANNOT_READ[] = "can't read file", GLM_NO_MEMORY[] = "out of memory (one line)";
 
 void __glmStartWindow(GLMwindow& window, const GLMsource& source, std::uint64_t from, std::uint64_t to);
 
