@@ -31,7 +31,8 @@ std::vector<float> expectedVertex(const GLMmodel& model, const GLMarrayoptions& 
                                   int k) {
     std::vector<float> vertex;
     const auto add = [&](const float* array, std::uint32_t index, std::size_t size) {
-        for (std::size_t i = 0; i < size; ++i) vertex.push_back(index == GLM_NO_INDEX ? 0 : array[size * index + i] + 0.0f);
+        for (std::size_t i = 0; i < size; ++i)
+            vertex.push_back(index == GLM_NO_INDEX ? 0 : array[size * index + i] + 0.0f);
     };
     add(model.vertices, triangle.vindices[k], 3);
     const bool smooth = !options.flat && triangle.nindices[k] != GLM_NO_INDEX;

@@ -1,5 +1,6 @@
 // Polygons cut into triangles: what they cover is what GLU's tessellator covers.
 #include "glm/glm_triangulate.h"
+#include "glm/glm_try.h"
 
 #include <GL/glu.h>
 #include <gtest/gtest.h>
@@ -7,8 +8,11 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <deque>
+#include <filesystem>
 #include <limits>
+#include <memory>
 #include <random>
 #include <set>
 #include <string>
@@ -275,4 +279,49 @@ TEST(Triangulate, AnyCornersGiveTriangles) {
     }
     triangulate({{0, 0, 0}, {1, 1, 0}, {1, 0, 0}, {0, 1, 0}});  // a bow tie
     triangulate(std::vector<std::array<float, 3>>(500, {1, 2, 3}));
+}
+
+// Models in the manner of many programs.
+TEST(Triangulate, KeptPolygonsBecomeTheTrianglesOfAReading) {
+    struct Reading {
+        explicit Reading(const std::string& path, bool polygons) {
+            GLMoptions options;
+            options.extras = &extras;
+            options.polygons = polygons;
+            model = glmTryReadOBJ(path.c_str(), nullptr, options);
+        }
+        ~Reading() {
+            glmFreeExtras(extras);
+            glmFree(model);
+        }
+        GLMmodel* model = nullptr;
+        GLMextras* extras = nullptr;
+    };
+    const auto isSame = [](const auto* a, const auto* b, std::size_t count) {
+        return (a == nullptr) == (b == nullptr) && (a == nullptr || std::memcmp(a, b, count * sizeof *a) == 0);
+    };
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(RYL_EXPORTERS)) {
+        if (entry.path().extension() != ".obj") continue;
+        SCOPED_TRACE(entry.path());
+        ++files;
+        const Reading expected(entry.path(), false), kept(entry.path(), true);
+        ASSERT_TRUE(expected.model != nullptr && kept.model != nullptr && kept.model->numtriangles == 0);
+        ASSERT_TRUE(glmTryTriangulate(kept.model, kept.extras));
+        const std::size_t count = kept.model->numtriangles;
+        ASSERT_EQ(count, expected.model->numtriangles);
+        EXPECT_TRUE(isSame(expected.model->triangles, kept.model->triangles, count));
+        EXPECT_TRUE(isSame(expected.model->facetnorms, kept.model->facetnorms, 3 * (count + 1)));
+        EXPECT_TRUE(isSame(expected.extras->objects, kept.extras->objects, count));
+        EXPECT_TRUE(isSame(expected.extras->smoothing, kept.extras->smoothing, count));
+        const GLMgroup* group = expected.model->groups;
+        for (const GLMgroup* own = kept.model->groups; own != nullptr; own = own->next, group = group->next) {
+            ASSERT_TRUE(group != nullptr && group->numtriangles == own->numtriangles);
+            EXPECT_STREQ(group->name, own->name);
+            EXPECT_EQ(group->material, own->material);
+            EXPECT_TRUE(isSame(group->triangles, own->triangles, own->numtriangles));
+        }
+        EXPECT_EQ(group, nullptr);
+    }
+    EXPECT_EQ(files, 40);
 }
