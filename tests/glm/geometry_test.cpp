@@ -1,3 +1,4 @@
+#include "glm/glm_triangulate.h"
 #include "model_files.h"
 
 #include <gtest/gtest.h>
@@ -238,4 +239,22 @@ TEST(Weld, EqualsThePlainComparison) {
     }
     compareWelds({}, 1);
     compareWelds({{0, 0, 0}, {5, 0, 0}, {0, 0, 0}}, 1);
+}
+
+// What this program printed once: every compiler, on 32-bit machines too, is to cut in the same way.
+TEST(Triangulate, TheSameOnEveryMachine) {
+    std::mt19937 random(8);
+    std::uint64_t hash = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const std::uint32_t count = 3 + random() % 100;
+        std::vector<float> positions(3 * (count + 1));
+        for (float& coordinate : positions)
+            coordinate = static_cast<float>(random() % (i % 2 == 0 ? 4 : 1000000)) * 1e-3f;
+        std::vector<std::uint32_t> corners(count), triangles(3 * (count - 2));
+        for (std::uint32_t k = 0; k < count; ++k) corners[k] = k + 1;
+        __glmTriangulate(positions.data(), corners.data(), count,
+                         reinterpret_cast<std::uint32_t(*)[3]>(triangles.data()));
+        for (const std::uint32_t corner : triangles) hash = (hash ^ corner) * 0x100000001b3;
+    }
+    EXPECT_EQ(hash, 14930759924452853395u);
 }
