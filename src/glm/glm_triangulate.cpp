@@ -250,9 +250,8 @@ bool isApart(const Ear& ear, const Box& box) {
     return false;
 }
 
-// Corner i is in the way when it is inside of the ear, on the new side, or on the border with an edge into the ear or
-// with the ear outside of its edges. It may stand where a corner of the ear stands: the polygon then touches itself
-// there.
+// Corner i is in the way when it is inside of the ear, on the new side, or on the border with an edge into the ear. It
+// may stand where a corner of the ear stands: the polygon then touches itself there, as it does along a way to a hole.
 bool isInTheWay(const Polygon& polygon, const Ear& ear, std::uint32_t i) {
     if (std::find(ear.corners, std::end(ear.corners), i) != std::end(ear.corners)) return false;
     int turns[3];
@@ -266,13 +265,7 @@ bool isInTheWay(const Polygon& polygon, const Ear& ear, std::uint32_t i) {
             if (turns[side] == 0 && turnFrom(ear, side, polygon.corners[end].point) <= 0) return false;
         return true;
     };
-    const Links& ring = polygon.corners[i].ring;
-    return entersTo(ring.before) || entersTo(ring.after) ||
-           std::all_of(ear.points, std::end(ear.points), [&](const Point& point) {
-               const Point& here = polygon.corners[i].point;
-               return turn(here, polygon.corners[ring.before].point, point) >= 0 &&
-                      turn(polygon.corners[ring.after].point, here, point) >= 0;
-           });
+    return entersTo(polygon.corners[i].ring.before) || entersTo(polygon.corners[i].ring.after);
 }
 
 // Whether one of the tree's corners from `low` up to `high` is in the way. No, when the budget is used up.

@@ -250,11 +250,17 @@ TEST(Triangulate, TheSameOnEveryMachine) {
         std::vector<float> positions(3 * (count + 1));
         for (float& coordinate : positions)
             coordinate = static_cast<float>(random() % (i % 2 == 0 ? 4 : 1000000)) * 1e-3f;
+        // Nearly on a line, where what is left or right is in the last digits of numbers of unlike size.
+        for (std::size_t k = 0; k < positions.size() && i % 4 == 0; k += 3) {
+            const int exponent = -static_cast<int>(random() % 40);
+            positions[k] = std::ldexp(static_cast<float>(random() % 4000000), exponent);
+            positions[k + 1] = std::nextafter(3 * positions[k], random() % 2 == 0 ? 1e30f : -1e30f);
+        }
         std::vector<std::uint32_t> corners(count), triangles(3 * (count - 2));
         for (std::uint32_t k = 0; k < count; ++k) corners[k] = k + 1;
         __glmTriangulate(positions.data(), corners.data(), count,
                          reinterpret_cast<std::uint32_t(*)[3]>(triangles.data()));
         for (const std::uint32_t corner : triangles) hash = (hash ^ corner) * 0x100000001b3;
     }
-    EXPECT_EQ(hash, 14930759924452853395u);
+    EXPECT_EQ(hash, 11129998011673817568u);
 }

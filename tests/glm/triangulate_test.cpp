@@ -173,17 +173,21 @@ Polygon simplePolygon(std::mt19937& random, std::size_t count) {
     return polygon;
 }
 
-// A square, and from each of its corners a way to a hole, round it and back.
+// A square, and from each of its corners a way to a hole, round it and back. Two ways have a corner, one of which is there
+// on the way back alone.
 Polygon withHoles() {
     Polygon polygon;
+    const auto turned = [](Point p, int turns) {
+        for (; turns > 0; --turns) p = {20 - p.y, p.x};
+        return p;
+    };
     const Point outer[] = {{0, 0}, {20, 0}, {20, 20}, {0, 20}}, hole[] = {{2, 3}, {3, 8}, {8, 7}, {7, 2}};
     for (int k = 0; k < 4; ++k) {
         polygon.push_back(outer[k]);
-        for (int i = 0; i <= 4; ++i) {
-            Point p = hole[i % 4];
-            for (int turns = 0; turns < k; ++turns) p = {20 - p.y, p.x};
-            polygon.push_back(p);
-        }
+        if (k == 1) polygon.push_back(turned({2, 1}, k));  // off the straight way
+        for (int i = 0; i <= 4; ++i) polygon.push_back(turned(hole[i % 4], k));
+        if (k == 1) polygon.push_back(turned({2, 1}, k));
+        if (k == 2) polygon.push_back(turned({1, 1.5}, k));  // on it
         polygon.push_back(outer[k]);
     }
     return polygon;
