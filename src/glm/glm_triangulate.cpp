@@ -250,8 +250,9 @@ bool isApart(const Ear& ear, const Box& box) {
     return false;
 }
 
-// Corner i is in the way when it is inside of the ear, on the new side, or on the border with an edge into the ear. It
-// may stand where a corner of the ear stands: the polygon then touches itself there, as it does along a way to a hole.
+// Corner i is in the way when it is inside of the ear, on the new side, or on the border with an edge into the ear.
+// It may stand where a corner of the ear stands: the polygon then touches itself there, as it does along a way to a
+// hole.
 bool isInTheWay(const Polygon& polygon, const Ear& ear, std::uint32_t i) {
     if (std::find(ear.corners, std::end(ear.corners), i) != std::end(ear.corners)) return false;
     int turns[3];
@@ -346,7 +347,7 @@ void clipPolygon(Polygon& polygon, const float* positions, const Plane& plane, c
     const std::uint32_t count = polygon.count;
     for (std::uint32_t i = 0; i < count; ++i)
         polygon.corners[i] = {.point = pointOf(positions, plane, corners[i]),
-                              .ring = {(i + count - 1) % count, (i + 1) % count},
+                              .ring = {i == 0 ? count - 1 : i - 1, i + 1 == count ? 0 : i + 1},
                               .queue = {i, i},
                               .place = 0,
                               .notch = false,
@@ -362,21 +363,14 @@ void clipPolygon(Polygon& polygon, const float* positions, const Plane& plane, c
     clipEars(polygon);
 }
 
-// What polygons are cut up to whose corners leave no ear after all, or are in no order at all.
+// Looks for each corner, and in all: many more than simple polygons take, and an end for those whose edges cross.
 constexpr std::uint64_t BUDGET = 512, LARGEST_BUDGET = std::uint64_t{1} << 30;
 
-constexpr std::uint32_t FEW = 64;
+constexpr std::uint32_t FEW = 64;  // corners that need no memory
 
-}  // namespace
-
-std::uint32_t __glmTriangulate(const float* positions, const std::uint32_t* corners, std::uint32_t count,
-                               std::uint32_t (*triangles)[3]) {
-    if (count < 3) return 0;
-    Plane plane{};
-    if (count == 3 || !findPlane(positions, corners, count, plane) || fits(positions, plane, corners, count)) {
-        fan(count, triangles);
-        return count - 2;
-    }
+// False when memory is short.
+bool cut(const float* positions, const Plane& plane, const std::uint32_t* corners, std::uint32_t count,
+         std::uint32_t (*triangles)[3]) {
     Corner few[FEW + 1];
     std::uint32_t fewPlaces[FEW];
     Polygon polygon{.corners = few,
@@ -391,10 +385,23 @@ std::uint32_t __glmTriangulate(const float* positions, const std::uint32_t* corn
     if (count > FEW) {
         many.reset(static_cast<Corner*>(__glmZeroed(count + std::size_t{1}, sizeof(Corner))));
         manyPlaces.reset(static_cast<std::uint32_t*>(__glmZeroed(count, sizeof(std::uint32_t))));
-        if (many == nullptr || manyPlaces == nullptr) return 0;
+        if (many == nullptr || manyPlaces == nullptr) return false;
         polygon.corners = many.get();
         polygon.tree = manyPlaces.get();
     }
     clipPolygon(polygon, positions, plane, corners);
-    return count - 2;
+    return true;
+}
+
+}  // namespace
+
+std::uint32_t __glmTriangulate(const float* positions, const std::uint32_t* corners, std::uint32_t count,
+                               std::uint32_t (*triangles)[3]) {
+    if (count < 3) return 0;
+    Plane plane{};
+    if (count == 3 || !findPlane(positions, corners, count, plane) || fits(positions, plane, corners, count)) {
+        fan(count, triangles);
+        return count - 2;
+    }
+    return cut(positions, plane, corners, count, triangles) ? count - 2 : 0;
 }

@@ -66,7 +66,7 @@ std::vector<std::array<float, 3>> onPlane(const Polygon& polygon, int plane) {
     return corners;
 }
 
-// ---- The other opinion ----------------------------------------------------------------------------------------------
+// ---- The other opinion --------------------------------------------------------------------------------------------
 
 struct Tessellation {
     std::deque<std::array<double, 3>> made;  // where edges meet
@@ -137,7 +137,7 @@ void compare(const Polygon& polygon, int plane, int flat, std::mt19937& random) 
     }
 }
 
-// ---- Polygons -------------------------------------------------------------------------------------------------------
+// ---- Polygons -----------------------------------------------------------------------------------------------------
 
 bool touch(Point a, Point b, Point c, Point d) {
     const auto between = [](Point p, Point q, Point r) {
@@ -173,8 +173,8 @@ Polygon simplePolygon(std::mt19937& random, std::size_t count) {
     return polygon;
 }
 
-// A square, and from each of its corners a way to a hole, round it and back. Two ways have a corner, one of which is there
-// on the way back alone.
+// A square, and from each of its corners a way to a hole, round it and back. Two ways have a corner, one of which is
+// there on the way back alone.
 Polygon withHoles() {
     Polygon polygon;
     const auto turned = [](Point p, int turns) {
