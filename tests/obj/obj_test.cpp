@@ -63,8 +63,8 @@ TEST(Info, PrintsWhatAModelHolds) {
         {"{} info bad.obj square.obj", 2, "square.obj\n  positions            4\n"},
         {"{} info - <square.obj", 0, "standard input\n"},
         {"{} info --json square.obj", 0, "\"path\": \"brick.png\",\n        \"found\": false"},
-        {"printf 'v 0 0 0\\ng \\377\\033\\nf 1 1 1\\n' | {} info --json -", 0, "\\u001b\""},
-        {"printf 'v 0 0 0\\ng \\033[0m\\nf 1 1 1\\n' | {} info -", 0, "\\x1b[0m (1 triangles)"},
+        {"printf 'v 0 0 0\\ng a\\377\\033b\\nf 1 1 1\\n' | {} info --json -", 0, "\\u001bb\""},
+        {"printf 'v 0 0 0\\ng a\\033[0m\\nf 1 1 1\\n' | {} info -", 0, "a\\x1b[0m (1 triangles)"},
     };
     expectAll(Folder(), CASES);
 }
