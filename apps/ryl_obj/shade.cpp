@@ -171,7 +171,10 @@ Seen Shader::shadeStroke(const Stroke& stroke, double x, double y) const {
     const Surface& surface = drawing.surface;
     const float* colors = surface.extras != nullptr ? surface.extras->colors : nullptr;
     Colour colour = stroke.material == 0 ? PLAIN_STROKE : surface.materials[stroke.material].diffuse;
-    if (colors != nullptr) colour = lightOf(colors + 3 * static_cast<std::size_t>(stroke.ends[0]));
+    if (colors != nullptr) {
+        const Colour painted = lightOf(colors + 3 * static_cast<std::size_t>(stroke.ends[0]));
+        colour = stroke.material == 0 ? painted : painted * colour;
+    }
     const double radius = drawing.look.pointSize / 2;
     constexpr double LEAST_BALL = 1.5;  // pixels; smaller points have one colour
     if (stroke.ends[0] != stroke.ends[1] || radius < LEAST_BALL) return {colour, 1};

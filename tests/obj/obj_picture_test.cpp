@@ -73,14 +73,13 @@ protected:
     TempDir folder;
 };
 
-void expectPixel(const GdImage& image, int x, int y, const Pixel& wanted) {
+void expectPixel(const GdImage& image, int x, int y, const Pixel& wanted, int tolerance = 3) {
     ASSERT_NE(image, nullptr);
     const int colour = gdImageGetTrueColorPixel(image.get(), x, y);
     const Pixel is = {gdTrueColorGetRed(colour), gdTrueColorGetGreen(colour), gdTrueColorGetBlue(colour),
                       255 - gdTrueColorGetAlpha(colour) * 255 / gdAlphaMax};
-    constexpr int TOLERANCE = 40;  // the lights' colours show in the materials' a little
     for (const auto channel : {&Pixel::red, &Pixel::green, &Pixel::blue, &Pixel::alpha})
-        EXPECT_NEAR(is.*channel, wanted.*channel, TOLERANCE)
+        EXPECT_NEAR(is.*channel, wanted.*channel, tolerance)
             << "at " << x << ", " << y << ": " << is << " for " << wanted;
 }
 
@@ -103,11 +102,15 @@ TEST_F(Pictures, ShowWhatIsNearInTheColourOfItsMaterial) {
 }
 
 TEST_F(Pictures, LayTexturesUpright) {
+    constexpr int MIXED = 45;  // the middle of a texel is not that of a pixel, so a little of its neighbours shows
     writeModel("map.obj", square("map", 0, 0));
     const GdImage plain = picture("map.obj");
-    expectPixel(plain, 27, 27, RED);
-    expectPixel(plain, 73, 27, GREEN);
-    expectPixel(plain, 27, 73, BLUE);
+    expectPixel(plain, 27, 27, RED, MIXED);
+    expectPixel(plain, 73, 27, GREEN, MIXED);
+    expectPixel(plain, 27, 73, BLUE, MIXED);
+    // Moved by half a width, the right column comes to stand left.
+    folder.write("m.mtl", "newmtl map\nKd 1 1 1\nillum 0\nmap_Kd -o 0.5 0 0 four.ppm\n");
+    expectPixel(picture("map.obj"), 27, 27, GREEN, MIXED);
 }
 
 TEST_F(Pictures, BlendWhatIsTranslucentOverTheRest) {
@@ -119,6 +122,17 @@ TEST_F(Pictures, BlendWhatIsTranslucentOverTheRest) {
     const GdImage alone = picture("alone.obj", "--background transparent");
     expectPixel(alone, 50, 50, {255, 0, 0, 128});
     expectPixel(alone, 1, 1, {0, 0, 0, 0});
+}
+
+// A square with a notch from above, a line across the notch, and a point in the colour of its position.
+TEST_F(Pictures, ShowConcavePolygonsLinesAndPoints) {
+    folder.write("notch.obj", "mtllib m.mtl\nv 0 0 0\nv 1 0 0\nv 1 1 0\nv 0.5 0.2 0\nv 0 1 0\nv 0.5 0.6 0 0 1 0\n"
+                              "p 6\nusemtl red\nf 1 2 3 4 5\nusemtl blue\nl 3 5\n");
+    const GdImage image = picture("notch.obj", "--line-width 4 --point-size 2.9");
+    expectPixel(image, 10, 50, RED);
+    expectPixel(image, 50, 60, WHITE);
+    expectPixel(image, 50, 4, BLUE);
+    expectPixel(image, 50, 41, GREEN);
 }
 
 TEST_F(Pictures, DoNotDependOnTheNumberOfThreads) {
