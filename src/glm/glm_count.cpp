@@ -54,6 +54,16 @@ Classes classesOf(const char* p) {
 }
 #endif
 
+// std::popcount calls a function where the processor need not have an instruction for it.
+std::uint32_t countBits(std::uint64_t bits) {
+    constexpr std::uint64_t ALTERNATE = 0x5555555555555555, PAIRS = 0x3333333333333333, NIBBLES = 0x0f0f0f0f0f0f0f0f,
+                            BYTES = 0x0101010101010101;
+    bits -= (bits >> 1) & ALTERNATE;
+    bits = (bits & PAIRS) + ((bits >> 2) & PAIRS);
+    bits = (bits + (bits >> 4)) & NIBBLES;
+    return static_cast<std::uint32_t>((bits * BYTES) >> 56);
+}
+
 // A block of a window. `white` says whether the character in front of it is white, and then whether its last one is.
 // Characters from `end` on are white.
 Bits bitsOf(const char* p, const char* end, bool& white) {
@@ -89,19 +99,28 @@ bool failAtMemory(const GLMcounter& counter, const char* p) {
     return false;
 }
 
-// A copy of a name, the rest of a line up to `end` without blanks around it, behind a character. What goes on in the next
-// line has one blank there. Null when memory is short.
+// Past white space and on into the next line, in a name, which may have other control characters.
+const char* skipWhite(const char* p, const char* end) {
+    for (;;) {
+        while (p < end && __glmIsWhite(*p)) ++p;
+        if (p == end || *p != '\\' || !__glmIsEnd(p[1])) return p;
+        ++p;
+    }
+}
+
+// A copy of a name, the rest of a line up to `end` without white space around it, behind a character. What goes on in the
+// next line has one blank there. Null when memory is short.
 GLMstring copyName(char first, const char* p, const char* end) {
-    p = __glmSkipBlanks(p);
-    while (end > p && static_cast<unsigned char>(end[-1]) <= ' ') --end;
-    GLMstring name(static_cast<char*>(std::malloc(static_cast<std::size_t>(std::max(p, end) - p) + 2)));
+    p = skipWhite(p, end);
+    while (end > p && __glmIsWhite(end[-1])) --end;
+    GLMstring name(static_cast<char*>(std::malloc(static_cast<std::size_t>(end - p) + 2)));
     if (name == nullptr) return name;
     char* to = name.get();
     *to++ = first;
     while (p < end) {
         const bool goesOn = *p == '\\' && __glmIsEnd(p[1]);
         *to++ = goesOn ? ' ' : *p;
-        p = goesOn ? __glmSkipBlanks(p) : p + 1;
+        p = goesOn ? skipWhite(p, end) : p + 1;
     }
     *to = '\0';
     const std::string_view whole = __glmWholeName(name.get() + 1);
@@ -261,7 +280,7 @@ bool __glmCountWindow(GLMcounter& counter, const GLMwindow& window) {
         for (;;) {
             const std::uint64_t stops = (comment ? bits.ends : bits.ends | bits.hashes) & left;
             const std::uint64_t stop = stops & -stops, passed = (stop - 1) & left;
-            if (!comment) line.words += static_cast<std::uint32_t>(std::popcount(bits.words & passed));
+            if (!comment) line.words += countBits(bits.words & passed);
             if (stop == 0) break;
             left &= ~(stop | (stop - 1));
             if ((bits.ends & stop) == 0) {

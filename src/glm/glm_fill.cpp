@@ -155,7 +155,7 @@ const char* scanRareIndex(const char* p, std::uint32_t& index) {
 }
 
 // A number that counts from 1, or back from the last of `soFar`; what is in front of the first one becomes 0.
-const char* scanIndex(const char* p, std::uint32_t soFar, std::uint32_t& index) {
+[[gnu::always_inline]] inline const char* scanIndex(const char* p, std::uint32_t soFar, std::uint32_t& index) {
     if (*p != '-') {
         const char* end = __glmScanIndex(p, index);
         return end != nullptr ? end : scanRareIndex(p, index);
@@ -195,7 +195,8 @@ bool dropIndex(GLMfiller& filler, const Place& place, const char* number, std::u
 bool startsIndex(char c) { return __glmIsDigit(c) || c == '-' || c == '+'; }
 
 // A corner: "v", "v/vt", "v//vn" or "v/vt/vn", whose last numbers may be missing behind their slashes.
-const char* readCorner(GLMfiller& filler, const char* line, const char* p, GLMelementcorner& corner) {
+[[gnu::always_inline]] inline const char* readCorner(GLMfiller& filler, const char* line, const char* p,
+                                                     GLMelementcorner& corner) {
     const GLMmodel& model = *filler.job.model;
     const Place place{.line = line, .corner = p};
     corner.texcoord = corner.normal = GLM_NO_INDEX;

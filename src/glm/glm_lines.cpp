@@ -145,17 +145,24 @@ bool tellProgress(GLMjob& job, std::uint64_t bytes, unsigned worker) {
     return !job.call.failed;
 }
 
-// Reads a chunk with `pass`, window by window. `state` is what that goes on with from one to the next.
+// Reads a chunk, window by window. `state` is what `pass` goes on with from one to the next. False when it is not read to
+// its end.
 template <typename State>
-void readChunk(GLMjob& job, std::size_t number, unsigned worker, GLMwindow& window, State state,
+bool readChunk(GLMjob& job, std::size_t number, unsigned worker, State state,
                bool (*pass)(State&, const GLMwindow&)) {
     GLMchunk& chunk = job.chunks[number];
+    GLMwindow& window = job.windows[worker];
     __glmStartWindow(window, job.source, chunk.begin, chunk.end);
     std::uint64_t told = chunk.begin;
-    while (number <= job.failed && __glmNextLines(window) && pass(state, window))
-        if (!tellProgress(job, window.next - std::exchange(told, window.next), worker)) break;
+    bool goesOn = number <= job.failed;
+    while (goesOn && __glmNextLines(window)) {
+        const bool passed = pass(state, window);
+        goesOn = tellProgress(job, window.next - std::exchange(told, window.next), worker) && passed &&
+                 number <= job.failed;
+    }
     if (window.error != nullptr) __glmFailChunk(chunk, chunk.begin, "%s", window.error);
     if (chunk.error[0] != '\0') noteFailure(job, number);
+    return goesOn && window.error == nullptr;
 }
 
 // Makes the first chunk's failure the call's, if one has failed. False when the call fails.
@@ -174,16 +181,6 @@ bool endPass(GLMjob& job) {
     return true;
 }
 
-// A pass over the text. Each thread takes the next chunk when it is done with one.
-template <typename State>
-bool passOver(GLMjob& job, State (*start)(const GLMjob&, GLMchunk&), bool (*pass)(State&, const GLMwindow&)) {
-    __glmShare(job.threads, job.count, [&](std::size_t number, unsigned worker) {
-        if (number <= job.failed)
-            readChunk(job, number, worker, job.windows[worker], start(job, job.chunks[number]), pass);
-    });
-    return endPass(job);
-}
-
 bool requireStatements(GLMjob& job) {
     const auto known = [](const GLMchunk& chunk) { return chunk.known; };
     if (std::any_of(job.chunks.get(), job.chunks.get() + job.count, known)) return true;
@@ -192,9 +189,6 @@ bool requireStatements(GLMjob& job) {
 }
 
 // ---- Triangles ----------------------------------------------------------------------------------------------------
-
-// Triangles whose facets one thread makes at a time.
-constexpr std::uint32_t TRIANGLES = 1 << 14;
 
 // What is known of a polygon's corners and its triangles while it is cut.
 struct Polygon {
@@ -235,14 +229,12 @@ bool cutFan(const GLMmodel& model, GLMtriangle* fan, std::uint32_t count) {
         return cutPolygon(model, fan, count, {.triangles = triangles, .corners = corners, .positions = positions});
     }
     const std::size_t size = count + std::size_t{2};
-    const GLMstring triangles(static_cast<char*>(std::calloc(size, 3 * sizeof(std::uint32_t))));
-    const GLMstring corners(static_cast<char*>(std::calloc(size, sizeof(GLMelementcorner))));
-    const GLMstring positions(static_cast<char*>(std::calloc(size, sizeof(std::uint32_t))));
+    const std::unique_ptr<std::uint32_t[][3]> triangles(new (std::nothrow) std::uint32_t[size][3]);
+    const std::unique_ptr<GLMelementcorner[]> corners(new (std::nothrow) GLMelementcorner[size]);
+    const std::unique_ptr<std::uint32_t[]> positions(new (std::nothrow) std::uint32_t[size]);
     if (triangles == nullptr || corners == nullptr || positions == nullptr) return false;
     return cutPolygon(model, fan, count,
-                      {.triangles = reinterpret_cast<std::uint32_t(*)[3]>(triangles.get()),
-                       .corners = reinterpret_cast<GLMelementcorner*>(corners.get()),
-                       .positions = reinterpret_cast<std::uint32_t*>(positions.get())});
+                      {.triangles = triangles.get(), .corners = corners.get(), .positions = positions.get()});
 }
 
 // The facets of a chunk's faces, each of which starts with the number of its triangles.
@@ -250,17 +242,43 @@ void makeFacets(const GLMmodel& model, GLMchunk& chunk) {
     auto first = static_cast<std::uint32_t>(chunk.before.triangles);
     const auto last = static_cast<std::uint32_t>(chunk.before.triangles + chunk.counts.triangles);
     while (first < last) {
-        const std::uint32_t count = model.triangles[first].findex;
-        if (count > 1 && !cutFan(model, model.triangles + first, count))
-            return __glmFailChunk(chunk, chunk.begin, "out of memory (%u corners of one face)", count + 2);
-        __glmMakeFacets(model, first, first + count);
-        first += count;
+        std::uint32_t next = first;
+        while (next < last && model.triangles[next].findex == 1) ++next;
+        if (next == first) {
+            const std::uint32_t count = model.triangles[first].findex;
+            if (!cutFan(model, model.triangles + first, count))
+                return __glmFailChunk(chunk, chunk.begin, "out of memory (%u corners of one face)", count + 2);
+            next += count;
+        }
+        __glmMakeFacets(model, first, next);
+        first = next;
     }
 }
 
-bool makeAllFacets(GLMjob& job) {
-    __glmShare(job.threads, job.count,
-               [&](std::size_t number, unsigned) { makeFacets(*job.model, job.chunks[number]); });
+// ---- The passes ---------------------------------------------------------------------------------------------------
+
+// Each thread takes the next chunk when it is done with one.
+bool countAll(GLMjob& job) {
+    __glmShare(job.threads, job.count, [&](std::size_t number, unsigned worker) {
+        readChunk(job, number, worker, __glmCounterOf(job, job.chunks[number]), __glmCountWindow);
+    });
+    return endPass(job) && requireStatements(job);
+}
+
+// Chunks with positions are filled before those without, whose facets are made while the processor still has them at hand.
+bool fillAll(GLMjob& job) {
+    for (const bool positions : {true, false})
+        __glmShare(job.threads, job.count, [&](std::size_t number, unsigned worker) {
+            GLMchunk& chunk = job.chunks[number];
+            if ((chunk.counts.positions > 0) == positions &&
+                readChunk(job, number, worker, __glmFillerOf(job, chunk), __glmFillWindow) && !positions)
+                makeFacets(*job.model, chunk);
+        });
+    if (!endPass(job)) return false;
+    __glmShare(job.threads, job.count, [&](std::size_t number, unsigned) {
+        GLMchunk& chunk = job.chunks[number];
+        if (chunk.counts.positions > 0) makeFacets(*job.model, chunk);
+    });
     return endPass(job);
 }
 
@@ -319,9 +337,8 @@ bool prepare(GLMjob& job, std::size_t chunkSize) {
 
 bool __glmReadLines(GLMcall& call, const GLMtext& text, GLMmodel* model, GLMextras* extras) {
     GLMjob job{.call = call, .model = model, .extras = extras, .source = __glmSourceOf(text)};
-    const bool done = prepare(job, call.chunk != 0 ? call.chunk : CHUNK) &&
-                      passOver(job, __glmCounterOf, __glmCountWindow) && requireStatements(job) && __glmJoin(job) &&
-                      passOver(job, __glmFillerOf, __glmFillWindow) && makeAllFacets(job) && warnOfAll(job);
+    const bool done = prepare(job, call.chunk != 0 ? call.chunk : CHUNK) && countAll(job) && __glmJoin(job) &&
+                      fillAll(job) && warnOfAll(job);
     if (done) __glmTellDone(call, 1);
     return done && !call.failed;
 }
