@@ -47,7 +47,7 @@ struct Command {
 
 constexpr int ANY_NUMBER = 1 << 30;
 
-extern const Command INFO_COMMAND, PICTURE_COMMAND, PROBE_COMMAND, VIEW_COMMAND;
+extern const Command CHECK_COMMAND, CONVERT_COMMAND, INFO_COMMAND, PICTURE_COMMAND, PROBE_COMMAND, VIEW_COMMAND;
 
 // Reads the words behind the subcommand's name. Prints its help or what is wrong and ends the process where one of the
 // two is due.
@@ -70,6 +70,9 @@ void report(std::string_view file, unsigned long long line, std::string_view tex
 // Writes "ryl-obj: TEXT" and ends the process with status UNUSABLE.
 [[noreturn, gnu::format(printf, 1, 2)]] void refuse(const char* format, ...);
 
+// A text of the model library's without the name of its function in front.
+std::string_view withoutFunction(std::string_view text);
+
 // The text with its control characters written as \xNN.
 std::string printable(std::string_view text);
 
@@ -84,7 +87,7 @@ struct ReleaseModel {
     void operator()(GLMmodel* model) const { glmFree(model); }
 };
 struct ReleaseExtras {
-    void operator()(GLMextras*) const {}  // the reader gives none so far
+    void operator()(GLMextras* extras) const { glmFreeExtras(extras); }
 };
 
 struct Model {
@@ -96,8 +99,13 @@ struct Model {
 const char* nameOf(const char* path);
 
 // Reads the model at `path`, "-" for standard input, with its extras; false when it cannot be used. Progress is shown.
-// Reports warnings, unless options.warn takes them, and the error, unless `error` does.
-bool readModel(const char* path, Model& model, GLMoptions options = {}, GLMerror* error = nullptr);
+// Reports warnings, unless options.warn takes them, and the error, unless `error` does. `text` (or null) takes all that
+// was read.
+bool readModel(const char* path, Model& model, GLMoptions options = {}, GLMerror* error = nullptr,
+               std::string* text = nullptr);
+
+// Reads a file, "-" for standard input, from its start to its end. False with errno set when it cannot be read.
+bool readText(const char* path, std::string& text);
 
 // The file that a model's library names, as it can be opened: beside the model, with "/" for "\\" where that finds it.
 std::optional<std::string> findLibrary(const GLMmodel& model, std::string_view name);

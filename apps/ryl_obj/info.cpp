@@ -15,8 +15,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t SHOWN = 12;  // of a list in the text, unless --all is given
 
-std::string nameOrNone(const char* name) { return name == nullptr ? "" : name; }
-
 Json extentOf(const GLMmodel& model) {
     Json least = Json::array(), most = Json::array();
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -32,48 +30,50 @@ Json extentOf(const GLMmodel& model) {
     return {{"least", least}, {"most", most}};
 }
 
-Json groupsOf(const GLMmodel& model) {
+// How many faces have each value of a field.
+std::vector<std::uint64_t> countBy(const GLMextras& extras, std::uint32_t values, std::uint32_t GLMelement::*field) {
+    std::vector<std::uint64_t> counts(values);
+    for (std::uint32_t i = 0; i < extras.numelements; ++i) {
+        const GLMelement& element = extras.elements[i];
+        const auto value = element.*field;
+        if (value < values && element.kind == GLMelementkind::face) ++counts[value];
+    }
+    return counts;
+}
+
+Json groupsOf(const GLMextras& extras) {
     Json groups = Json::array();
-    for (const GLMgroup* group = model.groups; group != nullptr; group = group->next)
-        if (group->numtriangles > 0) groups.push_back({{"name", group->name}, {"triangles", group->numtriangles}});
-    std::reverse(groups.begin(), groups.end());
+    const auto faces = countBy(extras, extras.numgroups, &GLMelement::group);
+    for (std::uint32_t i = 0; i < extras.numgroups; ++i)
+        if (faces[i] > 0) groups.push_back({{"name", extras.groupnames[i]}, {"faces", faces[i]}});
     return groups;
 }
 
-Json objectsOf(const Model& read) {
+Json objectsOf(const GLMextras& extras) {
     Json objects = Json::array();
-    if (read.extras == nullptr) return objects;
-    const GLMextras& extras = *read.extras;
-    std::vector<std::uint64_t> triangles(extras.numobjects);
-    for (std::uint32_t i = 0; extras.objects != nullptr && i < read.model->numtriangles; ++i)
-        if (extras.objects[i] != GLM_NO_INDEX) ++triangles[extras.objects[i]];
+    const auto faces = countBy(extras, extras.numobjects, &GLMelement::object);
     for (std::uint32_t i = 0; i < extras.numobjects; ++i)
-        objects.push_back({{"name", extras.objectnames[i]}, {"triangles", triangles[i]}});
+        objects.push_back({{"name", extras.objectnames[i]}, {"faces", faces[i]}});
     return objects;
 }
 
-// The images of a material: those of all its statements, or its diffuse one.
-Json mapsOf(const Model& read, std::uint32_t material) {
+Json mapsOf(const GLMmaterialextras& material) {
     Json maps = Json::array();
-    if (read.extras != nullptr && read.extras->materials != nullptr) {
-        const GLMmaterialextras& more = read.extras->materials[material];
-        for (std::uint32_t i = 0; i < more.nummaps; ++i)
-            maps.push_back({{"keyword", more.maps[i].keyword}, {"path", more.maps[i].path}});
-    } else if (const std::int32_t map = read.model->materials[material].map_diffuse; map >= 0) {
-        maps.push_back({{"keyword", "map_Kd"}, {"path", read.model->textures[map].name}});
-    }
+    for (std::uint32_t i = 0; i < material.nummaps; ++i)
+        maps.push_back({{"keyword", material.maps[i].keyword}, {"path", material.maps[i].path}});
     return maps;
 }
 
+// Without the default material, if nothing has it.
 Json materialsOf(const Model& read) {
     const GLMmodel& model = *read.model;
-    std::vector<std::uint64_t> triangles(model.nummaterials);
-    for (std::uint32_t i = 0; i < model.numtriangles && model.nummaterials > 0; ++i)
-        ++triangles[model.triangles[i].material];
+    const auto faces = countBy(*read.extras, model.nummaterials, &GLMelement::material);
     Json materials = Json::array();
     for (std::uint32_t i = 0; i < model.nummaterials; ++i)
-        materials.push_back(
-            {{"name", nameOrNone(model.materials[i].name)}, {"triangles", triangles[i]}, {"maps", mapsOf(read, i)}});
+        if (i > 0 || faces[i] > 0)
+            materials.push_back({{"name", model.materials[i].name},
+                                 {"faces", faces[i]},
+                                 {"maps", mapsOf(read.extras->materials[i])}});
     return materials;
 }
 
@@ -81,13 +81,10 @@ Json found(const std::string& name, bool there) { return {{"path", name}, {"foun
 
 Json librariesOf(const Model& read) {
     Json libraries = Json::array();
-    const GLMmodel& model = *read.model;
-    if (read.extras != nullptr)
-        for (std::uint32_t i = 0; i < read.extras->numlibraries; ++i)
-            libraries.push_back(
-                found(read.extras->libraries[i], findLibrary(model, read.extras->libraries[i]).has_value()));
-    else if (model.mtllibname != nullptr)
-        libraries.push_back(found(model.mtllibname, findLibrary(model, model.mtllibname).has_value()));
+    for (std::uint32_t i = 0; i < read.extras->numlibraries; ++i) {
+        const char* const name = read.extras->libraries[i];
+        libraries.push_back(found(name, findLibrary(*read.model, name).has_value()));
+    }
     return libraries;
 }
 
@@ -103,45 +100,55 @@ Json texturesOf(const Model& read, const Json& materials) {
     return textures;
 }
 
-// Of the model's arrays, as glm.h describes them, with what the extras add to them.
-std::uint64_t bytesOf(const Model& read) {
-    constexpr std::uint64_t VECTOR = 3 * sizeof(float), TEXCOORD = 2 * sizeof(float);
-    const GLMmodel& model = *read.model;
-    std::uint64_t bytes = VECTOR * (std::uint64_t{model.numvertices} + model.numnormals + model.numfacetnorms) +
-                          TEXCOORD * model.numtexcoords +
-                          (sizeof(GLMtriangle) + sizeof(std::uint32_t)) * std::uint64_t{model.numtriangles};
-    if (read.extras == nullptr) return bytes;
-    const GLMextras& extras = *read.extras;
-    bytes += sizeof(GLMelement) * std::uint64_t{extras.numelements};
-    bytes += sizeof(GLMelementcorner) * std::uint64_t{extras.numcorners};
-    if (extras.colors != nullptr) bytes += VECTOR * model.numvertices;
-    return bytes;
+// What the elements are: faces by the number of their corners, and the triangles that they make.
+struct Elements {
+    std::uint64_t points = 0, lines = 0, triangles = 0, quads = 0, larger = 0, made = 0;
+};
+
+Elements elementsOf(const GLMextras& extras) {
+    Elements all;
+    for (std::uint32_t i = 0; i < extras.numelements; ++i) {
+        const GLMelement& element = extras.elements[i];
+        if (element.kind == GLMelementkind::point) ++all.points;
+        if (element.kind == GLMelementkind::line) ++all.lines;
+        if (element.kind != GLMelementkind::face) continue;
+        all.made += element.count - 2;
+        ++(element.count == 3 ? all.triangles : element.count == 4 ? all.quads : all.larger);
+    }
+    return all;
 }
 
-std::uint64_t elementsOf(const Model& read, GLMelementkind kind) {
-    std::uint64_t count = 0;
-    if (read.extras != nullptr)
-        for (std::uint32_t i = 0; i < read.extras->numelements; ++i) count += read.extras->elements[i].kind == kind;
-    return count;
+// What the model takes in a program that reads it as triangles: its arrays, as glm.h describes them, and colours.
+std::uint64_t bytesOf(const Model& read, std::uint64_t triangles) {
+    constexpr std::uint64_t VECTOR = 3 * sizeof(float), TEXCOORD = 2 * sizeof(float);
+    const GLMmodel& model = *read.model;
+    const std::uint64_t colors = read.extras->colors != nullptr ? model.numvertices : 0;
+    return VECTOR * (triangles + colors + model.numvertices + model.numnormals) + TEXCOORD * model.numtexcoords +
+           (sizeof(GLMtriangle) + sizeof(std::uint32_t)) * triangles;
 }
 
 Json gather(const char* path, const Model& read) {
     const GLMmodel& model = *read.model;
+    const GLMextras& extras = *read.extras;
+    const Elements elements = elementsOf(extras);
     Json facts = {{"file", nameOf(path)},
                   {"positions", model.numvertices},
                   {"normals", model.numnormals},
                   {"texcoords", model.numtexcoords},
-                  {"colors", read.extras != nullptr && read.extras->colors != nullptr},
-                  {"triangles", model.numtriangles},
-                  {"lines", elementsOf(read, GLMelementkind::line)},
-                  {"points", elementsOf(read, GLMelementkind::point)},
+                  {"colors", extras.colors != nullptr},
+                  {"faces", elements.triangles + elements.quads + elements.larger},
+                  {"quads", elements.quads},
+                  {"polygons", elements.larger},
+                  {"triangles", elements.made},
+                  {"lines", elements.lines},
+                  {"points", elements.points},
                   {"extent", extentOf(model)},
-                  {"groups", groupsOf(model)},
-                  {"objects", objectsOf(read)},
+                  {"groups", groupsOf(extras)},
+                  {"objects", objectsOf(extras)},
                   {"libraries", librariesOf(read)},
                   {"materials", materialsOf(read)}};
     facts["textures"] = texturesOf(read, facts["materials"]);
-    facts["memory"] = bytesOf(read);
+    facts["memory"] = bytesOf(read, elements.made);
     return facts;
 }
 
@@ -153,9 +160,12 @@ void printLine(const char* what, const std::string& value) { std::printf("  %-20
 std::string numberText(const Json& number) { return number.dump(); }
 
 void printCounts(const Json& facts) {
-    constexpr std::array<std::array<const char*, 2>, 6> COUNTS = {{{"positions", "positions"},
+    constexpr std::array<std::array<const char*, 2>, 9> COUNTS = {{{"positions", "positions"},
                                                                    {"normals", "normals"},
                                                                    {"texcoords", "texture coordinates"},
+                                                                   {"faces", "faces"},
+                                                                   {"quads", "  of four corners"},
+                                                                   {"polygons", "  of more"},
                                                                    {"triangles", "triangles"},
                                                                    {"lines", "lines"},
                                                                    {"points", "points"}}};
@@ -181,12 +191,13 @@ void printList(const char* what, const Json& list, bool all, Text text) {
     if (shown < list.size()) printLine("", "... (--all shows all)");
 }
 
-std::string withTriangles(const Json& entry) {
-    return entry["name"].get<std::string>() + " (" + numberText(entry["triangles"]) + " triangles)";
+std::string withFaces(const Json& entry) {
+    const bool one = entry["faces"] == 1;
+    return entry["name"].get<std::string>() + " (" + numberText(entry["faces"]) + (one ? " face)" : " faces)");
 }
 
 std::string withMaps(const Json& material) {
-    std::string text = withTriangles(material);
+    std::string text = withFaces(material);
     for (const Json& map : material["maps"])
         text += ", " + map["keyword"].get<std::string>() + " " + map["path"].get<std::string>();
     return text;
@@ -207,8 +218,8 @@ void print(const Json& facts, bool all) {
     std::puts(printable(facts["file"].get<std::string>()).c_str());
     printCounts(facts);
     printExtent(facts["extent"]);
-    printList("objects", facts["objects"], all, withTriangles);
-    printList("groups", facts["groups"], all, withTriangles);
+    printList("objects", facts["objects"], all, withFaces);
+    printList("groups", facts["groups"], all, withFaces);
     printList("libraries", facts["libraries"], all, withPresence);
     printList("materials", facts["materials"], all, withMaps);
     printList("textures", facts["textures"], all, withPresence);
@@ -221,7 +232,9 @@ int run(const CommandLine& line) {
     Json every = Json::array();
     for (const char* path : line.operands) {
         Model model;
-        if (!readModel(path, model)) {
+        GLMoptions options;
+        options.polygons = true;
+        if (!readModel(path, model, options)) {
             status = UNUSABLE;
             continue;
         }

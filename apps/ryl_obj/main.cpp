@@ -13,7 +13,8 @@
 
 namespace {
 
-const Command* const COMMANDS[] = {&INFO_COMMAND, &PICTURE_COMMAND, &VIEW_COMMAND, &PROBE_COMMAND};
+const Command* const COMMANDS[] = {&INFO_COMMAND,    &CHECK_COMMAND, &CONVERT_COMMAND,
+                                   &PICTURE_COMMAND, &VIEW_COMMAND,  &PROBE_COMMAND};
 
 void printHelp(std::FILE* to) {
     std::fputs("Usage: ryl-obj SUBCOMMAND [OPTION...] FILE...\n\n"

@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -30,22 +31,20 @@ void fail(const char* path, GLMerror* error, const char* text) {
     std::snprintf(error->text, sizeof error->text, "%s", text);
 }
 
-// Null after fail().
-File open(const char* path, GLMerror* error) {
+// Null with errno set.
+File open(const char* path) {
     if (isStandardInput(path)) return File(stdin);
     File file(std::fopen(path, "rb"));
     struct stat status {};
-    int reason = errno;
     if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
-        reason = EISDIR;
         file.reset();
+        errno = EISDIR;
     }
-    if (!file) fail(path, error, std::strerror(reason));
     return file;
 }
 
 void warn(void*, const GLMwarning& warning) {
-    std::string text = std::string("warning: ") + warning.text;
+    std::string text = "warning: " + std::string(withoutFunction(warning.text));
     if (warning.count > 1) text += " (" + std::to_string(warning.count) + " times)";
     report(nameOf(warning.file), warning.line, text);
 }
@@ -77,22 +76,43 @@ std::optional<std::string> findIn(const fs::path& folder, std::string_view name)
 
 const char* nameOf(const char* path) { return *path == '\0' || isStandardInput(path) ? "standard input" : path; }
 
-bool readModel(const char* path, Model& model, GLMoptions options, GLMerror* error) {
-    const File file = open(path, error);
+bool readText(const char* path, std::string& text) {
+    constexpr std::size_t PIECE = 1 << 16;
+    const File file = open(path);
     if (!file) return false;
+    struct stat status {};
+    const bool sized = fstat(fileno(file.get()), &status) == 0 && S_ISREG(status.st_mode);
+    std::size_t size = 0;
+    do {
+        // Whatever the file has grown by comes in pieces.
+        text.resize(size == 0 && sized ? static_cast<std::size_t>(status.st_size) + 1 : std::max(2 * size, PIECE));
+        size += std::fread(text.data() + size, 1, text.size() - size, file.get());
+    } while (size == text.size());
+    text.resize(size);
+    return std::ferror(file.get()) == 0;
+}
+
+bool readModel(const char* path, Model& model, GLMoptions options, GLMerror* error, std::string* text) {
+    const File file = text == nullptr ? open(path) : nullptr;
+    if (text != nullptr ? !readText(path, *text) : !file) {
+        fail(path, error, std::strerror(errno));
+        return false;
+    }
     GLMextras* extras = nullptr;
     GLMerror met{};
     options.extras = &extras;
     options.progress = show;
     if (options.warn == nullptr) options.warn = warn;
     model = {};
-    model.model.reset(glmTryReadFile(file.get(), isStandardInput(path) ? "" : path, &met, options));
+    const char* const name = isStandardInput(path) ? "" : path;
+    model.model.reset(text != nullptr ? glmTryReadMemory(text->data(), text->size(), name, &met, options)
+                                      : glmTryReadFile(file.get(), name, &met, options));
     model.extras.reset(extras);
     if (model.model != nullptr) return true;
     if (error != nullptr)
         *error = met;
     else
-        report(nameOf(met.file), met.line, met.text);
+        report(nameOf(met.file), met.line, withoutFunction(met.text));
     return false;
 }
 

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdarg>
@@ -45,6 +46,15 @@ void refuse(const char* format, ...) {
     va_end(values);
     report("", 0, text.data());
     std::exit(UNUSABLE);
+}
+
+std::string_view withoutFunction(std::string_view text) {
+    constexpr std::string_view END = ": ";
+    const std::size_t end = text.find(END);
+    const bool named = text.starts_with("glm") && end != std::string_view::npos &&
+                       text.substr(0, end).find_first_of("\"\\/") == std::string_view::npos;
+    if (named) text.remove_prefix(end + END.size());
+    return text.substr(std::min(text.find_first_not_of(' '), text.size()));
 }
 
 std::string printable(std::string_view text) {
