@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <strings.h>
+#include <unistd.h>
 #include <utility>
 
 namespace fs = std::filesystem;
@@ -85,13 +86,22 @@ constexpr Change CHANGES[] = {
      group},
 };
 
+// The geometry of the model library ends the process with status 1 where memory is short.
+bool changing = false;
+
+void endWhileChanging() {
+    if (changing) _exit(UNUSABLE);
+}
+
 void applyChanges(const CommandLine& line, Model& model) {
+    changing = std::atexit(endWhileChanging) == 0;
     for (const GivenOption& option : line.options)
         for (const Change& change : CHANGES) {
             if (option.name != change.option.name) continue;
             showProgress(change.option.name, 0);
             change.apply(model, option);
         }
+    changing = false;
 }
 
 // ---- Files --------------------------------------------------------------------------------------------------------

@@ -2,8 +2,11 @@
 #include "command.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/sysinfo.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -44,6 +47,19 @@ void openStandardStreams() {
     if (file > STDERR_FILENO) close(file);
 }
 
+// An endless file ends with a message then, before the system looks for a process to kill. The sanitizers take more
+// memory than there is.
+void limitMemory() {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    struct sysinfo machine {};
+    rlimit limit{};
+    if (sysinfo(&machine) != 0 || getrlimit(RLIMIT_DATA, &limit) != 0) return;
+    const auto most = static_cast<rlim_t>((0.75 * machine.totalram + machine.freeswap) * machine.mem_unit);
+    limit.rlim_cur = std::min(limit.rlim_cur, most);
+    setrlimit(RLIMIT_DATA, &limit);
+#endif
+}
+
 int runCommand(int argc, char** argv) {
     const char* name = argc > 1 ? argv[1] : "";
     const bool version = std::strcmp(name, "--version") == 0;
@@ -64,6 +80,7 @@ int runCommand(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     openStandardStreams();
+    limitMemory();
     int status = UNUSABLE;
     try {
         status = runCommand(argc, argv);
