@@ -197,7 +197,7 @@ Report check(const char* path, std::size_t shown) {
         checkLibraries(model, report.findings);
     countTexts(report, shown);
     if (report.unusable) return report;
-    showProgress("checking", 0);
+    showProgress("checking", UNKNOWN);
     describe(model, checkShape(model), text, shown, report);
     std::stable_sort(report.findings.begin(), report.findings.end(),
                      [](const Finding& a, const Finding& b) { return a.kind < b.kind; });

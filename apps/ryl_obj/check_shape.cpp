@@ -26,8 +26,8 @@ Vec cross(const Vec& a, const Vec& b) {
 double length(const Vec& v) { return std::sqrt(dot(v, v)); }
 
 Vec vectorAt(const float* vectors, std::uint32_t index) {
-    const float* v = vectors + std::size_t{3} * index;
-    return {v[0], v[1], v[2]};
+    const std::size_t at = std::size_t{3} * index;
+    return {vectors[at], vectors[at + 1], vectors[at + 2]};
 }
 
 // The model as faces of positions; equal positions are the first of them.
@@ -272,9 +272,11 @@ void extend(Part& part, const Vec& at) {
 }
 
 void addFace(const Mesh& mesh, std::uint32_t face, Part& part) {
-    constexpr Vec FAR{INFINITY, INFINITY, INFINITY};
+    constexpr Vec FAR{INFINITY, INFINITY, INFINITY}, BACK{-INFINITY, -INFINITY, -INFINITY};
     const auto corners = mesh.corners(face);
-    if (part.faces++ == 0) part = {face, 1, 0, false, FAR, Vec{0, 0, 0} - FAR};
+    if (part.faces == 0)
+        part = Part{.face = face, .faces = 0, .volume = 0, .open = false, .least = FAR, .most = BACK};
+    ++part.faces;
     // Around the part's first position, so that no digits are lost far from the origin.
     const Vec origin = mesh.position(mesh.corners(part.face)[0]), apex = mesh.position(corners[0]) - origin;
     for (const GLMelementcorner& corner : corners) extend(part, mesh.position(corner));

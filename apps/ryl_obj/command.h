@@ -76,8 +76,9 @@ std::string_view withoutFunction(std::string_view text);
 // The text with its control characters written as \xNN.
 std::string printable(std::string_view text);
 
-// Shows on a terminal how far the program is with `task`, from 0 to 1, if it has worked for more than a second. Messages
-// and hideProgress take the bar away.
+// Shows on a terminal how far the program is with `task`, from 0 to 1 or UNKNOWN, if it has worked for more
+// than a second. Messages and hideProgress take that away.
+constexpr float UNKNOWN = -1;
 void showProgress(const char* task, float done);
 void hideProgress();
 

@@ -98,7 +98,7 @@ void applyChanges(const CommandLine& line, Model& model) {
     for (const GivenOption& option : line.options)
         for (const Change& change : CHANGES) {
             if (option.name != change.option.name) continue;
-            showProgress(change.option.name, 0);
+            showProgress(change.option.name, UNKNOWN);
             change.apply(model, option);
         }
     changing = false;
@@ -199,7 +199,7 @@ int run(const CommandLine& line) {
     if (!mayWrite(target, replace) || !readModel(line.operands[0], model, options)) return UNUSABLE;
     if (!options.polygons) makeFaces(model);
     applyChanges(line, model);
-    showProgress("writing", 0);
+    showProgress("writing", UNKNOWN);
     if (format == Format::ply) return writePly(model, target, valueOf(line, "ascii") != nullptr, replace);
     return writeObj(model, target, valueOf(line, "no-materials") == nullptr, replace);
 }

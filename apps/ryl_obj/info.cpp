@@ -239,7 +239,10 @@ int run(const CommandLine& line) {
             continue;
         }
         Json facts = gather(path, model);
-        json ? every.push_back(std::move(facts)) : print(facts, all);
+        if (json)
+            every.push_back(std::move(facts));
+        else
+            print(facts, all);
     }
     // Names that are not UTF-8 get the replacement character.
     if (json) std::puts(every.dump(2, ' ', false, Json::error_handler_t::replace).c_str());

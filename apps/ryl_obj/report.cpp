@@ -82,10 +82,13 @@ void showProgress(const char* task, float done) {
     const Clock::time_point now = Clock::now();
     if (!TERMINAL || now - START < PATIENCE || now - bar.last < SHOWN_EVERY) return;
     bar = {.shown = true, .last = now};
-    const auto filled = static_cast<int>(static_cast<float>(BAR_WIDTH) * done);
-    std::string text(static_cast<std::size_t>(filled), '#');
-    text.resize(BAR_WIDTH, '.');
-    std::fprintf(stderr, "%s[%s] %s", TO_LINE_START, text.c_str(), task);
+    std::string text;
+    if (done >= 0) {
+        text.assign(static_cast<std::size_t>(static_cast<float>(BAR_WIDTH) * std::min(done, 1.0f)), '#');
+        text.resize(BAR_WIDTH, '.');
+        text = "[" + text + "] ";
+    }
+    std::fprintf(stderr, "%s%s%s ...", TO_LINE_START, text.c_str(), task);
     std::fflush(stderr);
 }
 
