@@ -9,6 +9,8 @@ _ryl_obj() {
         case $before in
         --to) words='obj ply' ;;
         --map) words='linear spherical cube' ;;
+        --up) words='x y z -x -y -z' ;;
+        --background) words='transparent' ;;
         --groups) words='none object material part' ;;
         --fail-on)
             words="all error warning note $(ryl-obj check --help |

@@ -200,7 +200,7 @@ TEST(Convert, HarmsNoFile) {
 TEST(Manual, DescribesEveryOptionAndKind) {
     const Folder folder;
     const std::string manual = folder.run("sed 's/\\\\-/-/g' '" RYL_OBJ_MANUAL "'").output;
-    const Ran words = folder.run("for each in info check convert probe; do {} $each --help; done | "
+    const Ran words = folder.run("for each in info check convert picture view probe; do {} $each --help; done | "
                                  "sed -n 's/^  \\(--[a-z-]*\\).*/\\1/p; s/^  [enw][a-z]* *\\([a-z-]*\\) .*/\\1/p'");
     std::istringstream lines(words.output);
     int count = 0;
