@@ -31,8 +31,8 @@ constexpr std::size_t KINDS = 15;
 // What the number of a spot counts, from 0: faces, or "v", "vn" and "vt" statements.
 enum class Place { face, position, normal, texcoord };
 
-// A finding of the shape. What `a` and `b` are depends on its kind: positions of an edge from 1, another face, or a number
-// of things.
+// A finding of the shape. What `a` and `b` are depends on its kind: positions of an edge from 1, another face, or
+// a number of things.
 struct Spot {
     Place place;
     std::uint32_t number, a, b;
@@ -45,8 +45,8 @@ struct Shape {
     void add(Kind kind, Spot spot) { spots[static_cast<std::size_t>(kind)].push_back(spot); }
 };
 
-// Looks at all faces, positions and normals of a model that was read with GLMoptions::polygons. Positions that are equal
-// are one.
+// Looks at all faces, positions and normals of a model that was read with GLMoptions::polygons. Positions that are
+// equal are one.
 Shape checkShape(const Model& model);
 
 // A finding in words. Line 0 is none.

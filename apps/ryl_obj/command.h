@@ -1,9 +1,9 @@
-// command.h - what the subcommands of ryl-obj share: their records, options, messages, reading a model, files that are
-// written
+// command.h - what the subcommands of ryl-obj share: their records, options, messages, reading a model, files that
+// are written
 //
-// A subcommand is a file with a record: it adds its record to those below and to the table in main.cpp, and its file to
-// CMakeLists.txt. Its exit status is one of Status. Memory that cannot be had is a std::bad_alloc, which main reports;
-// nothing else throws.
+// A subcommand is a file with a record: it adds its record to those below and to the table in main.cpp, and its
+// file to CMakeLists.txt. Its exit status is one of Status. Memory that cannot be had is a std::bad_alloc, which
+// main reports; nothing else throws.
 #pragma once
 
 #include "glm/glm_try.h"
@@ -49,8 +49,8 @@ constexpr int ANY_NUMBER = 1 << 30;
 
 extern const Command CHECK_COMMAND, CONVERT_COMMAND, INFO_COMMAND, PICTURE_COMMAND, PROBE_COMMAND, VIEW_COMMAND;
 
-// Reads the words behind the subcommand's name. Prints its help or what is wrong and ends the process where one of the
-// two is due.
+// Reads the words behind the subcommand's name. Prints its help or what is wrong and ends the process where one of
+// the two is due.
 CommandLine readCommandLine(const Command& command, int argc, char** argv);
 
 // The value of the option, given last; null if it is not given.
@@ -63,8 +63,8 @@ std::size_t choiceOf(const GivenOption& option, std::span<const char* const> cho
 
 // ---- Messages -----------------------------------------------------------------------------------------------------
 
-// Writes "FILE:LINE: TEXT" on standard error, the program's name where there is no file. No character of a file's names
-// reaches a terminal as a control character.
+// Writes "FILE:LINE: TEXT" on standard error, the program's name where there is no file. No character of a file's
+// names reaches a terminal as a control character.
 void report(std::string_view file, unsigned long long line, std::string_view text);
 
 // Writes "ryl-obj: TEXT" and ends the process with status UNUSABLE.
@@ -99,16 +99,17 @@ struct Model {
 // What a name of a file is in messages: "-" is "standard input".
 const char* nameOf(const char* path);
 
-// Reads the model at `path`, "-" for standard input, with its extras; false when it cannot be used. Progress is shown.
-// Reports warnings, unless options.warn takes them, and the error, unless `error` does. `text` (or null) takes all that
-// was read.
+// Reads the model at `path`, "-" for standard input, with its extras; false when it cannot be used. Progress is
+// shown. Reports warnings, unless options.warn takes them, and the error, unless `error` does. `text` (or null)
+// takes all that was read.
 bool readModel(const char* path, Model& model, GLMoptions options = {}, GLMerror* error = nullptr,
                std::string* text = nullptr);
 
 // Reads a file, "-" for standard input, from its start to its end. False with errno set when it cannot be read.
 bool readText(const char* path, std::string& text);
 
-// The file that a model's library names, as it can be opened: beside the model, with "/" for "\\" where that finds it.
+// The file that a model's library names, as it can be opened: beside the model, with "/" for "\\" where that finds
+// it.
 std::optional<std::string> findLibrary(const GLMmodel& model, std::string_view name);
 
 // The image file that a material of the model names, looked for beside the model and beside its libraries.

@@ -1,8 +1,8 @@
 // convert.h - what the parts of ryl-obj convert share: changes of a model, and PLY files
 //
-// The model is one that was read with its extras and with GLMoptions::polygons: its faces are elements of the extras.
-// Colours, points and lines go with its positions through every change. Geometry of the model library that runs out of
-// memory ends the process, with a message.
+// The model is one that was read with its extras and with GLMoptions::polygons: its faces are elements of the
+// extras. Colours, points and lines go with its positions through every change. Geometry of the model library that
+// runs out of memory ends the process, with a message.
 #pragma once
 
 #include "command.h"
@@ -32,14 +32,14 @@ void smoothNormals(Model& model, float angle);
 void facetNormals(Model& model);
 void dropNormals(Model& model);
 
-// Gives corners new texture coordinates: from above, by the normals as on a sphere, or from the side of a cube that the
-// face looks to. False if there are no normals for a sphere.
+// Gives corners new texture coordinates: from above, by the normals as on a sphere, or from the side of a cube
+// that the face looks to. False if there are no normals for a sphere.
 bool mapTexture(Model& model, Mapping mapping);
 void dropTexcoords(Model& model);
 
 // Sorts the faces into one group, or one for each object, material, or part that hangs together.
 void groupModel(Model& model, Grouping grouping);
 
-// Writes the model to `file`: positions with normals, texture coordinates and colours, faces, and lines as edges. False
-// with errno set when it cannot be written.
+// Writes the model to `file`: positions with normals, texture coordinates and colours, faces, and lines as edges.
+// False with errno set when it cannot be written.
 bool writePly(std::FILE* file, const Model& model, bool ascii);

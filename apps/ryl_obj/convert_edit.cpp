@@ -109,8 +109,8 @@ std::vector<bool> usedPositions(const GLMmodel& model, GLMextras& extras) {
     return used;
 }
 
-// Fans of the faces, each with its face's normal; behind them one without a normal for each position that no face uses,
-// because the model library warns of positions without a triangle.
+// Fans of the faces, each with its face's normal; behind them one without a normal for each position that no face
+// uses, because the model library warns of positions without a triangle.
 void makeFans(GLMmodel& model, GLMextras& extras) {
     std::uint64_t count = 0;
     eachFace(extras, [&](const GLMelement& face) { count += face.count - 2; });

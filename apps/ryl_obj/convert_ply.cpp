@@ -1,5 +1,5 @@
-// ryl-obj convert: PLY files, binary (little-endian) or ascii. A vertex there has all of a corner, so corners that differ
-// in anything become vertices of their own, behind those of the positions.
+// ryl-obj convert: PLY files, binary (little-endian) or ascii. A vertex there has all of a corner, so corners that
+// differ in anything become vertices of their own, behind those of the positions.
 #include "convert.h"
 
 #include <algorithm>

@@ -11,7 +11,8 @@
 
 namespace {
 
-// A folder with a model of two triangles, its library, and files that are no models. `{}` in a command is the program.
+// A folder with a model of two triangles, its library, and files that are no models. `{}` in a command is the
+// program.
 class Folder : public TempDir {
 public:
     Folder() {
