@@ -131,9 +131,10 @@ TEST(Arrays, LargeModels) {
     std::vector<float> positions(3 * (SIDE * SIDE + 1));
     std::vector<GLMtriangle> triangles;
     for (std::uint32_t i = 0; i < SIDE * SIDE; ++i) {
-        positions[3 * (i + 1)] = static_cast<float>(i % SIDE);
-        positions[3 * (i + 1) + 1] = static_cast<float>(i / SIDE);
-        if (i % SIDE + 1 == SIDE || i / SIDE + 1 == SIDE) continue;
+        const std::uint32_t column = i % SIDE, row = i / SIDE;
+        positions[3 * (i + 1)] = static_cast<float>(column);
+        positions[3 * (i + 1) + 1] = static_cast<float>(row);
+        if (column + 1 == SIDE || row + 1 == SIDE) continue;
         GLMtriangle triangle{{i + 1, i + 2, i + 1 + SIDE}, {}, {}, GLM_NO_INDEX, 0};
         triangles.push_back(triangle);
         triangle.vindices[0] = i + 2 + SIDE;
