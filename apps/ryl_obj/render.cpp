@@ -221,7 +221,8 @@ std::pair<double, double> middleOf(const Window& window, std::uint32_t cell, std
             ++count;
         }
     const double left = static_cast<double>(cell % columns) * window.cells.size;
-    const double upper = (static_cast<double>(cell / columns) + window.firstRow) * window.cells.size;
+    const std::uint32_t row = cell / columns;
+    const double upper = (static_cast<double>(row) + window.firstRow) * window.cells.size;
     return {left + static_cast<double>(x) / count, upper + static_cast<double>(y) / count};
 }
 
@@ -339,7 +340,7 @@ void writePixel(Image& image, int x, int y, Colour light, float alpha) {
     pixel[0] = byteOf(light.red * part);
     pixel[1] = byteOf(light.green * part);
     pixel[2] = byteOf(light.blue * part);
-    pixel[3] = static_cast<std::uint8_t>(alpha * 255 + 0.5f);
+    pixel[3] = static_cast<std::uint8_t>(std::lround(alpha * 255));
 }
 
 void writeBand(const Picture& picture, const Window& window, const Band& band) {

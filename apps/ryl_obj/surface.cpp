@@ -55,7 +55,7 @@ Material plainMaterial() {
 struct Wanted {
     std::string path;
     std::unique_ptr<Texture> texture = nullptr;
-    std::string why = "";
+    std::string why = {};
 };
 
 struct Use {

@@ -27,7 +27,7 @@ void halve(const Image& from, Image& to, int x, int y) {
     }
     std::uint8_t* pixel = pixelAt(to, x, y);
     for (int k = 0; k < 3; ++k) pixel[k] = byteOf(alpha > 0 ? light[k] / alpha : plain[k] / 4);
-    pixel[3] = static_cast<std::uint8_t>(alpha / 4 + 0.5f);
+    pixel[3] = static_cast<std::uint8_t>(std::lround(alpha / 4));
 }
 
 // The pixel that a whole coordinate, in pixels, lies on.

@@ -55,7 +55,7 @@ void gear(ObjFile& file, Point centre, int teeth, double radius, double thicknes
     // Hole, front, rim, back: the outline of a cut through the gear's axis.
     const auto place = [&](double u, double v) {
         const double angle = TURN * (u + turn);
-        const int side = static_cast<int>(v * 4 + 0.5) % 4;
+        const long side = std::lround(v * 4) % 4;
         const double r = side == 1 || side == 2 ? rim(u) : hole;
         const double z = side == 0 || side == 1 ? thickness / 2 : -thickness / 2;
         return centre + Point{r * std::cos(angle), r * std::sin(angle), z};
@@ -204,7 +204,7 @@ void makeGlobe(ObjFile file) {
         },
         0.05, 96, 12);
     grid(file, {48, 3, true}, [](double u, double v) {
-        const int step = static_cast<int>(v * 3 + 0.5);
+        const long step = std::lround(v * 3);
         constexpr double RADII[] = {0.62, 0.62, 0.10, 0.08}, HEIGHTS[] = {-1.42, -1.34, -1.28, -1.16};
         return around(TURN * u, RADII[step], HEIGHTS[step]);
     });
@@ -224,7 +224,8 @@ void makeGlass(ObjFile file) {
         material(file, dark ? "slate" : "marble", dark ? "Kd 0.16 0.18 0.22" : "Kd 0.92 0.90 0.86");
         for (int i = 0; i < 64; ++i)
             if (((i + i / 8) % 2 == 0) == dark) {
-                const double x = i % 8 * 0.5 - 2, z = i / 8 * 0.5 - 2;
+                const int row = i / 8;
+                const double x = i % 8 * 0.5 - 2, z = row * 0.5 - 2;
                 box(file, {x, -0.1, z}, {x + 0.5, 0, z + 0.5});
             }
     }
@@ -333,7 +334,8 @@ void makeChess(ObjFile file) {
                  std::string(dark ? "Kd 0.36 0.22 0.13" : "Kd 0.90 0.76 0.55") + "\nKs 0.3 0.3 0.3\nNs 50\nillum 2");
         for (int i = 0; i < 64; ++i) {
             if (((i + i / 8) % 2 == 0) != dark) continue;
-            const double x = i % 8 - 4, z = i / 8 - 4;
+            const int row = i / 8;
+            const double x = i % 8 - 4, z = row - 4;
             box(file, {x, -0.2, z}, {x + 1, 0, z + 1});
         }
         for (int i = 0; i < 8; ++i) {
@@ -388,7 +390,7 @@ void makePlant(ObjFile file) {
     writePng(canvas, (file.folder + "/leaf.png").c_str());
     material(file, "pot", "Kd 0.74 0.38 0.24");
     grid(file, {48, 4, true}, [](double u, double v) {
-        const int step = static_cast<int>(v * 4 + 0.5);
+        const long step = std::lround(v * 4);
         constexpr double RADII[] = {0.30, 0.44, 0.50, 0.50, 0.42}, HEIGHTS[] = {0, 0.55, 0.55, 0.68, 0.68};
         return around(TURN * u, RADII[step], HEIGHTS[step]);
     });

@@ -79,9 +79,9 @@ inline void grid(ObjFile& file, const Grid& grid, const std::function<Point(doub
             const Point p = place(static_cast<double>(column) / grid.columns, static_cast<double>(row) / grid.rows);
             paint ? position(file, p, paint(p)) : position(file, p);
         }
-    for (int i = 0; grid.textured && i < (grid.columns + 1) * (grid.rows + 1); ++i)
-        texcoord(file, static_cast<double>(i % (grid.columns + 1)) / grid.columns,
-                 static_cast<double>(i / (grid.columns + 1)) / grid.rows);
+    for (int row = 0; grid.textured && row <= grid.rows; ++row)
+        for (int column = 0; column <= grid.columns; ++column)
+            texcoord(file, static_cast<double>(column) / grid.columns, static_cast<double>(row) / grid.rows);
     constexpr int AROUND[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     for (int row = 0; row < grid.rows; ++row)
         for (int column = 0; column < grid.columns; ++column) {

@@ -187,6 +187,23 @@ TEST_F(Pictures, AreWrittenWholeWhereTheyAreAskedFor) {
     EXPECT_EQ(gdImageSY(sheet.get()), 20);
 }
 
+// The line that file managers run.
+TEST_F(Pictures, AreThumbnails) {
+    std::string entry = readFile(RYL_THUMBNAILER),
+                line = entry.substr(entry.find("Exec=ryl-obj ", entry.find('\n', entry.find("TryExec"))) + 13);
+    line = line.substr(0, line.find('\n'));
+    for (const auto& [name, value] : {std::pair{"%s", "128"}, {"%i", "red.obj"}, {"%o", "thumb/out"}})
+        line.replace(line.find(name), 2, value);
+    const Ran ran = run("cd '" + folder.path().string() + "' && mkdir thumb && touch thumb/out && ls >before && " +
+                        RYL_OBJ + " " + line + " 2>/dev/null && ls | cmp - before && ls -A thumb");
+    EXPECT_EQ(ran.status, 0) << ran.output;
+    EXPECT_EQ(ran.output, "out\n");
+    const GdImage thumbnail = read("thumb/out");
+    ASSERT_NE(thumbnail, nullptr);
+    EXPECT_EQ(gdImageSX(thumbnail.get()), 128);
+    expectPixel(thumbnail, 1, 1, {0, 0, 0, 0});
+}
+
 class Windows : public Pictures {
 protected:
     // Presses "s" in the window until a screenshot has that colour in its middle; half a minute at most.
@@ -207,7 +224,7 @@ protected:
         }
         return false;
     }
-    void press(const std::string& key) const {
+    static void press(const std::string& key) {
         run("xdotool search --sync --onlyvisible --name '^red.obj$' key --clearmodifiers " + key + " 2>&1");
     }
     static void pause() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
