@@ -105,7 +105,7 @@ const char* finishLine(const char* p) {
 // The numbers behind those of a position: a weight, a colour, or both.
 const char* readColor(GLMfiller& filler, const char* p) {
     constexpr int MOST = 4;
-    float numbers[MOST], *color = __glmVector(filler.job.extras->colors, filler.positions);
+    float numbers[MOST] = {}, *color = __glmVector(filler.job.extras->colors, filler.positions);
     int count = 0;
     for (p = __glmSkipBlanks(p); count < MOST && !isLineEnd(p); p = __glmSkipBlanks(p), ++count) {
         const char* next = __glmScanFloat(p, numbers[count]);

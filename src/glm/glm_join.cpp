@@ -77,7 +77,7 @@ std::string_view nextLibrary(Libraries& libraries) {
     constexpr int MOST_WORDS = 16;
     constexpr const char* BLANKS = " \t";
     const std::string_view rest = libraries.rest;
-    std::size_t ends[MOST_WORDS], count = 0, end = 0;
+    std::size_t ends[MOST_WORDS] = {}, count = 0, end = 0;
     while (count < MOST_WORDS && end < rest.size()) {
         end = std::min(rest.find_first_of(BLANKS, rest.find_first_not_of(BLANKS, end)), rest.size());
         ends[count++] = end;
@@ -157,7 +157,7 @@ bool findGroup(Joiner& joiner, const char* name, std::uint32_t& number) {
     number = job.groups.count;
     GLMgroup* const group = __glmNewGroup(job.call, job.model, name);
     if (group == nullptr) return false;
-    if (!job.groups.add(group)) __glmFailAtMemory(job.call, job.groups.count, sizeof group);
+    if (!job.groups.add(group)) __glmFailAtMemory(job.call, job.groups.count, sizeof(void*));
     return !job.call.failed && nameIt(job.call, joiner.groups, group->name, number);
 }
 
