@@ -47,7 +47,7 @@ struct Shape {
 
 // Looks at all faces, positions and normals of a model that was read with GLMoptions::polygons. Positions that are
 // equal are one.
-Shape checkShape(const Model& model);
+Shape checkShape(const Model& read);
 
 // A finding in words. Line 0 is none.
 struct Finding {

@@ -11,7 +11,7 @@
 #include <cstdio>
 
 // Makes faces of the triangles of a model that was read without GLMoptions::polygons.
-void makeFaces(Model& model);
+void makeFaces(Model& read);
 
 enum class Mapping { linear, spherical, cube };
 enum class Grouping { none, object, material, part };
@@ -22,23 +22,23 @@ void translateModel(GLMmodel& model, const std::array<float, 3>& offset);
 void unitizeModel(GLMmodel& model);
 
 // Turns all faces and normals over.
-void reverseModel(Model& model);
+void reverseModel(Model& read);
 
 // Makes one position of those within `distance` of each other: the first of them, with its colour.
-void weldModel(Model& model, float distance);
+void weldModel(Model& read, float distance);
 
 // Gives corners new normals, smooth where faces meet at less than `angle` degrees; or one for each face.
-void smoothNormals(Model& model, float angle);
-void facetNormals(Model& model);
-void dropNormals(Model& model);
+void smoothNormals(Model& read, float angle);
+void facetNormals(Model& read);
+void dropNormals(Model& read);
 
 // Gives corners new texture coordinates: from above, by the normals as on a sphere, or from the side of a cube
 // that the face looks to. False if there are no normals for a sphere.
-bool mapTexture(Model& model, Mapping mapping);
-void dropTexcoords(Model& model);
+bool mapTexture(Model& read, Mapping mapping);
+void dropTexcoords(Model& read);
 
 // Sorts the faces into one group, or one for each object, material, or part that hangs together.
-void groupModel(Model& model, Grouping grouping);
+void groupModel(Model& read, Grouping grouping);
 
 // Writes the model to `file`: positions with normals, texture coordinates and colours, faces, and lines as edges.
 // False with errno set when it cannot be written.

@@ -149,7 +149,7 @@ WorkFolder::~WorkFolder() {
 
 std::string WorkFolder::pathFor(const std::string& target) {
     const std::string name = fs::path(isStandardOutput(target) ? "output" : target).filename().string();
-    const std::string path = folder + "/" + name;
+    std::string path = folder + "/" + name;
     for (const std::string& known : names)
         if (known == path) return path;
     doom(path);
