@@ -364,7 +364,7 @@ void saveScreenshot(Viewer& v) {
     }
 }
 
-// Never returns to GLUT, which would close the display and with it the GL's driver.
+// Nothing is left to be done by handlers of exit: that of GLUT would take the time to close the GL's driver.
 [[noreturn]] void end(Viewer& v) {
     v.ending = true;
     if (v.timed) {
@@ -372,7 +372,7 @@ void saveScreenshot(Viewer& v) {
         std::printf("%ld frames in %.2f s, %.1f a second\n", v.frames, seconds,
                     static_cast<double>(v.frames) / seconds);
     }
-    std::exit(std::fflush(stdout) == 0 ? FINE : UNUSABLE);
+    std::_Exit(std::fflush(stdout) == 0 ? FINE : UNUSABLE);
 }
 
 // ---- Events --------------------------------------------------------------------------------------------------------
