@@ -40,10 +40,9 @@ bool isUnset(const GLMmaterialextras& extras) {
 
 }  // namespace
 
-bool __glmIsKeyword(std::string_view word, std::string_view keyword) {
+bool __glmIsKeyword(std::string_view a, std::string_view b) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::equal(word.begin(), word.end(), keyword.begin(), keyword.end(),
-                      [&](char a, char b) { return lower(a) == lower(b); });
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) == lower(y); });
 }
 
 GLMmaterialextras __glmNoMaterialExtras() {

@@ -45,7 +45,7 @@ constexpr GLMextranumber GLM_EXTRA_NUMBERS[] = {
 void __glmReadLibrary(GLMcall& call, GLMmodel* model, const char* name);
 
 // Whether two keywords are the same but for the case of their letters.
-bool __glmIsKeyword(std::string_view word, std::string_view keyword);
+bool __glmIsKeyword(std::string_view a, std::string_view b);
 
 // The extras of a material without any, and the end of those of all materials.
 GLMmaterialextras __glmNoMaterialExtras();
