@@ -283,11 +283,11 @@ bool __glmCountWindow(GLMcounter& counter, const GLMwindow& window) {
             if (!comment) line.words += countBits(bits.words & passed);
             if (stop == 0) break;
             left &= ~(stop | (stop - 1));
+            const char* const end = p + std::countr_zero(stop);
             if ((bits.ends & stop) == 0) {
-                comment = true;
+                comment = __glmIsComment(end);
                 continue;
             }
-            const char* const end = p + std::countr_zero(stop);
             ++lines;
             if (!comment && __glmGoesOn(end)) {
                 // A backslash by itself was taken for a word.

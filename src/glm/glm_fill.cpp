@@ -31,7 +31,7 @@ bool isWordEnd(const char* p) {
 // To the start of the next line, from anywhere in front of a "#" on this one.
 const char* skipLine(const char* p) {
     for (bool comment = false;; ++p) {
-        comment |= *p == '#';
+        comment |= *p == '#' && __glmIsComment(p);
         if (!__glmIsEnd(*p)) continue;
         if (comment || p[-1] != '\\') return __glmNextLine(p);
         p = __glmNextLine(p) - 1;

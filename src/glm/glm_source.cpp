@@ -64,6 +64,7 @@ std::uint64_t __glmCut(const GLMsource& source, std::uint64_t place, bool& faile
 std::uint64_t __glmCountLines(const GLMsource& source, std::uint64_t from, std::uint64_t to) {
     std::uint64_t lines = 0;
     char piece[PIECE];
+    to = std::min(to, source.size);  // an error may be behind the last line
     while (from < to) {
         // One character more than is counted, which decides about a CR.
         const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(PIECE, source.size - from));

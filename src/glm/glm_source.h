@@ -53,6 +53,9 @@ bool __glmNextLines(GLMwindow& window);
 inline bool __glmIsEnd(char c) { return c == '\n' || c == '\r'; }
 inline bool __glmIsBlank(char c) { return static_cast<unsigned char>(c) <= ' ' && !__glmIsEnd(c); }
 
+// Whether the "#" at `p` starts a comment; that of "1.#INF" does not.
+inline bool __glmIsComment(const char* p) { return p[-1] != '.'; }
+
 // Behind the line's end at `p`.
 inline const char* __glmNextLine(const char* p) { return *p == '\r' && p[1] == '\n' ? p + 2 : p + 1; }
 

@@ -184,6 +184,7 @@ TEST(Lines, Numbers) {
         {"v 1 2 3 .1 .2 .3\nv 1 2 3 1 .4 .5 .6 9\nv 1 2 3 1\nv 1 2 3 x y z",
          "v1,2,3 v1,2,3 v1,2,3 v1,2,3 c0.1,0.2,0.3 c0.4,0.5,0.6 c1,1,1 c1,1,1 "},
         {"vt 1\nvt 1 2 3\nvn 1 2 3 4\nv 1 2\\\n 3\no a b\no", "v1,2,3 t1,0 t1,2 n1,2,3 oa b o "},
+        {"v 1 2 -1.#IND \\\nv 3\nv 1 2 3 # 1.\\\nv 1 2 3 4.#INF\\\n", "v1,2,-nan v1,2,3 v1,2,3 "},
     };
     for (const auto& test : cases) EXPECT_EQ(readInAllWays(test.text).numbers, test.numbers) << test.text;
 }
