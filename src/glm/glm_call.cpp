@@ -12,7 +12,7 @@ namespace {
 constexpr const char *WARNING = "GLM: Warning: ", *FATAL = "GLM: Fatal Error: ";
 
 unsigned long long lineOf(const GLMcall& call) {
-    return call.text != nullptr ? __glmLineNumber(*call.text, call.text->statement) : 0;
+    return call.text != nullptr ? __glmLineNumber(*call.text, call.text->statement) : call.line;
 }
 
 // As std::vsnprintf. The analyzer does not see the callers' va_start.
@@ -61,12 +61,12 @@ void collect(GLMcall& call, const char* format, std::va_list values) {
     formatInto(text, textSize, format, values);
     const std::string_view key(names.get(), fileSize + withoutLineEnd(text, textSize - 1));
     if (const std::uint32_t* known = __glmFindName(call.metNames, key)) {
-        ++call.met[*known].count;
+        call.met[*known].count += call.times;
         return;
     }
     if (!__glmTryGrow(call, call.met, call.metCount)) return;
     if (!__glmAddName(call.metNames, key, call.metCount)) return __glmFailAtMemory(call, key.size(), 1);
-    call.met[call.metCount++] = {.names = names.release(), .text = text, .line = lineOf(call), .count = 1};
+    call.met[call.metCount++] = {.names = names.release(), .text = text, .line = lineOf(call), .count = call.times};
 }
 
 }  // namespace
@@ -89,6 +89,15 @@ bool __glmEnd(GLMcall& call) {
                           {.file = met.names, .line = met.line, .text = met.text, .count = met.count});
     }
     return !call.failed;
+}
+
+void __glmTellDone(GLMcall& call, double done) {
+    if (call.options.progress == nullptr || call.failed) return;
+    const int percent = static_cast<int>(100 * done);
+    if (percent <= call.percent) return;
+    call.percent = percent;
+    if (!call.options.progress(call.options.data, static_cast<float>(done)))
+        __glmFail(call, GLMplace::none, "cancelled");
 }
 
 void __glmWarn(GLMcall& call, GLMplace place, const char* format, ...) {

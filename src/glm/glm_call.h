@@ -39,13 +39,16 @@ struct GLMcall {
     bool returns = false;  // failures return, warnings are collected
     bool failed = false;
     GLMoptions options = {};
-    GLMerror* error = nullptr;   // where a failure that returns is noted, or null
-    const char* file = "";       // that the call is busy with
-    GLMtext* text = nullptr;     // of it, when it is read
-    int percent = 0;             // that progress was told of
-    GLMmet* met = nullptr;       // warnings
-    std::uint32_t metCount = 0;  // room is there for the next power of two
-    GLMnames metNames = {};      // their numbers in `met`
+    GLMerror* error = nullptr;     // where a failure that returns is noted, or null
+    const char* file = "";         // that the call is busy with
+    GLMtext* text = nullptr;       // of it, when it is read
+    unsigned long long line = 0;   // that messages are about, where there is no such text
+    unsigned long long times = 1;  // that the next warning was met
+    std::size_t chunk = 0;         // bytes of a text that one thread takes at a time; 0 leaves it to the reader
+    int percent = 0;               // that progress was told of
+    GLMmet* met = nullptr;         // warnings
+    std::uint32_t metCount = 0;    // room is there for the next power of two
+    GLMnames metNames = {};        // their numbers in `met`
 };
 
 // Makes it a call whose failures return.
@@ -56,6 +59,9 @@ bool __glmEnd(GLMcall& call);
 
 // What a message says at its end about the place, where it is printed: nothing, " in file ..." or " in file ..., line ...".
 enum class GLMplace { none, file, line };
+
+// Tells the handler of progress, if there is one, which part of the whole is done. It fails the call when it cancels.
+void __glmTellDone(GLMcall& call, double done);
 
 [[gnu::format(printf, 3, 4)]] void __glmWarn(GLMcall& call, GLMplace place, const char* format, ...);
 [[gnu::format(printf, 3, 4)]] void __glmFail(GLMcall& call, GLMplace place, const char* format, ...);
@@ -113,11 +119,31 @@ constexpr char GLM_NO_SUCH_MATERIAL[] = "glmFindMaterial():  can't find material
 // A new group without triangles at the head of the model's list, which holds no group of that name yet; or null.
 GLMgroup* __glmNewGroup(GLMcall& call, GLMmodel* model, const char* name);
 
+// What is read: the file of a path, an open file, or bytes in memory.
+struct GLMmodelsource {
+    const char* path;
+    std::FILE* file;
+    const void* bytes;
+    std::size_t size;
+};
+
+// What glmTryReadOBJ and the like do, the end of the call included.
+GLMmodel* __glmTryRead(GLMcall& call, const GLMmodelsource& source);
+
 // What glmReadOBJ, glmReadMTL, glmFindOrAddTexture and glmFacetNormals do. Null or false when the call fails.
 GLMmodel* __glmReadOBJ(GLMcall& call, const char* path);
 bool __glmReadMTL(GLMcall& call, GLMmodel* model, const char* name);
 std::uint32_t __glmFindOrAddTexture(GLMcall& call, GLMmodel* model, const char* name);
+std::uint32_t __glmAddTexture(GLMcall& call, GLMmodel* model, const char* name);  // one that is not there yet
 bool __glmFacetNormals(GLMcall& call, GLMmodel* model);
+
+// The facet normals of the triangles from `first` up to `last`, in an array that is there.
+void __glmMakeFacets(const GLMmodel& model, std::uint32_t first, std::uint32_t last);
+
+// Adds the materials of the library `name` behind those of the model, which has entry 0, "default", from then on, and, if
+// they are not null, to those of the extras, which are as many. A library that cannot be opened is a warning. The default
+// mode's "mtllib"; a name that was added before is for the caller to leave out. False when the call fails.
+bool __glmAddLibrary(GLMcall& call, GLMmodel* model, GLMextras* extras, const char* name);
 
 // What a mode word cannot have together, or not with a model.
 struct GLMcorrection {

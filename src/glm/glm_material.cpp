@@ -1,7 +1,7 @@
 // Materials: the MTL reader, and looking up materials and the names of their textures.
 #include "glm/glm.h"
 
-#include "glm/glm_call.h"
+#include "glm/glm_library.h"
 #include "glm/glm_text.h"
 
 #include <algorithm>
@@ -12,15 +12,6 @@
 #include <utility>
 
 namespace {
-
-constexpr GLMmaterial DEFAULT_MATERIAL = {
-    .name = nullptr,
-    .diffuse = {0.8f, 0.8f, 0.8f, 1.0f},
-    .ambient = {0.2f, 0.2f, 0.2f, 1.0f},
-    .specular = {0.0f, 0.0f, 0.0f, 1.0f},
-    .shininess = 65.0f,
-    .map_diffuse = -1,
-};
 
 constexpr std::size_t MAP_NAME_SIZE = 4096;
 
@@ -64,7 +55,7 @@ bool makeMaterials(GLMcall& call, GLMmodel* model, std::uint32_t count) {
     model->materials = __glmTryArray<GLMmaterial>(call, count);
     if (model->materials == nullptr) return false;
     model->nummaterials = count;
-    std::fill_n(model->materials, count, DEFAULT_MATERIAL);
+    std::fill_n(model->materials, count, GLM_DEFAULT_MATERIAL);
     model->materials[0].name = __glmTryCopy(call, "default");
     return model->materials[0].name != nullptr;
 }
@@ -124,8 +115,7 @@ void readN(MaterialReader& reader, GLMmaterial& material) {
     switch (reader.token[1]) {
     case 's':
         if (!readNumbers(reader, __glmReadFloat, number)) return;
-        material.shininess = number[0] / GLM_MTL_SHININESS;
-        material.shininess *= GLM_GL_SHININESS;
+        material.shininess = __glmShininess(number[0]);
         return;
     case 'i':
         __glmWarn(reader.call, GLMplace::none, "refraction index ignored");
@@ -199,8 +189,7 @@ void dropMissingMaterials(GLMmodel& model) {
     for (std::uint32_t i = 0; i < model.numtriangles; ++i) drop(model.triangles[i].material);
 }
 
-// The model has no materials yet.
-void readLibrary(GLMcall& call, GLMmodel* model, const char* path) {
+void readFile(GLMcall& call, GLMmodel* model, const char* path) {
     MaterialReader reader{.call = call, .model = model, .text = {}, .token = {}, .current = 0, .counted = 0};
     if (!__glmOpenText(call, path, reader.text))
         return __glmFail(call, GLMplace::none, "glmReadMTL() failed: can't open material file \"%s\".", path);
@@ -215,40 +204,48 @@ void readLibrary(GLMcall& call, GLMmodel* model, const char* path) {
     call.text = outer;
 }
 
+void readLibrary(GLMcall& call, GLMmodel* model, const char* name) {
+    const GLMstring path = __glmTryBeside(call, model->pathname, name);
+    if (path == nullptr) return;
+    const char* const file = call.file;
+    if (call.text == nullptr) call.file = path.get();  // else it is the "mtllib" that names a file which is not there
+    readFile(call, model, path.get());
+    call.file = file;
+}
+
 void freeTextures(GLMmodel& model, std::uint32_t left) {
     while (model.numtextures > left) std::free(model.textures[--model.numtextures].name);
 }
 
-}  // namespace
-
-bool __glmReadMTL(GLMcall& call, GLMmodel* model, const char* name) {
-    const GLMstring path = __glmTryBeside(call, model->pathname, name);
-    if (path == nullptr) return false;
-    GLMmaterial* const materials = std::exchange(model->materials, nullptr);
-    const std::uint32_t materialCount = std::exchange(model->nummaterials, 0), textureCount = model->numtextures;
-    const char* const file = call.file;
-    if (call.text == nullptr) call.file = path.get();  // else it is the "mtllib" that names a file which is not there
-    readLibrary(call, model, path.get());
-    call.file = file;
+// Replaces the model's materials by what `read` adds to none.
+bool replaceMaterials(GLMcall& call, GLMmodel* model, const char* name,
+                      void (*read)(GLMcall& call, GLMmodel* model, const char* name)) {
     GLMmodel other{};  // takes the materials that the model is not to have
-    other.materials = materials;
-    other.nummaterials = materialCount;
+    std::swap(other.materials, model->materials);
+    std::swap(other.nummaterials, model->nummaterials);
+    const std::uint32_t textureCount = model->numtextures;
+    read(call, model, name);
     if (call.failed) {
         std::swap(other.materials, model->materials);
         std::swap(other.nummaterials, model->nummaterials);
         freeTextures(*model, textureCount);
     }
     __glmFreeMaterials(&other);
-    if (call.failed) return false;
-    dropMissingMaterials(*model);
-    return true;
+    if (!call.failed) dropMissingMaterials(*model);
+    return !call.failed;
+}
+
+}  // namespace
+
+bool __glmReadMTL(GLMcall& call, GLMmodel* model, const char* name) {
+    return replaceMaterials(call, model, name, readLibrary);
 }
 
 bool glmTryReadMTL(GLMmodel* model, const char* name, GLMerror* error, const GLMoptions& options) {
     assert(model != nullptr && name != nullptr);
     GLMcall call;
     __glmLetReturn(call, error, options);
-    __glmReadMTL(call, model, name);
+    replaceMaterials(call, model, name, call.options.strict ? readLibrary : __glmReadLibrary);
     return __glmEnd(call);
 }
 
@@ -263,10 +260,13 @@ std::uint32_t glmFindMaterial(const GLMmodel* model, const char* name) {
 }
 
 std::uint32_t __glmFindOrAddTexture(GLMcall& call, GLMmodel* model, const char* name) {
-    const std::uint32_t index = model->numtextures;
-    for (std::uint32_t i = 0; i < index; ++i)
+    for (std::uint32_t i = 0; i < model->numtextures; ++i)
         if (std::strcmp(model->textures[i].name, name) == 0) return i;
+    return __glmAddTexture(call, model, name);
+}
 
+std::uint32_t __glmAddTexture(GLMcall& call, GLMmodel* model, const char* name) {
+    const std::uint32_t index = model->numtextures;
     GLMtexture texture{.name = nullptr, .id = 0, .width = 1.0f, .height = 1.0f};
     if (call.load != nullptr) call.load(__glmBeside(model->pathname, name).get(), texture);
     GLMstring copy(__glmTryCopy(call, name));

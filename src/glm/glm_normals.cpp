@@ -18,16 +18,24 @@ float glmDot(const float* u, const float* v) {
     return u[0] * v[0] + u[1] * v[1] + u[2] * v[2];
 }
 
-void glmCross(const float* u, const float* v, float* n) {
-    assert(u != nullptr);
-    assert(v != nullptr);
-    assert(n != nullptr);
+namespace {
+
+void cross(const float* u, const float* v, float* n) {
     const float x = u[1] * v[2] - u[2] * v[1];
     const float y = u[2] * v[0] - u[0] * v[2];
     const float z = u[0] * v[1] - u[1] * v[0];
     n[0] = x;
     n[1] = y;
     n[2] = z;
+}
+
+}  // namespace
+
+void glmCross(const float* u, const float* v, float* n) {
+    assert(u != nullptr);
+    assert(v != nullptr);
+    assert(n != nullptr);
+    cross(u, v, n);
 }
 
 namespace {
@@ -55,28 +63,32 @@ void glmFacetNormals(GLMmodel* model) {
     __glmFacetNormals(call, model);
 }
 
+void __glmMakeFacets(const GLMmodel& model, std::uint32_t first, std::uint32_t last) {
+    for (std::uint32_t i = first; i < last; ++i) {
+        GLMtriangle& triangle = model.triangles[i];
+        triangle.findex = i + 1;
+        const float* corner[3];
+        for (int k = 0; k < 3; ++k) corner[k] = __glmVector(model.vertices, triangle.vindices[k]);
+        float u[3], v[3];
+        for (int axis = 0; axis < 3; ++axis) {
+            u[axis] = corner[1][axis] - corner[0][axis];
+            v[axis] = corner[2][axis] - corner[0][axis];
+        }
+        float* normal = __glmVector(model.facetnorms, triangle.findex);
+        cross(u, v, normal);
+        const float length = lengthOf(normal);
+        const bool proper = length > 0 && std::isfinite(length);
+        for (int axis = 0; axis < 3; ++axis) normal[axis] = proper ? normal[axis] / length : 0.0f;
+    }
+}
+
 bool __glmFacetNormals(GLMcall& call, GLMmodel* model) {
     std::free(model->facetnorms);
     model->numfacetnorms = 0;
     model->facetnorms = __glmTryEntries(call, model->numtriangles, GLM_VECTOR_SIZE);
     if (model->facetnorms == nullptr) return false;
     model->numfacetnorms = model->numtriangles;
-    for (std::uint32_t i = 0; i < model->numtriangles; ++i) {
-        GLMtriangle& triangle = model->triangles[i];
-        triangle.findex = i + 1;
-        const float* corner[3];
-        for (int k = 0; k < 3; ++k) corner[k] = __glmVector(model->vertices, triangle.vindices[k]);
-        float u[3], v[3];
-        for (int axis = 0; axis < 3; ++axis) {
-            u[axis] = corner[1][axis] - corner[0][axis];
-            v[axis] = corner[2][axis] - corner[0][axis];
-        }
-        float* normal = __glmVector(model->facetnorms, triangle.findex);
-        glmCross(u, v, normal);
-        const float length = lengthOf(normal);
-        const bool proper = length > 0 && std::isfinite(length);
-        for (int axis = 0; axis < 3; ++axis) normal[axis] = proper ? normal[axis] / length : 0.0f;
-    }
+    __glmMakeFacets(*model, 0, model->numtriangles);
     return true;
 }
 

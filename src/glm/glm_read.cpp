@@ -2,6 +2,7 @@
 // library; the second fills arrays of exactly the counted sizes.
 #include "glm/glm.h"
 
+#include "glm/glm_lines.h"
 #include "glm/glm_reader.h"
 
 #include <algorithm>
@@ -416,24 +417,16 @@ bool validateFacets(GLMreader& reader) {
     return true;
 }
 
-// What is read: the file of a path, an open file, or bytes in memory.
-struct Source {
-    const char* path;
-    std::FILE* file;
-    const void* bytes;
-    std::size_t size;
-};
-
-bool openSource(GLMcall& call, const Source& source, GLMtext& text) {
+bool openSource(GLMcall& call, const GLMmodelsource& source, GLMtext& text) {
     if (source.file != nullptr) return __glmFileText(call, source.file, source.path, text);
     if (source.bytes != nullptr) return __glmMemoryText(call, source.bytes, source.size, source.path, text);
     return __glmOpenText(call, source.path, text);
 }
 
-bool readModel(GLMcall& call, const Source& source, GLMmodel* model) {
+bool readStrictly(GLMcall& call, GLMtext text, GLMmodel* model) {
     GLMreader reader{.call = call,
                      .model = model,
-                     .text = {},
+                     .text = std::move(text),
                      .token = {},
                      .groups = {},
                      .groupCount = 0,
@@ -441,10 +434,6 @@ bool readModel(GLMcall& call, const Source& source, GLMmodel* model) {
                      .materials = {},
                      .group = nullptr,
                      .material = 0};
-    if (!openSource(call, source, reader.text)) {
-        __glmFail(call, GLMplace::none, "glmReadOBJ() failed: can't open data file \"%s\".", source.path);
-        return false;
-    }
     call.text = &reader.text;
     reader.text.passes = 2;
     const bool done = glmFirstPass(reader) && makeArrays(call, *model) && glmSecondPass(reader) &&
@@ -453,27 +442,52 @@ bool readModel(GLMcall& call, const Source& source, GLMmodel* model) {
     return done;
 }
 
+bool readModel(GLMcall& call, const GLMmodelsource& source, GLMmodel* model, GLMextras* extras) {
+    GLMtext text;
+    if (!openSource(call, source, text)) {
+        __glmFail(call, GLMplace::none, "glmReadOBJ() failed: can't open data file \"%s\".", source.path);
+        return false;
+    }
+    return call.options.strict ? readStrictly(call, std::move(text), model)
+                               : __glmReadLines(call, text, model, extras);
+}
+
+struct DropExtras {
+    void operator()(GLMextras* extras) const { glmFreeExtras(extras); }
+};
+
 // Null when the call fails.
-GLMmodel* read(GLMcall& call, const Source& source) {
+GLMmodel* read(GLMcall& call, const GLMmodelsource& source, GLMextras* extras) {
     call.file = source.path;
     GLMfreed model(__glmTryArray<GLMmodel>(call, 1));
     if (model == nullptr) return nullptr;
     model->pathname = __glmTryCopy(call, source.path);
-    return model->pathname != nullptr && readModel(call, source, model.get()) ? model.release() : nullptr;
+    return model->pathname != nullptr && readModel(call, source, model.get(), extras) ? model.release() : nullptr;
 }
 
-GLMmodel* tryRead(const Source& source, GLMerror* error, const GLMoptions& options) {
-    assert(source.path != nullptr);
+GLMmodel* tryRead(const GLMmodelsource& source, GLMerror* error, const GLMoptions& options) {
     GLMcall call;
     __glmLetReturn(call, error, options);
-    GLMfreed model(read(call, source));
-    return __glmEnd(call) ? model.release() : nullptr;
+    return __glmTryRead(call, source);
 }
 
 }  // namespace
 
+GLMmodel* __glmTryRead(GLMcall& call, const GLMmodelsource& source) {
+    assert(source.path != nullptr);
+    std::unique_ptr<GLMextras, DropExtras> extras;
+    GLMextras** const wanted = call.options.extras;
+    if (wanted != nullptr) *wanted = nullptr;
+    if (wanted != nullptr && !call.options.strict) extras.reset(__glmTryArray<GLMextras>(call, 1));
+    GLMfreed model(call.failed ? nullptr : read(call, source, extras.get()));
+    if (!__glmEnd(call)) return nullptr;
+    if (wanted != nullptr) *wanted = extras.release();
+    return model.release();
+}
+
 GLMmodel* __glmReadOBJ(GLMcall& call, const char* path) {
-    return read(call, {.path = path, .file = nullptr, .bytes = nullptr, .size = 0});
+    call.options.strict = true;
+    return read(call, {.path = path, .file = nullptr, .bytes = nullptr, .size = 0}, nullptr);
 }
 
 GLMmodel* glmTryReadOBJ(const char* path, GLMerror* error, const GLMoptions& options) {

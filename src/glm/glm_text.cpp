@@ -81,15 +81,9 @@ bool readOn(GLMtext& text) {
 }  // namespace
 
 void __glmTellProgress(const GLMtext& text) {
-    GLMcall& call = *text.call;
-    if (call.options.progress == nullptr || text.passes == 0 || text.size == 0) return;
+    if (text.passes == 0 || text.size == 0) return;
     const double read = std::min(1.0, static_cast<double>(windowEnd(text)) / static_cast<double>(text.size));
-    const double done = (text.pass + read) / text.passes;
-    const int percent = static_cast<int>(100 * done);
-    if (percent <= call.percent) return;
-    call.percent = percent;
-    if (!call.options.progress(call.options.data, static_cast<float>(done)))
-        __glmFail(call, GLMplace::none, "cancelled");
+    __glmTellDone(*text.call, (text.pass + read) / text.passes);
 }
 
 namespace {
@@ -154,14 +148,6 @@ bool breaksOff(const char* first, const char* end) {
            number.find_first_of(marks) == std::string_view::npos;
 }
 
-const char* convertFloat(const GLMtext& text, float& value) {
-    const auto [fast, error] = std::from_chars(text.at, text.end, value);
-    // "0x..." stops the fast conversion after the 0.
-    const bool rare = error != std::errc() || *fast == 'x' || *fast == 'X';
-    const char* end = rare ? convertRareFloat(text.at, value) : fast;
-    return end != nullptr && breaksOff(text.at, end) ? nullptr : end;
-}
-
 const char* convertInteger(const GLMtext& text, std::int64_t& value) {
     const char* first = text.at;
     if (first < text.end && *first == '+') ++first;
@@ -173,6 +159,14 @@ const char* convertInteger(const GLMtext& text, std::int64_t& value) {
 }
 
 }  // namespace
+
+const char* __glmConvertFloat(const char* first, const char* last, float& value) {
+    const auto [fast, error] = std::from_chars(first, last, value);
+    // "0x..." stops the fast conversion after the 0.
+    const bool rare = error != std::errc() || *fast == 'x' || *fast == 'X';
+    const char* end = rare ? convertRareFloat(first, value) : fast;
+    return end != nullptr && breaksOff(first, end) ? nullptr : end;
+}
 
 bool __glmOpenText(GLMcall& call, const char* path, GLMtext& text) {
     std::unique_ptr<std::FILE, __glmClose> file(std::fopen(path, "rb"));
@@ -193,8 +187,9 @@ bool __glmFileText(GLMcall& call, std::FILE* file, const char* path, GLMtext& te
         return false;
     }
     text.start = ftello(file);
-    const bool again = known && S_ISREG(status.st_mode) && text.start >= 0;
-    if (again) text.size = static_cast<std::uint64_t>(std::max<std::int64_t>(0, status.st_size - text.start));
+    // A file of no size may have contents, as those have that a system makes when they are read.
+    const bool again = known && S_ISREG(status.st_mode) && text.start >= 0 && status.st_size > text.start;
+    if (again) text.size = static_cast<std::uint64_t>(status.st_size - text.start);
     if (!again && !readWhole(text)) return false;
     return moveWindow(text, text.begin, BLOCK) && readOn(text);
 }
@@ -264,6 +259,17 @@ void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_S
     __glmReadToken(text, word);
 }
 
+std::string_view __glmWholeName(std::string_view rest) {
+    const auto isBlank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+    for (std::size_t at = rest.find('#'); at != std::string_view::npos; at = rest.find('#', at + 1)) {
+        const bool first = at == 0 || isBlank(rest[at - 1]);
+        if (first && (at + 1 == rest.size() || isBlank(rest[at + 1]))) rest = rest.substr(0, at);
+    }
+    while (!rest.empty() && isBlank(rest.front())) rest.remove_prefix(1);
+    while (!rest.empty() && isBlank(rest.back())) rest.remove_suffix(1);
+    return rest;
+}
+
 void __glmSkipWhite(GLMtext& text) {
     while (__glmHas(text, 1) && __glmIsWhite(*text.at)) ++text.at;
 }
@@ -275,7 +281,7 @@ bool __glmAtLineEnd(GLMtext& text) {
 
 bool __glmReadFloat(GLMtext& text, float& value) {
     float number = 0.0f;
-    if (!readNumber(text, [&] { return convertFloat(text, number); })) return false;
+    if (!readNumber(text, [&] { return __glmConvertFloat(text.at, text.end, number); })) return false;
     value = number;
     return true;
 }

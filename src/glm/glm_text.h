@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 
 #pragma GCC visibility push(default)  // see glm_util.h
 
@@ -91,6 +92,10 @@ void __glmSkipLine(GLMtext& text);
 // The first token of a line that __glmReadLine gave; empty when there is none.
 void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_SIZE]);
 
+// The name that `rest`, the rest of a line behind a keyword, holds: all of it, blanks included, but for what is no more
+// than a blank around it, and for a comment behind it, whose "#" stands alone: "Material #25 # of a roof" is "Material #25".
+std::string_view __glmWholeName(std::string_view rest);
+
 void __glmSkipWhite(GLMtext& text);
 
 // Moves past the white space that comes next on the line. True when that is all there is on it.
@@ -101,6 +106,10 @@ bool __glmAtLineEnd(GLMtext& text);
 // optional sign; one that 64 bits cannot hold becomes the nearest that they can.
 bool __glmReadFloat(GLMtext& text, float& value);
 bool __glmReadInteger(GLMtext& text, std::int64_t& value);
+
+// The number at `first`, without white space in front; the text goes on to `last`, and a NUL follows somewhere. Returns
+// where the number ends, or null.
+const char* __glmConvertFloat(const char* first, const char* last, float& value);
 
 // Moves past `character` when it comes next.
 bool __glmAccept(GLMtext& text, char character);

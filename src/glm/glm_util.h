@@ -45,6 +45,16 @@ Float* __glmVector(Float* vectors, std::uint32_t index) {
 // "Ns" of a material counts to 100, the GL's exponent to 128.
 constexpr float GLM_MTL_SHININESS = 100.0f, GLM_GL_SHININESS = 128.0f;
 
+// What a material is like that its library says nothing of.
+constexpr GLMmaterial GLM_DEFAULT_MATERIAL = {
+    .name = nullptr,
+    .diffuse = {0.8f, 0.8f, 0.8f, 1.0f},
+    .ambient = {0.2f, 0.2f, 0.2f, 1.0f},
+    .specular = {0.0f, 0.0f, 0.0f, 1.0f},
+    .shininess = 65.0f,
+    .map_diffuse = -1,
+};
+
 // Deleter of what malloc gave, for owners inside a function.
 struct __glmFree {
     void operator()(void* memory) const { std::free(memory); }

@@ -1,22 +1,22 @@
-// The OBJ and MTL writer. The reader takes its files; glm.h says what they leave out of a model.
+// The entries of the OBJ and MTL writer, and the text of glmWriteOBJ; glm.h says what that leaves out of a model.
 #include "glm/glm.h"
 
-#include "glm/glm_call.h"
+#include "glm/glm_output.h"
+#include "glm/glm_writer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cassert>
-#include <cerrno>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <utility>
+#include <iterator>
 
 namespace {
 
-constexpr int DECIMALS = 6;     // as "%f" writes
+constexpr const char *WRITE_OBJ = "glmWriteOBJ", *WRITE_MTL = "glmWriteMTL";  // for messages
+constexpr int DECIMALS = 6;                                                   // as "%f" writes
 constexpr int NAME_SIZE = 126;  // longest name that the reader takes whole: its lines hold a blank in front of it
 
 int correctedMode(GLMcall& call, const GLMmodel& model, int mode) {
@@ -31,7 +31,7 @@ int correctedMode(GLMcall& call, const GLMmodel& model, int mode) {
         {GLM_MATERIAL, model.nummaterials == 0, GLM_MATERIAL, "material output requested with no materials defined."},
         {GLM_COLOR | GLM_MATERIAL, true, GLM_COLOR, "color and material output requested outputting only materials."},
     };
-    return __glmCorrectMode(call, "glmWriteOBJ", mode, corrections);
+    return __glmCorrectMode(call, WRITE_OBJ, mode, corrections);
 }
 
 // "keyword 1.000000 2.000000 ...\n". printf would take the decimal point from the program's locale.
@@ -168,100 +168,19 @@ void printModel(GLMcall& call, std::FILE* file, const GLMmodel& model, int mode)
     printGroups(call, file, model, mode);
 }
 
-// ---- Files --------------------------------------------------------------------------------------------------------
-
-// A file that is written. Where failures return, it has another name beside its own until the call is done, so that there
-// is never half a file; else it is written in place.
-struct Output {
-    Output(const char* function, const char* ending) : function(function), ending(ending) {}
-    ~Output();
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    const char *function, *ending;  // for messages; the second one's end, where it cannot be opened
-    GLMstring path = {};
-    GLMstring part = {};  // the other name, while it has it
-    std::FILE* file = nullptr;
-};
-
-Output::~Output() {
-    if (file != nullptr) std::fclose(file);
-    if (part != nullptr) unlink(part.get());
-}
-
-void failAt(GLMcall& call, const Output& output, const char* what) {
-    __glmFail(call, GLMplace::none, "%s() failed: file \"%s\" is %s.", output.function, output.path.get(), what);
-}
-
-bool openPart(GLMcall& call, Output& output) {
-    constexpr int MOST = 100;  // parts that calls which were cut off may have left
-    constexpr std::size_t ENDING_SIZE = 16;
-    struct stat status {};
-    const bool there = stat(output.path.get(), &status) == 0;
-    if (there && !call.options.replace) failAt(call, output, "there already");
-    if (there && !S_ISREG(status.st_mode)) failAt(call, output, "no regular file");
-    const std::size_t size = std::strlen(output.path.get()) + ENDING_SIZE;
-    GLMstring part(call.failed ? nullptr : __glmTryArray<char>(call, size));
-    for (int i = 0; part != nullptr && output.file == nullptr && i < MOST; ++i) {
-        std::snprintf(part.get(), size, "%s.part%d", output.path.get(), i);
-        output.file = std::fopen(part.get(), "wx");
-        if (output.file == nullptr && errno != EEXIST) break;
-    }
-    if (output.file == nullptr) return false;
-    output.part = std::move(part);
-    return !there || fchmod(fileno(output.file), status.st_mode & ALLPERMS) == 0;
-}
-
-// Opens the file `name` beside `path`.
-bool open(GLMcall& call, const char* path, const char* name, Output& output) {
-    output.path = __glmTryBeside(call, path, name);
-    if (output.path == nullptr) return false;
-    call.file = output.path.get();
-    if (!call.returns) output.file = std::fopen(output.path.get(), "w");
-    if (call.returns ? openPart(call, output) : output.file != nullptr) return true;
-    __glmFail(call, GLMplace::none, "%s() failed: can't open file \"%s\"%s", output.function, output.path.get(),
-              output.ending);
-    return false;
-}
-
-void failAtWriting(GLMcall& call, const Output& output) {
-    __glmFail(call, GLMplace::none, "%s() failed: can't write file \"%s\".", output.function, output.path.get());
-}
-
-// Write errors stay with the file until its end, those of the last buffer come with closing it.
-void close(GLMcall& call, Output& output) {
-    std::FILE* file = std::exchange(output.file, nullptr);
-    const bool failed = std::ferror(file) != 0;
-    if (std::fclose(file) != 0 || failed) failAtWriting(call, output);
-}
-
-// Gives a file that is written whole its own name.
-void publish(GLMcall& call, Output& output) {
-    if (call.failed || output.part == nullptr) return;
-    const char *part = output.part.get(), *path = output.path.get();
-    const unsigned keep = call.options.replace ? 0 : RENAME_NOREPLACE;
-    bool done = renameat2(AT_FDCWD, part, AT_FDCWD, path, keep) == 0;
-    // Some file systems cannot do that; none of them replaces with a link.
-    if (!done && errno == EINVAL) done = link(part, path) == 0 && unlink(part) == 0;
-    if (done) return output.part.reset();
-    call.file = path;
-    if (errno == EEXIST) return failAt(call, output, "there already");
-    failAtWriting(call, output);
-}
-
 // ---- The whole ----------------------------------------------------------------------------------------------------
 
 // Leaves a file where failures return to be published.
-void writeLibrary(GLMcall& call, const GLMmodel& model, const char* path, const char* name, Output& output) {
+void writeLibrary(GLMcall& call, const GLMmodel& model, const char* path, const char* name, GLMoutput& output) {
     const char* const caller = call.file;
-    if (!open(call, path, name, output)) return;
+    if (!__glmOpenOutput(call, path, name, output)) return;
     printLibrary(output.file, model);
-    close(call, output);
+    __glmCloseOutput(call, output);
     if (!call.failed) call.file = caller;
 }
 
 // "mtllib", and the library.
-void printLibraryName(GLMcall& call, std::FILE* file, const GLMmodel& model, const char* path, Output& output) {
+void printLibraryName(GLMcall& call, std::FILE* file, const GLMmodel& model, const char* path, GLMoutput& output) {
     char library[NAME_SIZE + 1];
     std::snprintf(library, sizeof library, "%s", model.mtllibname);
     warnOfCut(call, "glmWriteOBJ", "library", model.mtllibname);
@@ -272,24 +191,94 @@ void printLibraryName(GLMcall& call, std::FILE* file, const GLMmodel& model, con
 void writeModel(GLMcall& call, const GLMmodel& model, const char* path, int mode) {
     call.file = path;
     mode = correctedMode(call, model, mode);
-    Output output("glmWriteOBJ", " to write."), library("glmWriteMTL", ".");
-    if (!open(call, path, path + __glmDirectoryLength(path), output)) return;
-    warnOfCutMaterials(call, "glmWriteOBJ", model);
+    GLMoutput output(WRITE_OBJ, " to write."), library(WRITE_MTL, ".");
+    if (!__glmOpenOutput(call, path, path + __glmDirectoryLength(path), output)) return;
+    warnOfCutMaterials(call, WRITE_OBJ, model);
     printHeader(output.file, "OBJ");
     if ((mode & GLM_MATERIAL) != 0 && model.mtllibname != nullptr)
         printLibraryName(call, output.file, model, path, library);
     if (!call.failed) printModel(call, output.file, model, mode);
-    close(call, output);
-    publish(call, library);
-    publish(call, output);
+    __glmCloseOutput(call, output);
+    __glmPublish(call, library, output);
 }
 
 void writeLibraryAlone(GLMcall& call, const GLMmodel& model, const char* path, const char* name) {
     call.file = path;
-    Output output("glmWriteMTL", ".");
-    warnOfCutMaterials(call, "glmWriteMTL", model);
+    GLMoutput output(WRITE_MTL, ".");
+    warnOfCutMaterials(call, WRITE_MTL, model);
     writeLibrary(call, model, path, name, output);
-    publish(call, output);
+    __glmPublish(call, output);
+}
+
+// ---- The default mode ---------------------------------------------------------------------------------------------
+
+// Writes a library, and leaves it to be published.
+void putLibrary(GLMcall& call, const GLMmodel& model, const char* path, const char* name, bool named,
+                GLMoutput& output) {
+    const char* const caller = call.file;
+    GLMsink sink{};
+    if (!__glmOpenOutput(call, path, name, output) || !__glmOpenSink(call, output.file, sink)) return;
+    __glmPutLibrary(call, sink, model, call.options.extras != nullptr ? *call.options.extras : nullptr, named);
+    __glmFlush(sink);
+    __glmCloseOutput(call, output);
+    if (!call.failed) call.file = caller;
+}
+
+const char* lastPart(const char* name) {
+    for (const char* at = name; *at != '\0'; ++at)
+        if (*at == '/' || *at == '\\') name = at + 1;
+    return name;
+}
+
+// The file name of `path` with another ending.
+GLMstring libraryNamedAfter(GLMcall& call, const char* path, const char* ending) {
+    const std::string_view name = path + __glmDirectoryLength(path);
+    const std::string_view stem = name.substr(0, std::min(name.rfind('.'), name.size()));
+    GLMstring result(__glmTryArray<char>(call, stem.size() + std::strlen(ending) + 1));
+    if (result != nullptr)
+        std::memcpy(std::copy(stem.begin(), stem.end(), result.get()), ending, std::strlen(ending));
+    return result;
+}
+
+// The name of the library that is written beside `path`: the model's, unless it is none, that of the file itself, or that
+// of a file that must stay.
+GLMstring libraryFor(GLMcall& call, const GLMmodel& model, const char* path) {
+    const char* const own = model.mtllibname != nullptr ? lastPart(model.mtllibname) : "";
+    const char* const file = path + __glmDirectoryLength(path);
+    const GLMstring place = __glmTryBeside(call, path, own);
+    if (place == nullptr) return {};
+    bool right = call.options.replace || access(place.get(), F_OK) != 0;
+    for (const char* none : {"", ".", "..", file}) right = right && std::strcmp(own, none) != 0;
+    if (right) return GLMstring(__glmTryCopy(call, own));
+    GLMstring name = libraryNamedAfter(call, path, ".mtl");
+    const bool same = name != nullptr && std::strcmp(name.get(), file) == 0;
+    return same ? libraryNamedAfter(call, path, ".materials.mtl") : std::move(name);
+}
+
+void putModel(GLMcall& call, const GLMmodel& model, const char* path, int mode) {
+    call.file = path;
+    mode = mode == GLM_ALL ? __glmModeOfAll(model) : correctedMode(call, model, mode);
+    GLMoutput output(WRITE_OBJ, " to write."), library(WRITE_MTL, ".");
+    GLMsink sink{};
+    GLMstring name;
+    bool named = false;
+    const GLMextras* const extras = call.options.extras != nullptr ? *call.options.extras : nullptr;
+    if ((mode & GLM_MATERIAL) != 0 && __glmNeedsLibrary(model, extras)) name = libraryFor(call, model, path);
+    if (call.failed || !__glmOpenOutput(call, path, path + __glmDirectoryLength(path), output) ||
+        !__glmOpenSink(call, output.file, sink))
+        return;
+    if (__glmPutModel(call, sink, model, mode, name.get(), named) && name != nullptr)
+        putLibrary(call, model, path, name.get(), named, library);
+    __glmFlush(sink);
+    __glmCloseOutput(call, output);
+    __glmPublish(call, library, output);
+}
+
+void putLibraryAlone(GLMcall& call, const GLMmodel& model, const char* path, const char* name) {
+    call.file = path;
+    GLMoutput output(WRITE_MTL, ".");
+    putLibrary(call, model, path, name, true, output);
+    __glmPublish(call, output);
 }
 
 }  // namespace
@@ -309,7 +298,7 @@ bool glmTryWriteOBJ(const GLMmodel* model, const char* path, int mode, GLMerror*
     assert(model != nullptr && path != nullptr);
     GLMcall call;
     __glmLetReturn(call, error, options);
-    writeModel(call, *model, path, mode);
+    (call.options.strict ? writeModel : putModel)(call, *model, path, mode);
     return __glmEnd(call);
 }
 
@@ -318,6 +307,6 @@ bool glmTryWriteMTL(const GLMmodel* model, const char* path, const char* name, G
     assert(model != nullptr && path != nullptr && name != nullptr);
     GLMcall call;
     __glmLetReturn(call, error, options);
-    writeLibraryAlone(call, *model, path, name);
+    (call.options.strict ? writeLibraryAlone : putLibraryAlone)(call, *model, path, name);
     return __glmEnd(call);
 }

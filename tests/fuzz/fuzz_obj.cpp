@@ -32,7 +32,9 @@ void feed(const std::string& input) {
     const auto read = [&]() -> std::string {
         Model model;
         const bool done = goesOn([&] { model.reset(glmReadOBJ(PATH)); });
-        const std::unique_ptr<GLMmodel, decltype(&glmFree)> tried(glmTryReadOBJ(PATH), glmFree);
+        GLMoptions strictly;
+        strictly.strict = true;
+        const std::unique_ptr<GLMmodel, decltype(&glmFree)> tried(glmTryReadOBJ(PATH, nullptr, strictly), glmFree);
         assert(done == (tried != nullptr));
         if (known) assert(done == expected.has_value() && (!done || plain::isSame(*expected, *model)));
         if (!done) return "refused";

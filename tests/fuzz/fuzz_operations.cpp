@@ -1,10 +1,14 @@
 // The bytes describe a model and operations on it. The model stays drawable, and what is written reads back.
 #include "fuzz.h"
+#include "glm/glm_arrays.h"
+#include "glm/glm_try.h"
 #include "model_files.h"
+#include "temp_dir.h"
 
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -65,6 +69,64 @@ void requireReadsBack(const GLMmodel& model, int mode) {
     }
 }
 
+// What the ranges name is there.
+void requireArrays(const GLMmodel& model, int mode) {
+    GLMarrayoptions options;
+    options.normals = (mode & 1) != 0;
+    options.flat = (mode & 2) != 0;
+    options.texcoords = (mode & 4) != 0;
+    GLMarrays* arrays = glmTryMakeArrays(&model, nullptr, options);
+    assert(arrays->numindices == 3 * model.numtriangles);
+    for (std::uint32_t i = 0; i < arrays->numindices; ++i) assert(arrays->indices[i] < arrays->numvertices);
+    for (std::uint32_t r = 0; r < arrays->numranges; ++r)
+        assert(arrays->ranges[r].first + arrays->ranges[r].count <= arrays->numindices);
+    glmFreeArrays(arrays);
+}
+
+// The model's triangles become those of one polygon, whose edges they have: the others are there in both directions.
+void cutPolygon(GLMmodel* model, Bytes& bytes) {
+    std::vector<GLMelementcorner> corners(3 + bytes.below(80));
+    for (auto& corner : corners)
+        corner = {1 + static_cast<std::uint32_t>(bytes.below(static_cast<int>(model->numvertices))), GLM_NO_INDEX,
+                  GLM_NO_INDEX};
+    GLMelement polygon{};
+    polygon.kind = GLMelementkind::face;
+    polygon.count = static_cast<std::uint32_t>(corners.size());
+    char name[] = "default", *names[] = {name};
+    GLMextras extras{};
+    extras.numgroups = extras.numelements = 1;
+    extras.groupnames = names;
+    extras.numcorners = polygon.count;
+    extras.corners = corners.data();
+    extras.elements = &polygon;
+    polygon.object = GLM_NO_INDEX;
+    assert(glmTryTriangulate(model, &extras) && model->numtriangles == polygon.count - 2);
+    std::vector<int> balance(std::size_t{17} * 17);
+    const auto edge = [&](std::uint32_t from, std::uint32_t to) {
+        ++balance[17 * from + to], --balance[17 * to + from];
+    };
+    for (std::size_t i = 0; i < corners.size(); ++i)
+        edge(corners[(i + 1) % corners.size()].position, corners[i].position);
+    for (std::uint32_t i = 0; i < model->numtriangles; ++i)
+        for (int k = 0; k < 3; ++k) edge(model->triangles[i].vindices[k], model->triangles[i].vindices[(k + 1) % 3]);
+    for (const int difference : balance) assert(difference == 0);
+}
+
+// To the bit, and the same text again.
+void requireReadsBackByDefault(const GLMmodel& model) {
+    constexpr const char* PATH = "put.obj";
+    GLMoptions options;
+    options.replace = true;
+    assert(glmTryWriteOBJ(&model, PATH, GLM_ALL, nullptr, options));
+    const std::string text = readFile(PATH);
+    const GLMfreed back(glmTryReadOBJ(PATH));
+    assert(back->numvertices == model.numvertices && back->numtriangles == model.numtriangles);
+    for (std::size_t i = 3; i < 3 * (model.numvertices + std::size_t{1}); ++i)
+        assert(model.vertices[i] == back->vertices[i] || std::isnan(model.vertices[i]));
+    assert(glmTryWriteOBJ(back.get(), PATH, GLM_ALL, nullptr, options));
+    assert(readFile(PATH) == text);
+}
+
 constexpr void (*OPERATIONS[])(GLMmodel*, Bytes&) = {
     [](GLMmodel* model, Bytes& bytes) { glmWeld(model, bytes.number()); },
     [](GLMmodel* model, Bytes&) { glmFacetNormals(model); },
@@ -74,7 +136,10 @@ constexpr void (*OPERATIONS[])(GLMmodel*, Bytes&) = {
     [](GLMmodel* model, Bytes&) { glmUnitize(model); },
     [](GLMmodel* model, Bytes& bytes) { glmScale(model, bytes.number()); },
     [](GLMmodel* model, Bytes&) { glmReverseWinding(model); },
+    [](GLMmodel* model, Bytes&) { requireReadsBackByDefault(*model); },
     [](GLMmodel* model, Bytes& bytes) { requireReadsBack(*model, bytes.below(2) != 0 ? ALL : bytes.below(64)); },
+    [](GLMmodel* model, Bytes& bytes) { requireArrays(*model, bytes.below(8)); },
+    cutPolygon,
 };
 
 }  // namespace

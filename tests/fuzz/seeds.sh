@@ -2,7 +2,7 @@
 # Writes the inputs that fuzzing starts from: seeds.sh FOLDER makes a folder in it for each target. Each fault that is
 # mended gets its input here.
 set -euo pipefail
-mkdir -p "$1"/{mp3,obj,operations,png,ppm,probe,tga,tracks}
+mkdir -p "$1"/{back,lines,mp3,obj,operations,png,ppm,probe,tga,tracks}
 cd "$1"
 
 images=(-frames:v 1 ppm/image.ppm -frames:v 1 -pix_fmt rgb24 -flags ildct png/interlaced.png)
@@ -29,3 +29,14 @@ printf "%b" "mtllib m.mtl\nv 1 2 3\nusemtl b\nf 1 1 1\n\035Kd 1 0 0\nnewmtl a\nK
 printf "%b" "v 0 0 0\nvt .5-g o b\nf 1 1 1\ng o b\n" >obj/sign.obj
 printf "%b" "${points}vnt 1 2 3\nv 5 5 5 unused b\nf 1b 2 3 4cd\nf 1/1/ 2/1 3/1 /\n" >obj/behind.obj
 printf "%b" "${points}f $(printf '3/1/1 4/2/1 %.0s' {1..150})\n" >obj/fan.obj
+
+printf "%b" "mtllib m.mtl\no A\nv 0 0 0 1 0 0\nv 1 0 0\nv 0 1e30 -.5\nvn 0 0 1\nvt 1\nf 1 2 3\ns 1\nusemtl b c\ng x\nf 1/1 2//1 -1/1/1\n" \
+    "p 1 2\nl 1/1 3\no B\nusemtl default\ns off\nf 3 2 1 3\ng y\n\035newmtl b c\nKd 1 0 0\nNs 33.3\nmap_Kd -s 2 2 a\\\\b c.png\n" \
+    "bump -bm .3 m.mtl\nKe 1\nfoo bar\nd .3\nillum 2\nnewmtl default\nTr .1\nPr .3\nrefl -type sphere x\nKs xyz 1 1 1\n" >back/all.obj
+cp back/all.obj back/late.obj && printf "%b" "\ng x\nusemtl b c\nmtllib m.mtl gone.mtl\np -1\ng\nusemtl\nf 1 1 1" >>back/late.obj
+printf "%b" "mtllib m.mtl\r\nv nan inf -0\rg a\\\\\r\n b # c\nf 1 1 1\nusemtl \\\\\nc #1\nf 1 1 1 1\no\n\035newmtl c #1\r\nd 0\\\\\n\x1fKd 1\n" >back/lines.obj
+printf "%b" "\\0${points}g a b\\nf -1//-1 2/-2 3/1/1 4//#c\\no x\\ns 1\\nusemtl red y\\nl 1 2\\\\\\n 3\\np 4\\nmtllib m.mtl a b.mtl\\n\\035newmtl red y\\n" \
+    >lines/states.obj
+printf "%b" "\\02${points}f 4 3 2 1\\r\\ncurv 1\\rv 1 2 3 .1 .2 .3\\n# \\\\\\nf 1 2 3 1 # \\\\\\r\\nf 1 2\\n" >lines/ends.obj
+printf "%b" "\\0\\xef\\xbb\\xbf${points}f 1/0 2/9 3 4 2 1\\ns off\\nfoo\\ng\\nv 1e9 0x1p3 -1.#IND\\nf 99999999999 1 1\\n" >lines/rare.obj
+printf "%b" "\\01${points}f 1 2 3 4\\n" >lines/strict.obj

@@ -1,0 +1,394 @@
+// The second pass: the numbers of a chunk, into the arrays. Whatever the first pass counted has its place, so several chunks
+// are filled at once; a statement that was not counted means that the file has changed.
+#include "glm/glm_lines.h"
+#include "glm/glm_scan.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+namespace {
+
+std::uint64_t placeOf(const GLMfiller& filler, const char* p) {
+    return filler.offset + static_cast<std::uint64_t>(p - filler.window);
+}
+
+// The functions that read return where they stopped, or null when the chunk fails.
+std::nullptr_t failAtChange(GLMfiller& filler, const char* p) {
+    __glmFailChunk(filler.chunk, placeOf(filler, p), "the file changes while it is read");
+    return nullptr;
+}
+
+bool isLineEnd(const char* p) { return __glmIsEnd(*p) || *p == '#'; }
+
+// Whether a word ends here.
+bool isWordEnd(const char* p) {
+    return static_cast<unsigned char>(*p) <= ' ' || *p == '#' || (*p == '\\' && __glmIsEnd(p[1]));
+}
+
+// To the start of the next line, from anywhere in front of a "#" on this one.
+const char* skipLine(const char* p) {
+    for (bool comment = false;; ++p) {
+        comment |= *p == '#' && __glmIsComment(p);
+        if (!__glmIsEnd(*p)) continue;
+        if (comment || p[-1] != '\\') return __glmNextLine(p);
+        p = __glmNextLine(p) - 1;
+    }
+}
+
+// The word at `p` as messages show it.
+struct Shown {
+    char text[64];
+};
+Shown shownOf(const char* p) {
+    Shown shown{};
+    std::copy_n(p, std::min<std::ptrdiff_t>(__glmWordEnd(p) - p, sizeof shown.text - 1), shown.text);
+    return shown;
+}
+
+// ---- Numbers ------------------------------------------------------------------------------------------------------
+
+// What some C libraries print for numbers that are none.
+const char* scanNotFinite(const char* p, float& value) {
+    constexpr struct {
+        std::string_view text;
+        float value;
+    } FORMS[] = {{"1.#INF", std::numeric_limits<float>::infinity()},
+                 {"1.#IND", std::numeric_limits<float>::quiet_NaN()},
+                 {"1.#QNAN", std::numeric_limits<float>::quiet_NaN()},
+                 {"1.#SNAN", std::numeric_limits<float>::quiet_NaN()}};
+    const bool negative = *p == '-';
+    if (negative) ++p;
+    for (const auto& form : FORMS) {
+        if (std::strncmp(p, form.text.data(), form.text.size()) != 0) continue;
+        value = negative ? -form.value : form.value;
+        for (p += form.text.size(); __glmIsDigit(*p);) ++p;
+        return p;
+    }
+    return nullptr;
+}
+
+const char* scanRareNumber(const char* p, const char* end, float& value) {
+    if (const char* stop = scanNotFinite(p, value)) return stop;
+    return __glmConvertFloat(p, end, value);
+}
+
+// `count` numbers of the statement at `line`. `p` is behind its keyword.
+template <int Count>
+const char* readNumbers(GLMfiller& filler, const char* line, const char* p, float* numbers) {
+    for (int i = 0; i < Count; ++i) {
+        p = __glmSkipBlanks(p);
+        const char* next = __glmScanFloat(p, numbers[i]);
+        if (next == nullptr) next = isLineEnd(p) ? nullptr : scanRareNumber(p, __glmWordEnd(p), numbers[i]);
+        if (next != nullptr && isWordEnd(next)) {
+            p = next;
+            continue;
+        }
+        const char* const what = isLineEnd(p) ? "nothing" : "\"";
+        __glmFailChunk(filler.chunk, placeOf(filler, line), "glmReadOBJ: Got %s%s%s instead of number %d of \"%s\"",
+                       what, isLineEnd(p) ? "" : shownOf(p).text, isLineEnd(p) ? "" : "\"", i + 1,
+                       shownOf(line).text);
+        return nullptr;
+    }
+    return p;
+}
+
+// To the next line, from behind a statement's numbers.
+const char* finishLine(const char* p) {
+    if (*p == '\n') return p + 1;
+    p = __glmSkipBlanks(p);
+    return __glmIsEnd(*p) ? __glmNextLine(p) : skipLine(p);
+}
+
+// The numbers behind those of a position: a weight, a colour, or both.
+const char* readColor(GLMfiller& filler, const char* p) {
+    constexpr int MOST = 4;
+    float numbers[MOST] = {}, *color = __glmVector(filler.job.extras->colors, filler.positions);
+    int count = 0;
+    for (p = __glmSkipBlanks(p); count < MOST && !isLineEnd(p); p = __glmSkipBlanks(p), ++count) {
+        const char* next = __glmScanFloat(p, numbers[count]);
+        if (next == nullptr) next = scanRareNumber(p, __glmWordEnd(p), numbers[count]);
+        if (next == nullptr || !isWordEnd(next)) break;
+        p = next;
+    }
+    const bool hasColor = count >= 3;
+    for (int i = 0; i < 3; ++i) color[i] = hasColor ? numbers[count - 3 + i] : 1.0f;
+    return p;
+}
+
+const char* readPosition(GLMfiller& filler, const char* line, const char* p) {
+    if (filler.positions == filler.end.positions) return failAtChange(filler, line);
+    p = readNumbers<3>(filler, line, p, __glmVector(filler.job.model->vertices, ++filler.positions));
+    if (p == nullptr) return nullptr;
+    if (filler.job.extras != nullptr && filler.job.extras->colors != nullptr) p = readColor(filler, p);
+    return finishLine(p);
+}
+
+const char* readNormal(GLMfiller& filler, const char* line, const char* p) {
+    if (filler.normals == filler.end.normals) return failAtChange(filler, line);
+    p = readNumbers<3>(filler, line, p, __glmVector(filler.job.model->normals, ++filler.normals));
+    return p != nullptr ? finishLine(p) : nullptr;
+}
+
+// A texture coordinate with one number lies on a one-dimensional image.
+const char* readTexcoord(GLMfiller& filler, const char* line, const char* p) {
+    if (filler.texcoords == filler.end.texcoords) return failAtChange(filler, line);
+    float* const texcoord = filler.job.model->texcoords + GLM_TEXCOORD_SIZE * ++filler.texcoords;
+    p = readNumbers<1>(filler, line, p, texcoord);
+    if (p == nullptr || isLineEnd(__glmSkipBlanks(p))) return p != nullptr ? finishLine(p) : nullptr;
+    p = readNumbers<1>(filler, line, p, texcoord + 1);
+    return p != nullptr ? finishLine(p) : nullptr;
+}
+
+// ---- Elements -----------------------------------------------------------------------------------------------------
+
+// A number of more than nine digits, or none. Null when it is none.
+const char* scanRareIndex(const char* p, std::uint32_t& index) {
+    std::int64_t value = 0;
+    if (*p == '+') ++p;
+    const auto [end, error] = std::from_chars(p, __glmWordEnd(p), value);
+    if (error == std::errc::invalid_argument) return nullptr;
+    index = value > 0 && value < GLM_NO_INDEX && error == std::errc() ? static_cast<std::uint32_t>(value) : 0;
+    return end;
+}
+
+// A number that counts from 1, or back from the last of `soFar`; what is in front of the first one becomes 0.
+[[gnu::always_inline]] inline const char* scanIndex(const char* p, std::uint32_t soFar, std::uint32_t& index) {
+    if (*p != '-') {
+        const char* end = __glmScanIndex(p, index);
+        return end != nullptr ? end : scanRareIndex(p, index);
+    }
+    std::uint32_t back = 0;
+    const char* end = __glmScanIndex(p + 1, back);
+    if (end == nullptr) end = scanRareIndex(p + 1, back);
+    index = back > 0 && back <= soFar ? soFar + 1 - back : 0;
+    return end;
+}
+
+std::nullptr_t failAtCorner(GLMfiller& filler, const char* line, const char* corner, const char* what) {
+    __glmFailChunk(filler.chunk, placeOf(filler, line), "glmReadOBJ: Got \"%s\" as a corner of \"%s\"%s",
+                   shownOf(corner).text, shownOf(line).text, what);
+    return nullptr;
+}
+
+// The element that is being read: its statement, and the place of the corner.
+struct Place {
+    const char *line, *corner;
+};
+
+// A normal or texture coordinate that is not there. Where the file has none at all, and where it is written as 0, the corner
+// has none; the call fails otherwise.
+bool dropIndex(GLMfiller& filler, const Place& place, const char* number, std::uint32_t& index, std::uint32_t count,
+               bool isNormal) {
+    if (count > 0 && *number != '0') {
+        failAtCorner(filler, place.line, place.corner,
+                     isNormal ? ", whose normal is not there" : ", whose texture coordinate is not there");
+        return false;
+    }
+    index = GLM_NO_INDEX;
+    __glmNotice(filler.chunk, isNormal ? GLMnotice::normals : GLMnotice::texcoords, placeOf(filler, place.line));
+    return true;
+}
+
+bool startsIndex(char c) { return __glmIsDigit(c) || c == '-' || c == '+'; }
+
+// A corner: "v", "v/vt", "v//vn" or "v/vt/vn", whose last numbers may be missing behind their slashes.
+[[gnu::always_inline]] inline const char* readCorner(GLMfiller& filler, const char* line, const char* p,
+                                                     GLMelementcorner& corner) {
+    const GLMmodel& model = *filler.job.model;
+    const Place place{.line = line, .corner = p};
+    corner.texcoord = corner.normal = GLM_NO_INDEX;
+    p = scanIndex(p, filler.positions, corner.position);
+    if (p != nullptr && *p == '/') {
+        const char* number = ++p;
+        if (startsIndex(*p)) {
+            p = scanIndex(p, filler.texcoords, corner.texcoord);
+            if (corner.texcoord - 1 >= model.numtexcoords && p != nullptr &&
+                !dropIndex(filler, place, number, corner.texcoord, model.numtexcoords, false))
+                return nullptr;
+        }
+        if (p != nullptr && *p == '/') {
+            number = ++p;
+            if (startsIndex(*p)) {
+                p = scanIndex(p, filler.normals, corner.normal);
+                if (corner.normal - 1 >= model.numnormals && p != nullptr &&
+                    !dropIndex(filler, place, number, corner.normal, model.numnormals, true))
+                    return nullptr;
+            }
+        }
+    }
+    if (p == nullptr || !isWordEnd(p)) return failAtCorner(filler, line, place.corner, "");
+    if (corner.position - 1 < model.numvertices) return p;
+    return failAtCorner(filler, line, place.corner, ", whose position is not there");
+}
+
+void storeTriangle(GLMfiller& filler, std::uint32_t number, const GLMelementcorner& a, const GLMelementcorner& b,
+                   const GLMelementcorner& c) {
+    const GLMstate& state = filler.state;
+    filler.job.model->triangles[number] = {.vindices = {a.position, b.position, c.position},
+                                           .nindices = {a.normal, b.normal, c.normal},
+                                           .tindices = {a.texcoord, b.texcoord, c.texcoord},
+                                           .findex = 0,
+                                           .material = state.material};
+}
+
+// What goes with the triangles from `first` on, which one face gave. False when its group was not counted as large.
+bool finishFace(GLMfiller& filler, std::uint32_t first) {
+    const GLMextras* const extras = filler.job.extras;
+    filler.job.model->triangles[first].findex = filler.triangles - first;
+    if (filler.triangles - first > filler.room - filler.state.groupAt) return false;
+    for (std::uint32_t i = first; i < filler.triangles; ++i) {
+        filler.members[filler.state.groupAt++] = i;
+        if (extras == nullptr) continue;
+        if (extras->objects != nullptr) extras->objects[i] = filler.state.object;
+        if (extras->smoothing != nullptr) extras->smoothing[i] = filler.state.smoothing;
+    }
+    return true;
+}
+
+// A face becomes a fan around its first corner, for now; its first triangle's facet normal is how many there are.
+const char* readFace(GLMfiller& filler, const char* line, const char* p) {
+    const std::uint32_t start = filler.triangles;
+    GLMelementcorner first{}, previous{}, corner;
+    std::uint32_t count = 0;
+    for (p = __glmSkipBlanks(p); !isLineEnd(p); p = __glmSkipBlanks(p)) {
+        p = readCorner(filler, line, p, corner);
+        if (p == nullptr) return nullptr;
+        if (++count == 1) {
+            first = corner;
+        } else if (count > 2) {
+            if (filler.triangles == filler.end.triangles) return failAtChange(filler, line);
+            storeTriangle(filler, filler.triangles++, first, previous, corner);
+        }
+        previous = corner;
+    }
+    if (count > 2 && !finishFace(filler, start)) return failAtChange(filler, line);
+    return finishLine(p);
+}
+
+// A point, a line, or a face that is to stay one.
+const char* readElement(GLMfiller& filler, GLMelementkind kind, std::uint32_t least, const char* line,
+                        const char* p) {
+    const GLMextras& extras = *filler.job.extras;
+    const GLMstate& state = filler.state;
+    const std::uint32_t first = filler.corners;
+    GLMelementcorner corner;
+    std::uint32_t count = 0;
+    for (p = __glmSkipBlanks(p); !isLineEnd(p); p = __glmSkipBlanks(p), ++count) {
+        p = readCorner(filler, line, p, corner);
+        if (p == nullptr) return nullptr;
+        if (count < filler.end.corners - first) extras.corners[first + count] = corner;
+    }
+    if (count < least) return finishLine(p);  // it was not counted
+    if (count > filler.end.corners - first || filler.elements == filler.end.elements)
+        return failAtChange(filler, line);
+    filler.corners += count;
+    extras.elements[filler.elements++] = {.kind = kind,
+                                          .first = first,
+                                          .count = count,
+                                          .group = state.group,
+                                          .object = state.object,
+                                          .material = state.material,
+                                          .smoothing = state.smoothing};
+    return finishLine(p);
+}
+
+// ---- Statements ---------------------------------------------------------------------------------------------------
+
+void selectGroup(GLMfiller& filler, std::uint32_t group, std::uint32_t at) {
+    const GLMgroup& record = *filler.job.groups.items[group];
+    filler.state.group = group;
+    filler.state.groupAt = at;
+    filler.members = record.triangles;
+    filler.room = record.numtriangles;
+}
+
+const char* changeState(GLMfiller& filler, GLMkeyword keyword, const char* line) {
+    const GLMlist<GLMevent>& events = filler.chunk.events;
+    if (filler.event == events.count || events.items[filler.event].keyword != keyword)
+        return failAtChange(filler, line);
+    const GLMevent& event = events.items[filler.event++];
+    if (keyword == GLMkeyword::group) selectGroup(filler, event.value, event.at);
+    if (keyword == GLMkeyword::object) filler.state.object = event.value;
+    if (keyword == GLMkeyword::material) filler.state.material = event.value;
+    if (keyword == GLMkeyword::smoothing) filler.state.smoothing = event.value;
+    return skipLine(line);
+}
+
+const char* readRareStatement(GLMfiller& filler, const char* line) {
+    const GLMkeyword keyword = __glmKeyword(line);
+    const char* const p = __glmWordEnd(line);
+    switch (keyword) {
+    case GLMkeyword::position:
+        return readPosition(filler, line, p);
+    case GLMkeyword::normal:
+        return readNormal(filler, line, p);
+    case GLMkeyword::texcoord:
+        return readTexcoord(filler, line, p);
+    case GLMkeyword::face:
+        if (!filler.job.call.options.polygons) return readFace(filler, line, p);
+        return filler.job.extras != nullptr ? readElement(filler, GLMelementkind::face, 3, line, p) : skipLine(line);
+    case GLMkeyword::line:
+        return filler.job.extras != nullptr ? readElement(filler, GLMelementkind::line, 2, line, p) : skipLine(line);
+    case GLMkeyword::point:
+        return filler.job.extras != nullptr ? readElement(filler, GLMelementkind::point, 1, line, p) : skipLine(line);
+    case GLMkeyword::group:
+    case GLMkeyword::object:
+    case GLMkeyword::material:
+    case GLMkeyword::smoothing:
+    case GLMkeyword::library:
+        return changeState(filler, keyword, line);
+    default:
+        return skipLine(line);
+    }
+}
+
+bool hasAll(const GLMfiller& filler) {
+    const GLMplaces& end = filler.end;
+    return filler.positions == end.positions && filler.normals == end.normals && filler.texcoords == end.texcoords &&
+           filler.triangles == end.triangles && filler.elements == end.elements && filler.corners == end.corners;
+}
+
+// Most statements begin at the line's start with one of four keywords and a blank.
+const char* readStatement(GLMfiller& filler, const char* line) {
+    if (line[0] == 'f' && __glmIsBlank(line[1]) && !filler.job.call.options.polygons)
+        return readFace(filler, line, line + 1);
+    if (line[0] != 'v') return readRareStatement(filler, line);
+    if (__glmIsBlank(line[1])) return readPosition(filler, line, line + 1);
+    if (line[1] == 'n' && __glmIsBlank(line[2])) return readNormal(filler, line, line + 2);
+    if (line[1] == 't' && __glmIsBlank(line[2])) return readTexcoord(filler, line, line + 2);
+    return readRareStatement(filler, line);
+}
+
+}  // namespace
+
+GLMfiller __glmFillerOf(const GLMjob& job, GLMchunk& chunk) {
+    const auto places = [](const GLMcounts& counts) {
+        const auto number = [](std::uint64_t count) { return static_cast<std::uint32_t>(count); };
+        return GLMplaces{.positions = number(counts.positions),
+                         .normals = number(counts.normals),
+                         .texcoords = number(counts.texcoords),
+                         .triangles = number(counts.triangles),
+                         .elements = number(counts.elements),
+                         .corners = number(counts.corners)};
+    };
+    GLMcounts end = chunk.before;
+    __glmAdd(end, chunk.counts);
+    GLMfiller filler{{places(chunk.before)}, job, chunk, places(end), chunk.state};
+    selectGroup(filler, chunk.state.group, chunk.state.groupAt);
+    return filler;
+}
+
+bool __glmFillWindow(GLMfiller& filler, const GLMwindow& window) {
+    filler.offset = window.offset;
+    filler.window = window.begin;
+    const char* p = window.begin;
+    while (p < window.end) {
+        p = __glmSkipBlanks(p);
+        p = __glmIsEnd(*p) ? __glmNextLine(p) : readStatement(filler, p);
+        if (p == nullptr) return false;
+    }
+    return window.next < window.last || hasAll(filler) || failAtChange(filler, p) != nullptr;
+}
