@@ -22,8 +22,8 @@ namespace fs = std::filesystem;
 
 enum class State { unknown, off, on };
 
-// A file by inotify's number of the directory that is watched for it, and its name there. A file behind a symbolic link
-// has two places.
+// A file by inotify's number of the directory that is watched for it, and its name there. A file behind a symbolic
+// link has two places.
 using Place = std::pair<int, std::string>;
 
 struct Loaded {

@@ -24,8 +24,8 @@ void ryl_readScreenshot(int width, int height, Screenshot& shot);
 // Which row a file begins with.
 enum class RowOrder { bottomFirst, topFirst };
 
-// Compresses the picture in the given order of rows with zlib `level` 0 to 9. Returns an empty record if the level is out of
-// range or the picture has no bytes.
+// Compresses the picture in the given order of rows with zlib `level` 0 to 9. Returns an empty record if the level is
+// out of range or the picture has no bytes.
 CompressedPng ryl_compressScreenshot(const Screenshot& shot, int level, RowOrder order = RowOrder::bottomFirst);
 
 // Writes the file and removes it if it cannot be written whole. While it writes, the end by a signal waits

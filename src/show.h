@@ -1,5 +1,5 @@
-// show.h - a whole frame around a timeline, for demos that need nothing special: a loading bar, scenes that fade in and
-// out, motion blur, the pause line, the end
+// show.h - a whole frame around a timeline, for demos that need nothing special: a loading bar, scenes that fade in
+// and out, motion blur, the pause line, the end
 //
 //   void draw() {
 //       static ShowFrame frame;

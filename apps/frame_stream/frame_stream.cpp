@@ -5,12 +5,11 @@
 // Starts PROGRAM in the working directory and waits for its "[CAPTURE] frame N" lines. Each frame from FIRST to LAST
 // (numbered from 1) goes to standard output as raw pixels: WIDTH x HEIGHT x 3 bytes, red, green, blue, the picture's
 // top row first. Every file capture/N.png is removed after it was passed on or skipped. The program may begin with
-// any frame up to FIRST. If LAST is ~N, the last frame is where the program ends, expected at N; if it is <N, the same,
-// but no frame after N; if it is ~ alone, nothing is known of it.
-// Progress goes to descriptor 3 if it is open: a bar on a terminal, else plain lines.
-// Exit status 0: every frame was passed on. 1: a frame is missing, empty, damaged or of another size, or the program
-// failed or went silent; one "[!]" line on standard error says which. 2: wrong arguments. 3: the reader of standard
-// output is gone.
+// any frame up to FIRST. If LAST is ~N, the last frame is where the program ends, expected at N; if it is <N, the
+// same, but no frame after N; if it is ~ alone, nothing is known of it. Progress goes to descriptor 3 if it is open:
+// a bar on a terminal, else plain lines. Exit status 0: every frame was passed on. 1: a frame is missing, empty,
+// damaged or of another size, or the program failed or went silent; one "[!]" line on standard error says which. 2:
+// wrong arguments. 3: the reader of standard output is gone.
 //
 // The program is never more than a few frames ahead: its lines go through a pipe in packet mode, where each line
 // takes one of a fixed number of places, and a full pipe makes it wait. A second thread passes decoded frames on, at

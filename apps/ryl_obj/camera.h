@@ -3,8 +3,8 @@
 
 #include "vec.h"
 
-// The axis that points up in the picture, and the sign of its direction. The front of a model looks along +z when y is up,
-// and along -y when z is up.
+// The axis that points up in the picture, and the sign of its direction. The front of a model looks along +z when y
+// is up, and along -y when z is up.
 enum class UpAxis { x, y, z, minusX, minusY, minusZ };
 
 struct Camera {
@@ -21,8 +21,8 @@ struct Sphere {
     double radius = 1;
 };
 
-// Where points land before they are scaled to a picture: x to the right, y up, and the depth, which is linear across a
-// surface in the picture and greater for what is nearer; above 0.
+// Where points land before they are scaled to a picture: x to the right, y up, and the depth, which is linear across
+// a surface in the picture and greater for what is nearer; above 0.
 struct Landing {
     double x, y, depth;
 };

@@ -11,7 +11,7 @@ constexpr int STEPS = 1 << 13;  // of light, and of a file's numbers; the darkes
 double decoded(double value) { return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4); }
 double encoded(double light) { return light <= 0.0031308 ? light * 12.92 : 1.055 * std::pow(light, 1 / 2.4) - 0.055; }
 
-const auto LIGHTS = [] {
+const auto LIGHTS = []() {
     std::array<float, 256> lights{};
     for (std::size_t i = 0; i < lights.size(); ++i)
         lights[i] = static_cast<float>(decoded(static_cast<double>(i) / 255));
@@ -19,14 +19,14 @@ const auto LIGHTS = [] {
 }();
 
 // The middle of each step.
-const auto FINE_LIGHTS = [] {
+const auto FINE_LIGHTS = []() {
     std::array<float, STEPS> lights{};
     for (std::size_t i = 0; i < lights.size(); ++i)
         lights[i] = static_cast<float>(decoded((static_cast<double>(i) + 0.5) / STEPS));
     return lights;
 }();
 
-const auto BYTES = [] {
+const auto BYTES = []() {
     std::array<std::uint8_t, STEPS> bytes{};
     for (std::size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<std::uint8_t>(std::lround(255 * encoded((static_cast<double>(i) + 0.5) / STEPS)));

@@ -12,7 +12,8 @@ inline Colour operator*(Colour a, float f) { return {a.red * f, a.green * f, a.b
 
 // The light of a byte, 0 to 1.
 float lightOf(std::uint8_t byte);
-// The light of a number of a model file, which is as a byte / 255; what is out of range, or no number, is brought into it.
+// The light of a number of a model file, which is as a byte / 255; what is out of range, or no number, is brought
+// into it.
 float lightOf(float value);
 Colour lightOf(const float* rgb);
 // The nearest byte. Takes any number.

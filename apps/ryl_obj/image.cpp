@@ -44,7 +44,7 @@ bool setSize(Image& image, std::int64_t width, std::int64_t height, std::string&
     return true;
 }
 
-// ---- PNG -----------------------------------------------------------------------------------------------------------
+// ---- PNG ----------------------------------------------------------------------------------------------------------
 
 bool readPng(std::FILE* file, Image& image, std::string& why) {
     png_image png = {};
@@ -58,7 +58,7 @@ bool readPng(std::FILE* file, Image& image, std::string& why) {
     return read;
 }
 
-// ---- PPM -----------------------------------------------------------------------------------------------------------
+// ---- PPM ----------------------------------------------------------------------------------------------------------
 
 // The next number of a PPM header, past white space and comments; -1 where there is none.
 long readPpmNumber(std::FILE* file) {
@@ -99,7 +99,7 @@ bool readPpm(std::FILE* file, Image& image, std::string& why) {
     return true;
 }
 
-// ---- What libgd reads ----------------------------------------------------------------------------------------------
+// ---- What libgd reads ---------------------------------------------------------------------------------------------
 
 long number(const unsigned char* bytes, int count, bool littleEndian) {
     long value = 0;
@@ -182,7 +182,7 @@ bool readWithGd(std::FILE* file, const Head& head, const Format& format, Image& 
     return false;
 }
 
-// ---- Writing -------------------------------------------------------------------------------------------------------
+// ---- Writing ------------------------------------------------------------------------------------------------------
 
 // libpng jumps back to the setjmp on any error, so no object here may have a destructor.
 bool writeRows(png_structp png, png_infop info, std::FILE* file, const Image& image, bool alpha) {

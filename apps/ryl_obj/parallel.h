@@ -15,8 +15,8 @@ inline unsigned threadCount(unsigned asked) {
     return asked > 0 ? asked : std::max(1U, std::thread::hardware_concurrency());
 }
 
-// Calls work(0) to work(count - 1), each once, on at most `threads` threads with this one among them; returns when all are
-// done. An exception ends the work and is thrown again here.
+// Calls work(0) to work(count - 1), each once, on at most `threads` threads with this one among them; returns when
+// all are done. An exception ends the work and is thrown again here.
 template <typename Work>
 void parallelFor(std::size_t count, unsigned threads, const Work& work) {
     std::atomic<std::size_t> next = 0;

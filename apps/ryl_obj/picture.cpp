@@ -65,7 +65,7 @@ struct Settings {
     bool replace = false;
 };
 
-// ---- Options -------------------------------------------------------------------------------------------------------
+// ---- Options ------------------------------------------------------------------------------------------------------
 
 // "AxB", and "A" for both where `single` says so.
 Size sizeOf(const GivenOption& option, int most, bool single) {
@@ -137,7 +137,7 @@ Settings settingsOf(const CommandLine& line) {
     return settings;
 }
 
-// ---- Time ----------------------------------------------------------------------------------------------------------
+// ---- Time ---------------------------------------------------------------------------------------------------------
 
 void giveUp(int) {
     constexpr char TEXT[] = "ryl-obj: the picture takes more processor time than --max-seconds allows\n";
@@ -155,7 +155,7 @@ void limitTime(double seconds) {
     setitimer(ITIMER_PROF, &timer, nullptr);
 }
 
-// ---- Pictures ------------------------------------------------------------------------------------------------------
+// ---- Pictures -----------------------------------------------------------------------------------------------------
 
 Camera cameraOf(const Settings& settings, int frame) {
     Camera camera = settings.camera;

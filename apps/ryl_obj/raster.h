@@ -1,7 +1,7 @@
 // raster.h - which samples of a picture a triangle, a line or a point covers, and how near it is there
 //
-// Coordinates are whole 1/256 of a pixel, so that triangles with a common edge share no sample and leave none out. Samples
-// come in cells of four: the four of a pixel, or one in each of 2 x 2 pixels.
+// Coordinates are whole 1/256 of a pixel, so that triangles with a common edge share no sample and leave none out.
+// Samples come in cells of four: the four of a pixel, or one in each of 2 x 2 pixels.
 #pragma once
 
 #include <algorithm>
@@ -163,8 +163,8 @@ void rasterize(const std::array<Edge<Int>, 3>& edges, const DepthPlane& plane, c
     }
 }
 
-// Calls emit(row, column, inside, depth) for the cells of the window in which a triangle covers samples. With a line width
-// (1/256 pixel) above 0 only the triangle's edges count, as lines inside of it.
+// Calls emit(row, column, inside, depth) for the cells of the window in which a triangle covers samples. With a line
+// width (1/256 pixel) above 0 only the triangle's edges count, as lines inside of it.
 template <typename Emit>
 void rasterizeTriangle(const ScreenPoint& a, ScreenPoint b, ScreenPoint c, const Window& window, double lineWidth,
                        const Emit& emit) {
@@ -181,7 +181,8 @@ void rasterizeTriangle(const ScreenPoint& a, ScreenPoint b, ScreenPoint c, const
     const DepthPlane plane = depthPlaneOf(a, b, c, area);
     const std::int64_t x = std::int64_t{box.left} * window.cells.size,
                        y = std::int64_t{box.upper} * window.cells.size;
-    const auto draw = [&]<typename Int>(Int) {
+    const auto draw = [&](auto number) {
+        using Int = decltype(number);
         const std::array<Edge<Int>, 3> edges = {edgeOf<Int>(a, b, x, y, lineWidth),
                                                 edgeOf<Int>(b, c, x, y, lineWidth),
                                                 edgeOf<Int>(c, a, x, y, lineWidth)};

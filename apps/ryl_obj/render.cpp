@@ -63,7 +63,7 @@ struct Picture {
     }
 };
 
-// ---- Where things land ---------------------------------------------------------------------------------------------
+// ---- Where things land --------------------------------------------------------------------------------------------
 
 ScreenPoint pointOf(const Projection& projection, Vec3 position) {
     const Landing landing = land(projection, position);
@@ -119,7 +119,7 @@ Ends endsOf(const Drawing& drawing, std::uint32_t number) {
                                       : normalEnds(drawing, number - drawing.strokes());
 }
 
-// ---- Binning: which bands a thing is drawn in ------------------------------------------------------------------------
+// ---- Binning: which bands a thing is drawn in ---------------------------------------------------------------------
 
 // Whether a sample lies between the two coordinates.
 bool holdsSample(const Lattice& lattice, std::int32_t least, std::int32_t most) {
@@ -180,7 +180,7 @@ void binChunk(const Picture& picture, std::uint32_t chunk) {
             binStroke(picture, chunk, number);
 }
 
-// ---- Drawing a band --------------------------------------------------------------------------------------------------
+// ---- Drawing a band -----------------------------------------------------------------------------------------------
 
 template <typename Emit>
 void rasterizeThing(const Drawing& drawing, std::uint32_t number, const Window& window, const Emit& emit) {

@@ -16,8 +16,8 @@ struct Seen {
     float alpha;
 };
 
-// What is drawn: triangles of the surface by their number, behind them its strokes, behind these the normals that stand on
-// triangles.
+// What is drawn: triangles of the surface by their number, behind them its strokes, behind these the normals that
+// stand on triangles.
 struct Drawing {
     const Surface& surface;
     const Projection& projection;

@@ -11,6 +11,6 @@ struct Subject {
     Surface surface;
 };
 
-// Reads the model with the images of its materials. Null when it cannot be used; the error is reported unless `error` takes
-// it. Warnings are reported. `options` need not say how images are found.
+// Reads the model with the images of its materials. Null when it cannot be used; the error is reported unless `error`
+// takes it. Warnings are reported. `options` need not say how images are found.
 std::unique_ptr<Subject> readSubject(const char* path, SurfaceOptions options, GLMerror* error = nullptr);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double USUAL_ANGLE = 40;  // degrees
 
-// ---- Materials -----------------------------------------------------------------------------------------------------
+// ---- Materials ----------------------------------------------------------------------------------------------------
 
 constexpr float LEAST_ALPHA = 0.999f;  // above it nothing shines through
 constexpr Colour GREY = {0.60f, 0.60f, 0.60f};
@@ -49,7 +49,7 @@ Material plainMaterial() {
     return material;
 }
 
-// ---- Textures ------------------------------------------------------------------------------------------------------
+// ---- Textures -----------------------------------------------------------------------------------------------------
 
 // An image that materials want, and where it goes.
 struct Wanted {
@@ -157,7 +157,7 @@ void makeMaterials(Surface& surface, const SurfaceOptions& options) {
     }
 }
 
-// ---- Points and lines ----------------------------------------------------------------------------------------------
+// ---- Points and lines ---------------------------------------------------------------------------------------------
 
 void addElement(Surface& surface, const GLMelement& element) {
     const GLMelementcorner* corners = surface.extras->corners + element.first;
@@ -178,7 +178,7 @@ void makeStrokes(Surface& surface) {
         for (std::uint32_t i = 1; i <= model.numvertices; ++i) surface.strokes.push_back({{i, i}, 0, 0});
 }
 
-// ---- Extent --------------------------------------------------------------------------------------------------------
+// ---- Extent -------------------------------------------------------------------------------------------------------
 
 constexpr std::size_t PIECE = 1 << 16;  // of an array, for a thread
 
@@ -239,7 +239,7 @@ void findSphere(Surface& surface, unsigned threads) {
     surface.sphere.radius = std::sqrt(*std::max_element(squares.begin(), squares.end()));
 }
 
-// ---- Normals -------------------------------------------------------------------------------------------------------
+// ---- Normals ------------------------------------------------------------------------------------------------------
 
 bool lacksNormals(const GLMmodel& model) {
     const auto lacks = [](const GLMtriangle& triangle) {

@@ -29,6 +29,6 @@ struct Texel {
     float alpha;
 };
 
-// The texture at (u, v), where v = 0 is the image's lower edge. `reach` is how much of the texture, as a part of its side, a
-// pixel of the picture covers.
+// The texture at (u, v), where v = 0 is the image's lower edge. `reach` is how much of the texture, as a part of its
+// side, a pixel of the picture covers.
 Texel sample(const Texture& texture, const Lay& lay, double u, double v, double reach);

@@ -1,5 +1,5 @@
-// ryl-obj view: a window in which a model is turned and looked at. It shows what `picture` draws, with a sample for each
-// pixel while something moves and four when it has come to rest.
+// ryl-obj view: a window in which a model is turned and looked at. It shows what `picture` draws, with a sample for
+// each pixel while something moves and four when it has come to rest.
 #include "camera.h"
 #include "command.h"
 #include "image.h"
@@ -136,7 +136,7 @@ Viewer* viewer = nullptr;
 
 double secondsSince(Clock::time_point time) { return std::chrono::duration<double>(Clock::now() - time).count(); }
 
-// ---- The model -----------------------------------------------------------------------------------------------------
+// ---- The model ----------------------------------------------------------------------------------------------------
 
 void listGroups(Viewer& v) {
     std::vector<std::string> wereHidden;
@@ -246,7 +246,7 @@ void goToNext(Viewer& v, int step) {
     say(v, "there is no other model in this folder");
 }
 
-// ---- The picture ---------------------------------------------------------------------------------------------------
+// ---- The picture --------------------------------------------------------------------------------------------------
 
 bool isMoving(const Viewer& v) { return v.turning || secondsSince(v.lastMove) * 1000 < REST_MS; }
 
@@ -375,7 +375,7 @@ void saveScreenshot(Viewer& v) {
     std::_Exit(std::fflush(stdout) == 0 ? FINE : UNUSABLE);
 }
 
-// ---- Events --------------------------------------------------------------------------------------------------------
+// ---- Events -------------------------------------------------------------------------------------------------------
 
 // Draws with one sample until nothing has moved for a while.
 void move(Viewer& v) {
@@ -600,7 +600,7 @@ void tick(int) {
     glutTimerFunc(TICK_MS, tick, 0);
 }
 
-// ---- The window ----------------------------------------------------------------------------------------------------
+// ---- The window ---------------------------------------------------------------------------------------------------
 
 // freeglut's messages; it goes on where this returns.
 void endByGlut(const char* format, va_list arguments) {

@@ -13,7 +13,8 @@ public:
     FolderWatch& operator=(const FolderWatch&) = delete;
 
     void watch(const std::string& folder);
-    // Whether a file of one of these names, without folders, was written or put there since the last call. Does not wait.
+    // Whether a file of one of these names, without folders, was written or put there since the last call. Does not
+    // wait.
     bool hasChanged(const std::vector<std::string>& names);
 
 private:

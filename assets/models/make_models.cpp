@@ -20,7 +20,7 @@ Point around(double angle, double radius, double height) {
     return {radius * std::sin(angle), height, radius * std::cos(angle)};
 }
 
-// ---- Noise ---------------------------------------------------------------------------------------------------------
+// ---- Noise --------------------------------------------------------------------------------------------------------
 
 double smooth(double t) { return t * t * (3 - 2 * t); }
 
@@ -43,7 +43,7 @@ double clouds(Point p, int octaves) {
     return sum;
 }
 
-// ---- Gears: materials, facets beside curves ------------------------------------------------------------------------
+// ---- Gears: materials, facets beside curves -----------------------------------------------------------------------
 
 void gear(ObjFile& file, Point centre, int teeth, double radius, double thickness, double turn) {
     const double hole = radius * 0.35, depth = 0.2;
@@ -72,7 +72,7 @@ void makeGears(ObjFile file) {
     gear(file, {0.16, -1.0, 0}, 12, 0.6, 0.30, 0.005);
 }
 
-// ---- Terrain: a colour at each position ----------------------------------------------------------------------------
+// ---- Terrain: a colour at each position ---------------------------------------------------------------------------
 
 void makeTerrain(ObjFile file) {
     const auto heightAt = [](double x, double z) {
@@ -99,7 +99,7 @@ void makeTerrain(ObjFile file) {
     grid(file, {220, 220}, place, paint);
 }
 
-// ---- Knot, vase, shell, ring: curved surfaces ----------------------------------------------------------------------
+// ---- Knot, vase, shell, ring: curved surfaces ---------------------------------------------------------------------
 
 // A tube about a closed curve, thick as radius(u) says.
 template <typename Curve>
@@ -170,7 +170,7 @@ void makeRing(ObjFile file) {
     });
 }
 
-// ---- Globe: a texture ----------------------------------------------------------------------------------------------
+// ---- Globe: a texture ---------------------------------------------------------------------------------------------
 
 Vec3 globeColour(double u, double v) {
     const double angle = TURN * u, latitude = (v - 0.5) * std::numbers::pi, level = std::cos(latitude);
@@ -210,7 +210,7 @@ void makeGlobe(ObjFile file) {
     });
 }
 
-// ---- Glass: materials that let light through -----------------------------------------------------------------------
+// ---- Glass: materials that let light through ----------------------------------------------------------------------
 
 void ball(ObjFile& file, Point centre, double radius) {
     grid(file, {64, 32, true}, [&](double u, double v) {
@@ -242,7 +242,7 @@ void makeGlass(ObjFile file) {
     box(file, {-1.7, 0, -1.25}, {1.7, 1.9, -1.2});
 }
 
-// ---- Letters: concave polygons -------------------------------------------------------------------------------------
+// ---- Letters: concave polygons ------------------------------------------------------------------------------------
 
 void makeStar(ObjFile file) {
     material(file, "star", "Kd 0.95 0.72 0.12\nKs 0.3 0.3 0.3\nNs 30\nillum 2");
@@ -267,7 +267,7 @@ void makeStar(ObjFile file) {
     extrude(file, outline, -0.2, 0.2);
 }
 
-// ---- Points and lines ----------------------------------------------------------------------------------------------
+// ---- Points and lines ---------------------------------------------------------------------------------------------
 
 void makeGalaxy(ObjFile file) {
     constexpr int STARS = 9000;
@@ -299,7 +299,7 @@ void makeWires(ObjFile file) {
     }
 }
 
-// ---- Sponge, pawns, temple, leaves: many bodies --------------------------------------------------------------------
+// ---- Sponge, pawns, temple, leaves: many bodies -------------------------------------------------------------------
 
 void sponge(ObjFile& file, Point low, double size, int level) {
     if (level == 0) return box(file, low, low + Point{size, size, size});
@@ -429,7 +429,7 @@ void makeSpring(ObjFile file) {
     element(file, "f", end);
 }
 
-// ---- All of them ---------------------------------------------------------------------------------------------------
+// ---- All of them --------------------------------------------------------------------------------------------------
 
 struct Made {
     const char* name;

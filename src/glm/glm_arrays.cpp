@@ -30,6 +30,16 @@ struct Maker {
 
 // ---- Vertices -----------------------------------------------------------------------------------------------------
 
+// Extras stay as they were read when the model is welded.
+bool requireOwnExtras(const Maker& maker) {
+    const GLMextras* const extras = maker.options.extras;
+    if (extras == nullptr || extras->colors == nullptr || extras->numcolors == maker.model.numvertices) return true;
+    __glmFail(maker.call, GLMplace::none,
+              "glmTryMakeArrays() failed: the extras are of %u positions, the model has %u.", extras->numcolors,
+              maker.model.numvertices);
+    return false;
+}
+
 void layOut(Maker& maker) {
     const GLMmodel& model = maker.model;
     const GLMarrayoptions& options = maker.options;
@@ -196,7 +206,7 @@ GLMarrays* glmTryMakeArrays(const GLMmodel* model, GLMerror* error, const GLMarr
                 .room = 0,
                 .slots = {},
                 .mask = 0};
-    return makeArrays(maker) ? arrays.release() : nullptr;
+    return requireOwnExtras(maker) && makeArrays(maker) ? arrays.release() : nullptr;
 }
 
 void glmFreeArrays(GLMarrays* arrays) {

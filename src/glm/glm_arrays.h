@@ -41,7 +41,7 @@ struct GLMarrayoptions {
     bool normals = true;                         // false: leaves normals out
     bool flat = false;                           // true: facet normals, even where there are vertex normals
     bool texcoords = true;                       // false: leaves texture coordinates out
-    const GLMextras* extras = nullptr;           // whose colours the vertices get; null: none
+    const GLMextras* extras = nullptr;           // whose colours the vertices get; of as many positions; null: none
 };
 
 // Makes arrays of the model's triangles (the model not null, its indices in range), sorted by material, in file order

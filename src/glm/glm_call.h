@@ -57,7 +57,8 @@ void __glmLetReturn(GLMcall& call, GLMerror* error, const GLMoptions& options);
 // Hands the warnings to the handler. True when the call has not failed.
 bool __glmEnd(GLMcall& call);
 
-// What a message says at its end about the place, where it is printed: nothing, " in file ..." or " in file ..., line ...".
+// What a message says at its end about the place, where it is printed: nothing, " in file ..." or " in file ..., line
+// ...".
 enum class GLMplace { none, file, line };
 
 // Tells the handler of progress, if there is one, which part of the whole is done. It fails the call when it cancels.
@@ -140,9 +141,10 @@ bool __glmFacetNormals(GLMcall& call, GLMmodel* model);
 // The facet normals of the triangles from `first` up to `last`, in an array that is there.
 void __glmMakeFacets(const GLMmodel& model, std::uint32_t first, std::uint32_t last);
 
-// Adds the materials of the library `name` behind those of the model, which has entry 0, "default", from then on, and, if
-// they are not null, to those of the extras, which are as many. A library that cannot be opened is a warning. The default
-// mode's "mtllib"; a name that was added before is for the caller to leave out. False when the call fails.
+// Adds the materials of the library `name` behind those of the model, which has entry 0, "default", from then on,
+// and, if they are not null, to those of the extras, which are as many. A library that cannot be opened is a warning.
+// The default mode's "mtllib"; a name that was added before is for the caller to leave out. False when the call
+// fails.
 bool __glmAddLibrary(GLMcall& call, GLMmodel* model, GLMextras* extras, const char* name);
 
 // What a mode word cannot have together, or not with a model.

@@ -108,8 +108,8 @@ const char* skipWhite(const char* p, const char* end) {
     }
 }
 
-// A copy of a name, the rest of a line up to `end` without white space around it, behind a character. What goes on in the
-// next line has one blank there. Null when memory is short.
+// A copy of a name, the rest of a line up to `end` without white space around it, behind a character. What goes on in
+// the next line has one blank there. Null when memory is short.
 GLMstring copyName(char first, const char* p, const char* end) {
     p = skipWhite(p, end);
     while (end > p && __glmIsWhite(end[-1])) --end;

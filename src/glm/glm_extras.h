@@ -8,8 +8,9 @@
 //   glmFreeExtras(extras);
 //   glmFree(model);
 //
-// Index conventions are those of glm.h: positions, normals and texture coordinates count from 1, and their arrays have an
-// unread entry 0; everything else counts from 0. The arrays belong to the extras; glmFreeExtras releases them.
+// Index conventions are those of glm.h: positions, normals and texture coordinates count from 1, and their arrays
+// have an unread entry 0; everything else counts from 0. The arrays belong to the extras; glmFreeExtras releases
+// them.
 #pragma once
 
 #include "glm/glm.h"
@@ -62,13 +63,15 @@ struct GLMmaterialextras {
 };
 
 struct GLMextras {
-    float* colors;  // red, green, blue of each position, 1 where it has none; null when none has a colour
+    std::uint32_t numcolors;  // the model's positions; 0 when none has a colour
+    float* colors;            // red, green, blue of each position, 1 where it has none; null when none has a colour
     std::uint32_t numgroups;
     char** groupnames;  // in the order of their first mention; entry 0 is "default"
     std::uint32_t numobjects;
-    char** objectnames;        // of "o", one per statement
-    std::uint32_t* objects;    // object of each triangle, or GLM_NO_INDEX; null when the file has none
-    std::uint32_t* smoothing;  // smoothing group of each triangle, or 0; null when the file has none
+    char** objectnames;          // of "o", one per statement
+    std::uint32_t numtriangles;  // the model's; the length of the next two arrays
+    std::uint32_t* objects;      // object of each triangle, or GLM_NO_INDEX; null when the file has none
+    std::uint32_t* smoothing;    // smoothing group of each triangle, or 0; null when the file has none
     std::uint32_t numcorners;
     GLMelementcorner* corners;
     std::uint32_t numelements;

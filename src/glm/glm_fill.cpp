@@ -1,5 +1,5 @@
-// The second pass: the numbers of a chunk, into the arrays. Whatever the first pass counted has its place, so several chunks
-// are filled at once; a statement that was not counted means that the file has changed.
+// The second pass: the numbers of a chunk, into the arrays. Whatever the first pass counted has its place, so several
+// chunks are filled at once; a statement that was not counted means that the file has changed.
 #include "glm/glm_lines.h"
 #include "glm/glm_scan.h"
 
@@ -178,8 +178,8 @@ struct Place {
     const char *line, *corner;
 };
 
-// A normal or texture coordinate that is not there. Where the file has none at all, and where it is written as 0, the corner
-// has none; the call fails otherwise.
+// A normal or texture coordinate that is not there. Where the file has none at all, and where it is written as 0, the
+// corner has none; the call fails otherwise.
 bool dropIndex(GLMfiller& filler, const Place& place, const char* number, std::uint32_t& index, std::uint32_t count,
                bool isNormal) {
     if (count > 0 && *number != '0') {

@@ -48,8 +48,8 @@ bool addString(GLMcall& call, char**& strings, std::uint32_t& count, std::string
     return true;
 }
 
-// The names in a statement's rest: words, or more of them together where a file of that name is there or where the last
-// one ends in ".mtl".
+// The names in a statement's rest: words, or more of them together where a file of that name is there or where the
+// last one ends in ".mtl".
 struct Libraries {
     GLMcall& call;
     const char* path;  // of the model
@@ -254,7 +254,9 @@ bool makeExtras(GLMjob& job) {
     extras.numlibraries = job.libraries.count;
     extras.libraries = job.libraries.items.release();
     job.libraries.count = 0;
-    if (has(&GLMchunk::colored)) extras.colors = __glmTryEntries(call, job.model->numvertices, GLM_VECTOR_SIZE);
+    if (has(&GLMchunk::colored)) extras.numcolors = job.model->numvertices;
+    if (extras.numcolors > 0) extras.colors = __glmTryEntries(call, extras.numcolors, GLM_VECTOR_SIZE);
+    extras.numtriangles = triangles;
     if (extras.numobjects > 0) extras.objects = __glmTryArray<std::uint32_t>(call, triangles);
     if (has(&GLMchunk::smoothed)) extras.smoothing = __glmTryArray<std::uint32_t>(call, triangles);
     if (extras.numelements > 0) extras.elements = __glmTryArray<GLMelement>(call, extras.numelements);

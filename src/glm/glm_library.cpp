@@ -1,5 +1,5 @@
-// Material libraries as today's programs write them: one statement on each line, known by its whole keyword, whatever its
-// case. A material that more than one "newmtl" names is the first of them.
+// Material libraries as today's programs write them: one statement on each line, known by its whole keyword, whatever
+// its case. A material that more than one "newmtl" names is the first of them.
 #include "glm/glm_library.h"
 
 #include "glm/glm_text.h"
@@ -319,8 +319,8 @@ void readStatement(LibraryReader& reader) {
 
 // ---- Lines --------------------------------------------------------------------------------------------------------
 
-// The end of the line that starts at `at`. Where a backslash stands at a line end, both become blanks and the line goes
-// on, unless it is a comment. Control characters, but for NUL, become blanks too.
+// The end of the line that starts at `at`. Where a backslash stands at a line end, both become blanks and the line
+// goes on, unless it is a comment. Control characters, but for NUL, become blanks too.
 char* endLine(char* at, const char* end, unsigned long long& lines) {
     const bool comment = at[std::strspn(at, " \t")] == '#';
     for (; at < end && *at != '\n' && *at != '\r'; ++at) {

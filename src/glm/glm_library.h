@@ -1,5 +1,5 @@
-// glm_library.h - what the reader and the writer of material libraries share: the keywords of numbers and colours, and
-// which material is as it was made
+// glm_library.h - what the reader and the writer of material libraries share: the keywords of numbers and colours,
+// and which material is as it was made
 #pragma once
 
 #include "glm/glm_call.h"

@@ -145,8 +145,8 @@ bool tellProgress(GLMjob& job, std::uint64_t bytes, unsigned worker) {
     return !job.call.failed;
 }
 
-// Reads a chunk, window by window. `state` is what `pass` goes on with from one to the next. False when it is not read to
-// its end.
+// Reads a chunk, window by window. `state` is what `pass` goes on with from one to the next. False when it is not
+// read to its end.
 template <typename State>
 bool readChunk(GLMjob& job, std::size_t number, unsigned worker, State state,
                bool (*pass)(State&, const GLMwindow&)) {
@@ -265,7 +265,8 @@ bool countAll(GLMjob& job) {
     return endPass(job) && requireStatements(job);
 }
 
-// Chunks with positions are filled before those without, whose facets are made while the processor still has them at hand.
+// Chunks with positions are filled before those without, whose facets are made while the processor still has them at
+// hand.
 bool fillAll(GLMjob& job) {
     for (const bool positions : {true, false})
         __glmShare(job.threads, job.count, [&](std::size_t number, unsigned worker) {

@@ -1,9 +1,10 @@
 // glm_lines.h - the reader of what today's programs write, which several threads share
 //
-// The text is cut at ends of lines into chunks. A first pass counts what is in each chunk and notes its statements of state
-// (groups, objects, smoothing groups, materials, libraries) with their names. Sums over the chunks in front of it then give
-// each its places in the model's arrays, from which relative indices count, and the state that it starts with. A second
-// pass fills the arrays, chunk by chunk; a third makes triangles of concave polygons, and facet normals.
+// The text is cut at ends of lines into chunks. A first pass counts what is in each chunk and notes its statements of
+// state (groups, objects, smoothing groups, materials, libraries) with their names. Sums over the chunks in front of
+// it then give each its places in the model's arrays, from which relative indices count, and the state that it starts
+// with. A second pass fills the arrays, chunk by chunk; a third makes triangles of concave polygons, and facet
+// normals.
 //
 //   glm_source      the text, its lines
 //   glm_count.cpp   the first pass
@@ -39,7 +40,8 @@ enum class GLMkeyword : std::uint8_t {
     none  // skipped
 };
 
-// The keyword of the statement at `p`, which blanks or the line's end follow. `none` where the line is empty or a comment.
+// The keyword of the statement at `p`, which blanks or the line's end follow. `none` where the line is empty or a
+// comment.
 GLMkeyword __glmKeyword(const char* p);
 
 // Behind the keyword at `p`.
@@ -148,7 +150,8 @@ inline void __glmNotice(GLMchunk& chunk, GLMnotice notice, std::uint64_t place) 
     if (noted.count++ == 0) noted.first = place;
 }
 
-// The first and the second pass over lines of a chunk, one window after the other. They return false when the chunk fails.
+// The first and the second pass over lines of a chunk, one window after the other. They return false when the chunk
+// fails.
 struct GLMcounter {
     const GLMjob& job;
     GLMchunk& chunk;
@@ -177,13 +180,13 @@ struct GLMfiller : GLMplaces {
 GLMfiller __glmFillerOf(const GLMjob& job, GLMchunk& chunk);
 bool __glmFillWindow(GLMfiller& filler, const GLMwindow& window);
 
-// Between the passes: adds up the counts, reads the libraries, and makes the groups, the arrays and the chunks' states.
-// False when the call fails.
+// Between the passes: adds up the counts, reads the libraries, and makes the groups, the arrays and the chunks'
+// states. False when the call fails.
 bool __glmJoin(GLMjob& job);
 
 // The line of a place in a chunk, from 1.
 std::uint64_t __glmLineOf(const GLMjob& job, const GLMchunk& chunk, std::uint64_t place);
 
-// Reads a text whose file is read at any place, or whose bytes are all in memory, into an empty model and empty extras (or
-// null). False when the call fails.
+// Reads a text whose file is read at any place, or whose bytes are all in memory, into an empty model and empty
+// extras (or null). False when the call fails.
 bool __glmReadLines(GLMcall& call, const GLMtext& text, GLMmodel* model, GLMextras* extras);

@@ -72,9 +72,9 @@ void startMaterial(MaterialReader& reader) {
     reader.model->materials[++reader.current].name = __glmTryCopy(reader.call, name);
 }
 
-// Reads the statement's numbers with `read`, a function of glm_text.h; without all of them the statement has no effect.
-// What follows a number is a statement; where there is none, the rest of the line is an argument of another kind, such as
-// the file in "disp bumps.png".
+// Reads the statement's numbers with `read`, a function of glm_text.h; without all of them the statement has no
+// effect. What follows a number is a statement; where there is none, the rest of the line is an argument of another
+// kind, such as the file in "disp bumps.png".
 template <typename Number, std::size_t Count>
 bool readNumbers(MaterialReader& reader, bool (*read)(GLMtext&, Number&), Number (&numbers)[Count]) {
     const bool lineEnds = __glmAtLineEnd(reader.text);

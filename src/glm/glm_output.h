@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <string_view>
 
-// A file that is written. Where failures return, it has another name beside its own until the call is done, so that there
-// is never half a file; else it is written in place.
+// A file that is written. Where failures return, it has another name beside its own until the call is done, so that
+// there is never half a file; else it is written in place.
 struct GLMoutput {
     GLMoutput(const char* function, const char* ending) : function(function), ending(ending) {}
     ~GLMoutput();

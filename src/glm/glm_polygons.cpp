@@ -145,6 +145,7 @@ bool glmTryTriangulate(GLMmodel* model, GLMextras* extras, GLMerror* error) {
     model->numtriangles = made.numtriangles;
     model->numfacetnorms = made.numfacetnorms;
     model->numgroups = made.numgroups;
+    extras->numtriangles = made.numtriangles;
     exchange(cutting.objects, extras->objects);
     exchange(cutting.smoothing, extras->smoothing);
     return true;

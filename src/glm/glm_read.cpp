@@ -140,8 +140,8 @@ const CornerForm* readFirstCorner(GLMreader& reader, GLMcorner& corner) {
     return nullptr;
 }
 
-// Reads a further corner. False when no number follows: the face ends there, with whatever follows instead; or the call
-// fails.
+// Reads a further corner. False when no number follows: the face ends there, with whatever follows instead; or the
+// call fails.
 bool readCorner(GLMreader& reader, const CornerForm& form, GLMcorner& corner) {
     corner = GLMcorner();
     GLMtext& text = reader.text;
@@ -392,8 +392,8 @@ bool requireIndex(GLMreader& reader, const char* kind, std::uint32_t triangle, s
 }
 
 // Positions have no "none": an index written as -1 is out of bounds. A normal or texture coordinate written as -1 is
-// none; the writer gives corners without one that form. In a file without texture coordinates their indices mean nothing,
-// and nothing follows them.
+// none; the writer gives corners without one that form. In a file without texture coordinates their indices mean
+// nothing, and nothing follows them.
 bool validateCorners(GLMreader& reader) {
     const GLMmodel& model = *reader.model;
     for (std::uint32_t i = 0; i < model.numtriangles; ++i) {

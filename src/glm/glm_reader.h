@@ -1,5 +1,5 @@
-// glm_reader.h - what the two halves of the OBJ reader share: the rules (glm_read.cpp), and the plain statements of which
-// large models consist, scanned in place (glm_read_plain.cpp)
+// glm_reader.h - what the two halves of the OBJ reader share: the rules (glm_read.cpp), and the plain statements of
+// which large models consist, scanned in place (glm_read_plain.cpp)
 #pragma once
 
 #include "glm/glm_call.h"
@@ -76,9 +76,9 @@ inline void __glmAddTriangle(const GLMreader& reader, GLMfilled& filled, const G
 
 // ---- Plain statements ---------------------------------------------------------------------------------------------
 //
-// Nearly all of a large model consists of statements on one line each, of plain numbers and single blanks. These two take
-// them one after the other, up to the first that is not of that kind, which is left where it is, to be read by the rules;
-// filling also stops at one that was not counted. Without them reading takes twice as long.
+// Nearly all of a large model consists of statements on one line each, of plain numbers and single blanks. These two
+// take them one after the other, up to the first that is not of that kind, which is left where it is, to be read by
+// the rules; filling also stops at one that was not counted. Without them reading takes twice as long.
 
 void __glmCountPlain(GLMreader& reader);
 void __glmFillPlain(GLMreader& reader, GLMfilled& filled);

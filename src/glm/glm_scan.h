@@ -34,8 +34,9 @@ inline const char* __glmSkipIndex(const char* p) {
 // Its digits are an integer below 2^53, so they and the power of ten are doubles without error, and their quotient is
 // the double nearest to the fraction. Rounding that to a float gives the float nearest to the fraction, unless the
 // quotient lies in the middle between two floats: rounding keeps the order of numbers and each middle is a double, so
-// fraction and quotient are never on different sides of one. A quotient in a middle says null. It shows in the 29 bits
-// that a double's fraction has more than a float's; no number of this form but 0 is so small that a float has fewer.
+// fraction and quotient are never on different sides of one. A quotient in a middle says null. It shows in the 29
+// bits that a double's fraction has more than a float's; no number of this form but 0 is so small that a float has
+// fewer.
 inline const char* __glmScanFloat(const char* p, float& value) {
     constexpr double POWERS[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                  1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};

@@ -12,8 +12,8 @@ constexpr std::size_t PIECE = 4096;
 // Of the lines in memory: few system calls, and it stays in the processor's cache.
 constexpr std::size_t WINDOW = std::size_t{128} * 1024;
 
-// In front of the window are line ends, for looking back; behind it is room for the text's last line end and for looking
-// ahead, 64 characters at a time.
+// In front of the window are line ends, for looking back; behind it is room for the text's last line end and for
+// looking ahead, 64 characters at a time.
 constexpr std::size_t FRONT = 64, BEHIND = 128;
 
 // Whether the character at `i` of a piece ends a line. The next one is in the piece, or there is none.

@@ -1,7 +1,7 @@
 // glm_source.h - a text that several threads read, and the statements' lines in it
 //
-// A line ends in LF, CR LF or CR. It goes on in the next one when a backslash comes directly before its end, unless a "#"
-// stands anywhere in it. Blanks are all other characters up to the space, NUL included.
+// A line ends in LF, CR LF or CR. It goes on in the next one when a backslash comes directly before its end, unless a
+// "#" stands anywhere in it. Blanks are all other characters up to the space, NUL included.
 #pragma once
 
 #include "glm/glm_text.h"
@@ -22,8 +22,8 @@ GLMsource __glmSourceOf(const GLMtext& text);
 // Reads `size` bytes that are there. False when they cannot be read.
 bool __glmReadAt(const GLMsource& source, std::uint64_t place, char* to, std::size_t size);
 
-// The first place from `place` on that follows a line's end which goes on in no next line, whatever stands in front of it;
-// or the size. `failed` is set where it cannot be read.
+// The first place from `place` on that follows a line's end which goes on in no next line, whatever stands in front
+// of it; or the size. `failed` is set where it cannot be read.
 std::uint64_t __glmCut(const GLMsource& source, std::uint64_t place, bool& failed);
 
 // How many lines end between two places, the first of which is a line's start.

@@ -28,7 +28,8 @@ const char* lineEnd(GLMtext& text, std::size_t limit) {
     return found != nullptr ? static_cast<const char*>(found) + 1 : text.at + length;
 }
 
-// Makes room for `capacity` bytes, with what is in the window from `from` on at their start. False when memory is short.
+// Makes room for `capacity` bytes, with what is in the window from `from` on at their start. False when memory is
+// short.
 bool moveWindow(GLMtext& text, const char* from, std::size_t capacity) {
     const auto moved = from - text.begin;
     const auto rest = static_cast<std::size_t>(text.end - from);

@@ -2,9 +2,9 @@
 //
 // A file is taken apart from a reading position: tokens, rests of lines, numbers. These follow the C library's
 // formatted input (fscanf "%127s", fgets, "%f", "%d"), in the "C" locale whatever the program's is. A window of the
-// file is in memory and moves with the reading position: a text is about as large as the arrays that are made of it, so
-// reading it whole would double the memory. NUL bytes are ordinary bytes that end a C string early. Where a file cannot
-// be read on, or memory is short, the call fails and the text ends.
+// file is in memory and moves with the reading position: a text is about as large as the arrays that are made of it,
+// so reading it whole would double the memory. NUL bytes are ordinary bytes that end a C string early. Where a file
+// cannot be read on, or memory is short, the call fails and the text ends.
 #pragma once
 
 #include "glm/glm_call.h"
@@ -49,7 +49,8 @@ struct GLMtext {
 // Opens a file at its start. False when `path` cannot be opened or read, or names a directory: errno says why.
 bool __glmOpenText(GLMcall& call, const char* path, GLMtext& text);
 
-// A text of what follows in an open file, and of bytes in memory; both stay the caller's. False when it cannot be read.
+// A text of what follows in an open file, and of bytes in memory; both stay the caller's. False when it cannot be
+// read.
 bool __glmFileText(GLMcall& call, std::FILE* file, const char* path, GLMtext& text);
 bool __glmMemoryText(GLMcall& call, const void* bytes, std::size_t size, const char* path, GLMtext& text);
 
@@ -65,8 +66,8 @@ void __glmLoadAll(GLMtext& text);
 // The text of a string, which stays the caller's.
 GLMtext __glmTextOf(const char* string);
 
-// Tells the call's handler how far the passes over the text are: called as the window moves, and to be called at the end
-// of each pass. A handler that cancels makes the call fail.
+// Tells the call's handler how far the passes over the text are: called as the window moves, and to be called at the
+// end of each pass. A handler that cancels makes the call fail.
 void __glmTellProgress(const GLMtext& text);
 
 // Back to the start.
@@ -92,8 +93,9 @@ void __glmSkipLine(GLMtext& text);
 // The first token of a line that __glmReadLine gave; empty when there is none.
 void __glmFirstWord(const char (&line)[GLM_TOKEN_SIZE], char (&word)[GLM_TOKEN_SIZE]);
 
-// The name that `rest`, the rest of a line behind a keyword, holds: all of it, blanks included, but for what is no more
-// than a blank around it, and for a comment behind it, whose "#" stands alone: "Material #25 # of a roof" is "Material #25".
+// The name that `rest`, the rest of a line behind a keyword, holds: all of it, blanks included, but for what is no
+// more than a blank around it, and for a comment behind it, whose "#" stands alone: "Material #25 # of a roof" is
+// "Material #25".
 std::string_view __glmWholeName(std::string_view rest);
 
 void __glmSkipWhite(GLMtext& text);
@@ -107,8 +109,8 @@ bool __glmAtLineEnd(GLMtext& text);
 bool __glmReadFloat(GLMtext& text, float& value);
 bool __glmReadInteger(GLMtext& text, std::int64_t& value);
 
-// The number at `first`, without white space in front; the text goes on to `last`, and a NUL follows somewhere. Returns
-// where the number ends, or null.
+// The number at `first`, without white space in front; the text goes on to `last`, and a NUL follows somewhere.
+// Returns where the number ends, or null.
 const char* __glmConvertFloat(const char* first, const char* last, float& value);
 
 // Moves past `character` when it comes next.

@@ -4,9 +4,9 @@
 #include <atomic>
 #include <cstddef>
 
-// Calls work(data, worker) on up to `count` threads at once, with worker numbers from 0, which is the caller's own, and
-// returns when all have ended. Where a thread cannot be had, fewer take part: the work is to be such that each takes
-// what is left of it.
+// Calls work(data, worker) on up to `count` threads at once, with worker numbers from 0, which is the caller's own,
+// and returns when all have ended. Where a thread cannot be had, fewer take part: the work is to be such that each
+// takes what is left of it.
 void __glmRunThreads(unsigned count, void (*work)(void* data, unsigned worker), void* data);
 
 // How many threads `wanted` of a caller means; 0 is as many as there are processors.

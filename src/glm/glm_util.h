@@ -1,7 +1,7 @@
 // glm_util.h - what the files of the model library share: diagnostics, strings, memory, records
 //
-// Standard error only. The functions never return an error: what cannot go on ends the process. glm_call.h has those that
-// return.
+// Standard error only. The functions never return an error: what cannot go on ends the process. glm_call.h has those
+// that return.
 //
 // The leading underscores of these names are part of the library's interface, though C++ reserves them to the
 // implementation; no C or C++ library in use has names of this prefix.
@@ -27,8 +27,8 @@
 // Warns of each pending GL error. Needs a GL context; in the library that draws.
 void __glmReportErrors();
 
-// New strings, which the caller frees. Only __glmStrdup says that memory is short, with null; for the others that is a
-// fatal error.
+// New strings, which the caller frees. Only __glmStrdup says that memory is short, with null; for the others that is
+// a fatal error.
 char* __glmStrdup(const char* string);
 char* __glmStrStrip(const char* string);  // without surrounding blanks and line ends; null when nothing remains
 char* __glmDirName(const char* path);     // up to and including the last "/", or empty

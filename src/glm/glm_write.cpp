@@ -240,8 +240,8 @@ GLMstring libraryNamedAfter(GLMcall& call, const char* path, const char* ending)
     return result;
 }
 
-// The name of the library that is written beside `path`: the model's, unless it is none, that of the file itself, or that
-// of a file that must stay.
+// The name of the library that is written beside `path`: the model's, unless it is none, that of the file itself, or
+// that of a file that must stay.
 GLMstring libraryFor(GLMcall& call, const GLMmodel& model, const char* path) {
     const char* const own = model.mtllibname != nullptr ? lastPart(model.mtllibname) : "";
     const char* const file = path + __glmDirectoryLength(path);

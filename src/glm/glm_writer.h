@@ -1,8 +1,8 @@
 // glm_writer.h - the text that the default mode writes
 //
-// Whatever a file says comes back from what is written of it: numbers to the bit, names whole, statements in their order. A
-// second writing gives the bytes of the first. Records that a program made or changed are written as far as text can say
-// them; where an index leads nowhere the call fails.
+// Whatever a file says comes back from what is written of it: numbers to the bit, names whole, statements in their
+// order. A second writing gives the bytes of the first. Records that a program made or changed are written as far as
+// text can say them; where an index leads nowhere the call fails.
 #pragma once
 
 #include "glm/glm_output.h"
@@ -17,5 +17,6 @@ bool __glmNeedsLibrary(const GLMmodel& model, const GLMextras* extras);
 // "usemtl" names it. False when the call fails.
 bool __glmPutLibrary(GLMcall& call, GLMsink& sink, const GLMmodel& model, const GLMextras* extras, bool named);
 
-// The model; `library` (or null) is named in front of it. `named` becomes true when a "usemtl" names the default material.
+// The model; `library` (or null) is named in front of it. `named` becomes true when a "usemtl" names the default
+// material.
 bool __glmPutModel(GLMcall& call, GLMsink& sink, const GLMmodel& model, int mode, const char* library, bool& named);

@@ -1,5 +1,5 @@
-// An OBJ file and its material library in one input, read with their extras. What is written of them reads back the same,
-// and a second writing gives the same bytes.
+// An OBJ file and its material library in one input, read with their extras. What is written of them reads back the
+// same, and a second writing gives the same bytes.
 #include "fuzz.h"
 #include "glm/glm_try.h"
 #include "model_text.h"

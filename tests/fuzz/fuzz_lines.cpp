@@ -1,6 +1,6 @@
-// An OBJ file and its material library in one input, behind a byte of options, for the entries whose errors return. A text
-// gives the same model, or the same error, whatever it is read from, however it is cut, and on any number of threads; all
-// that is in the model is in range.
+// An OBJ file and its material library in one input, behind a byte of options, for the entries whose errors return. A
+// text gives the same model, or the same error, whatever it is read from, however it is cut, and on any number of
+// threads; all that is in the model is in range.
 #include "fuzz.h"
 #include "glm/glm_call.h"
 
@@ -125,7 +125,9 @@ void feed(const std::string& input) {
     options.threads = 1;
     const std::string expected = read(file, options, wantsExtras, 0);
     const std::size_t chunk = 1 + std::hash<std::string>()(input) % 100;
-    assert(read(memory, options, wantsExtras, chunk) == expected);
+    const std::string inChunks = read(memory, options, wantsExtras, chunk);
+    assert(inChunks == expected);
     options.threads = 3;
-    assert(read(memory, options, wantsExtras, 101 - chunk) == expected);
+    const std::string byThreads = read(memory, options, wantsExtras, 101 - chunk);
+    assert(byThreads == expected);
 }

@@ -97,6 +97,7 @@ TEST(Arrays, HoldWhatTheCornersHold) {
     for (float& color : colors) color = 0.25f * static_cast<float>(random() % 3);
     GLMextras extras{};
     extras.colors = colors.data();
+    extras.numcolors = model->numvertices;
     for (int way = 0; way < 16; ++way) {
         GLMarrayoptions options;
         options.normals = (way & 1) != 0;
@@ -113,15 +114,19 @@ TEST(Arrays, LayOutWhatIsThere) {
                            .read();
     const Arrays flat = make(*cube);
     EXPECT_EQ(flat->numvertices, 24u);
-    EXPECT_TRUE(flat->stride == 24 && flat->normal == 12 && flat->texcoord == GLM_NO_INDEX &&
-                flat->color == GLM_NO_INDEX);
+    EXPECT_EQ(flat->stride, 24u);
+    EXPECT_EQ(flat->normal, 12u);
+    EXPECT_EQ(flat->texcoord, GLM_NO_INDEX);
+    EXPECT_EQ(flat->color, GLM_NO_INDEX);
     GLMarrayoptions positions;
     positions.normals = false;
     EXPECT_EQ(make(*cube, positions)->numvertices, 8u);
     glmVertexNormals(cube.get(), 180, false);
     EXPECT_EQ(make(*cube)->numvertices, 8u);
     const Arrays empty = make(*ModelFiles("v 0 0 0\n").read());
-    EXPECT_TRUE(empty->numvertices == 0 && empty->numranges == 0 && empty->stride == 12);
+    EXPECT_EQ(empty->numvertices, 0u);
+    EXPECT_EQ(empty->numranges, 0u);
+    EXPECT_EQ(empty->stride, 12u);
 }
 
 // A grid of a million triangles; what is not linear would exceed the test's time limit.

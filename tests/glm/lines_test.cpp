@@ -1,5 +1,5 @@
-// Reading what today's programs write. Each text is read in each of the ways that there are, cut into chunks of all sizes
-// and with several threads: the result is the same.
+// Reading what today's programs write. Each text is read in each of the ways that there are, cut into chunks of all
+// sizes and with several threads: the result is the same.
 #include "glm/glm_call.h"
 #include "glm/glm_try.h"
 #include "model_files.h"

@@ -87,8 +87,8 @@ inline std::string extrasText(const GLMmodel& model, const GLMextras& extras) {
     return text + "\n";
 }
 
-// All but where the model and its libraries are, and a default material that is as one without a library. `extras` may be
-// null.
+// All but where the model and its libraries are, and a default material that is as one without a library. `extras`
+// may be null.
 inline std::string modelText(const GLMmodel& model, const GLMextras* extras) {
     std::string text = materialsText(model, extras);
     if (text == "[default]\n") text.clear();

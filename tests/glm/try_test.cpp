@@ -186,7 +186,9 @@ TEST(Try, ReadsAndWritesWhatTheOtherEntriesDo) {
     GLMoptions alone = strictly();
     alone.libraries = false;
     const Freed model(glmTryReadMemory(OBJ.data(), OBJ.size(), "", nullptr, alone), glmFree);
-    EXPECT_TRUE(model != nullptr && model->materials == nullptr && std::strcmp(model->mtllibname, "m.mtl") == 0);
+    ASSERT_NE(model, nullptr);
+    EXPECT_EQ(model->materials, nullptr);
+    EXPECT_STREQ(model->mtllibname, "m.mtl");
 }
 
 TEST(Try, CountsEqualWarnings) {
@@ -216,7 +218,8 @@ TEST(Try, AFailureLeavesTheModelAsItIs) {
     strict.strict = true;
     EXPECT_FALSE(glmTryReadMTL(model.get(), "bad.mtl", &error, strict));
     EXPECT_EQ(textOf(error), "bad.mtl:4: glmReadMTL: Got \"normal\" instead of \"newmtl\"");
-    EXPECT_TRUE(model->numtextures == 1 && model->nummaterials == 3);
+    EXPECT_EQ(model->numtextures, 1u);
+    EXPECT_EQ(model->nummaterials, 3u);
     EXPECT_STREQ(model->materials[2].name, "blue");
     EXPECT_FALSE(glmTryReadMTL(model.get(), "gone.mtl", &error));
     EXPECT_EQ(textOf(error),
@@ -377,7 +380,8 @@ TEST(Try, TellsProgressAndCanBeCancelled) {
         };
         EXPECT_NE(read(nullptr, options), nullptr);
         ASSERT_TRUE(told.parts.size() > 10 && told.parts.size() <= 100) << told.parts.size();
-        EXPECT_TRUE(std::is_sorted(told.parts.begin(), told.parts.end()) && told.parts.back() == 1);
+        EXPECT_TRUE(std::is_sorted(told.parts.begin(), told.parts.end()));
+        EXPECT_EQ(told.parts.back(), 1);
         for (std::size_t most = 1; most <= told.parts.size(); most += 5) {
             Told less{.parts = {}, .most = most};
             options.data = &less;

@@ -216,6 +216,26 @@ TEST(WriteByDefault, WhatProgramsMakeOfAModel) {
     }
 }
 
+// Their arrays are as long as the model's were.
+TEST(WriteByDefault, RefusesExtrasOfAModelThatHasChanged) {
+    const ModelFiles files("o A\nv 0 0 0 1 0 0\nv 0 0 0 0 1 0\nv 1 0 0\nv 0 1 0\nf 1 3 4\n");
+    GLMextras* extras = nullptr;
+    GLMoptions options;
+    options.extras = &extras;
+    const GLMfreed model(glmTryReadOBJ(files.path.c_str(), nullptr, options));
+    ASSERT_NE(model, nullptr);
+    GLMerror error;
+    model->numtriangles = 2;
+    EXPECT_FALSE(glmTryWriteOBJ(model.get(), files.at("x.obj").c_str(), GLM_ALL, &error, options));
+    EXPECT_STREQ(error.text, "glmWriteOBJ() failed: the extras are of 1 triangles, the model has 2.");
+    model->numtriangles = 1;
+    glmWeld(model.get(), 0.1f);
+    EXPECT_FALSE(glmTryWriteOBJ(model.get(), files.at("x.obj").c_str(), GLM_ALL, &error, options));
+    EXPECT_STREQ(error.text, "glmWriteOBJ() failed: the extras are of 4 positions, the model has 3.");
+    EXPECT_FALSE(std::filesystem::exists(files.at("x.obj")));
+    glmFreeExtras(extras);
+}
+
 // Elements go in front of the triangles of their object, so that these give their groups the same materials again.
 TEST(WriteByDefault, WhatTheExtrasHold) {
     const ModelFiles files(

@@ -191,7 +191,7 @@ TEST_F(Pictures, AreWrittenWholeWhereTheyAreAskedFor) {
 TEST_F(Pictures, AreThumbnails) {
     std::string entry = readFile(RYL_THUMBNAILER),
                 line = entry.substr(entry.find("Exec=ryl-obj ", entry.find('\n', entry.find("TryExec"))) + 13);
-    line = line.substr(0, line.find('\n'));
+    line.resize(line.find('\n'));
     for (const auto& [name, value] : {std::pair{"%s", "128"}, {"%i", "red.obj"}, {"%o", "thumb/out"}})
         line.replace(line.find(name), 2, value);
     const Ran ran = run("cd '" + folder.path().string() + "' && mkdir thumb && touch thumb/out && ls >before && " +
