@@ -27,6 +27,7 @@
 #include <future>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -654,9 +655,9 @@ void makeTexture(Viewer& v) {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
 }
 
-int runView(const CommandLine& line) {
-    constexpr double MOST_SIDE = 16384, MOST_SECONDS = 1e6, MOST_THREADS = 1024;
-    Viewer v;
+// Puts the options into the viewer; returns the size of the window, {0, 0} without --size.
+std::pair<int, int> takeOptions(const CommandLine& line, Viewer& v) {
+    constexpr double MOST_SIDE = 16384, MOST_THREADS = 1024;
     v.path = line.operands.front();
     v.look.threads = threadCount(static_cast<unsigned>(numberOf(line, "threads", 1, MOST_THREADS, 0)));
     v.making.threads = v.look.threads;
@@ -670,10 +671,17 @@ int runView(const CommandLine& line) {
                                       height < 2 || width > MOST_SIDE || height > MOST_SIDE))
             refuse("--size takes two numbers with an x between them, not \"%s\"", printable(option.value).c_str());
     }
+    return {width, height};
+}
+
+int runView(const CommandLine& line) {
+    constexpr double MOST_SECONDS = 1e6;
+    static Viewer v;  // for GLUT's callbacks
+    const auto [width, height] = takeOptions(line, v);
     viewer = &v;
     // The model is read while the window opens.
     std::future<std::unique_ptr<Subject>> reading =
-        std::async(std::launch::async, [&] { return readSubject(v.path.c_str(), v.making); });
+        std::async(std::launch::async, [] { return readSubject(v.path.c_str(), v.making); });
     openWindow(fileNameOf(v.path).c_str(), width, height);
     makeTexture(v);
     std::unique_ptr<Subject> subject = reading.get();

@@ -62,6 +62,8 @@ struct GLMmaterialextras {
     char** others;  // statements of no known keyword, whole lines, in file order
 };
 
+// Each number stands in front of its arrays.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct GLMextras {
     std::uint32_t numcolors;  // the model's positions; 0 when none has a colour
     float* colors;            // red, green, blue of each position, 1 where it has none; null when none has a colour
