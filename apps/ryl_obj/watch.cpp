@@ -13,7 +13,7 @@ void FolderWatch::watch(const std::string& folder) {
     if (file >= 0) inotify_add_watch(file, folder.empty() ? "." : folder.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
 }
 
-bool FolderWatch::hasChanged(const std::vector<std::string>& names) {
+bool FolderWatch::hasChanged(const std::vector<std::string>& names) const {
     alignas(inotify_event) char events[4096];
     bool changed = false;
     for (;;) {

@@ -15,7 +15,7 @@ public:
     void watch(const std::string& folder);
     // Whether a file of one of these names, without folders, was written or put there since the last call. Does not
     // wait.
-    bool hasChanged(const std::vector<std::string>& names);
+    bool hasChanged(const std::vector<std::string>& names) const;
 
 private:
     void end();
