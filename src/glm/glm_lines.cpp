@@ -91,7 +91,8 @@ void __glmFailChunk(GLMchunk& chunk, std::uint64_t place, const char* format, ..
     if (chunk.error[0] != '\0') return;
     std::va_list values;
     va_start(values, format);
-    std::vsnprintf(chunk.error, sizeof chunk.error, format, values);
+    // The analyzer misses the va_start.
+    std::vsnprintf(chunk.error, sizeof chunk.error, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(values);
     chunk.errorAt = place;
 }

@@ -92,6 +92,7 @@ struct GLMlist {
         constexpr std::uint32_t FIRST = 8;
         const bool full = count == 0 || (count >= FIRST && (count & (count - 1)) == 0);
         if (full) {
+            // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
             void* larger = reallocarray(items.get(), count == 0 ? FIRST : std::size_t{2} * count, sizeof(T));
             if (larger == nullptr) return false;
             static_cast<void>(items.release());  // it was reallocated
