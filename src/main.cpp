@@ -67,6 +67,8 @@ struct Demo {
 
 constexpr float WHITE = 1, BLACK = 0;
 
+// The order is that of the columns below.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct Scene {
     float sceneTime;   // length, seconds
     float level;       // grey of the window behind the scene; the scene fades to it
