@@ -105,8 +105,8 @@ void makeTerrain(ObjFile file) {
 template <typename Curve>
 void tube(ObjFile& file, const Curve& curve, double radius, int columns, int rows) {
     grid(file, {columns, rows, true, true}, [&](double u, double v) {
-        const Point p = curve(u), ahead = unit(curve(u + 1e-4) - p);
-        const Point side = unit(cross(ahead, p)), up = cross(side, ahead);
+        const Point p = curve(u), ahead = normalize(curve(u + 1e-4) - p);
+        const Point side = normalize(cross(ahead, p)), up = cross(side, ahead);
         return p + side * (radius * std::cos(TURN * v)) + up * (radius * std::sin(TURN * v));
     });
 }
@@ -155,7 +155,7 @@ void makeShell(ObjFile file) {
     const auto paint = [](Point p) {
         const double size = std::sqrt(p.x * p.x + p.z * p.z);
         const double stripe = 0.5 + 0.5 * std::sin(9 * std::log(size + 0.02) + 5 * p.y);
-        return mix({0.96, 0.88, 0.76}, {0.66, 0.36, 0.22}, smooth(stripe) * 0.8);
+        return mix(Point{0.96, 0.88, 0.76}, {0.66, 0.36, 0.22}, smooth(stripe) * 0.8);
     };
     grid(file, {420, 48, false, true}, place, paint);
 }
@@ -277,7 +277,7 @@ void makeGalaxy(ObjFile file) {
         const double angle = TURN * (std::floor(random(4) * 2) / 2) + 7.5 * far + spread;
         const double bulge = std::exp(-9 * far * far);
         const Point p = around(angle, far * 1.5, (random(5) + random(6) - 1) * (0.05 + 0.30 * bulge));
-        const Point arm = mix({0.12, 0.25, 0.75}, {0.75, 0.20, 0.50}, random(7) * far);
+        const Point arm = mix(Point{0.12, 0.25, 0.75}, {0.75, 0.20, 0.50}, random(7) * far);
         const int star = position(file, p, mix(arm, {0.95, 0.65, 0.15}, bulge));
         element(file, "p", {star});
     }

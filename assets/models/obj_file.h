@@ -2,23 +2,15 @@
 #pragma once
 
 #include "file.h"
+#include "vec3.h"
 
 #include <array>
-#include <cmath>
 #include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
 
-struct Point {
-    double x, y, z;
-};
-inline Point operator+(Point a, Point b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-inline Point operator-(Point a, Point b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-inline Point operator*(Point a, double f) { return {a.x * f, a.y * f, a.z * f}; }
-inline Point cross(Point a, Point b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
-inline Point unit(Point a) { return a * (1 / std::sqrt(a.x * a.x + a.y * a.y + a.z * a.z)); }
-inline Point mix(Point a, Point b, double part) { return a + (b - a) * part; }
+using Point = Vector<double>;
 
 struct ObjFile {
     std::string folder, name;

@@ -90,16 +90,16 @@ Vec3 reliefNormal(const Field& relief, float x, float y) {
     const float rest =
         1.0f - std::clamp(sampled(relief, x, y) / TUBE, 0.0f, 1.0f);  // 1 at the contour, 0 on the ridge
     const float slope = rest / std::sqrt(std::max(0.02f, 1.0f - rest * rest));
-    return normalize({-gx * slope, gy * slope, 1.0f});  // y up
+    return normalize(Vec3{-gx * slope, gy * slope, 1.0f});  // y up
 }
 
 Vec3 faceColour(const Logo& logo, float x, float y) {
     const Vec3 normal = reliefNormal(logo.relief, x, y), mirror = reflect({0, 0, -1}, normal);
     const Vec3 body = lacquer(y), dark = mix(palette::RIBBON_VIOLET, palette::NIGHT, 0.35f);
-    const float lit = dot(normal, normalize({-0.40f, 0.72f, 0.56f}));
+    const float lit = dot(normal, normalize(Vec3{-0.40f, 0.72f, 0.56f}));
     const Vec3 shaded = mix(mix(body, dark, 0.80f), body, smoothstep(-0.25f, 0.62f, lit));
     const float fresnel = 0.14f + 0.75f * std::pow(1.0f - normal.z, 1.6f);
-    const float glint = smoothstep(0.935f, 0.975f, dot(mirror, normalize({-0.42f, 0.70f, 0.58f})));
+    const float glint = smoothstep(0.935f, 0.975f, dot(mirror, normalize(Vec3{-0.42f, 0.70f, 0.58f})));
     return mix(mix(shaded, mirrored(mirror.y), std::min(0.9f, fresnel)), palette::FOG_WHITE, glint);
 }
 

@@ -140,10 +140,10 @@ Vec3 studio(Vec3 d) {
     const Vec3 key = normalize(KEY_CENTRE - Vec3{0, 0.8f, 0});
     const Vec3 keyRight = normalize(cross({0, 1, 0}, key));
     light = light + Vec3{26.0f, 25.2f, 24.0f} * softBox(d, key, keyRight, 0.20f, 0.20f, 0.025f);
-    light = light + Vec3{6.0f, 5.4f, 7.6f} * softBox(d, normalize({0.95f, 0.35f, 0.25f}),
-                                                     normalize({-0.25f, 0, 0.95f}), 0.09f, 0.75f, 0.05f);
-    light = light + Vec3{1.0f, 0.7f, 2.2f} * softBox(d, normalize({-0.80f, 0.30f, -0.60f}),
-                                                     normalize({0.60f, 0, -0.80f}), 0.30f, 0.60f, 0.20f);
+    light = light + Vec3{6.0f, 5.4f, 7.6f} * softBox(d, normalize(Vec3{0.95f, 0.35f, 0.25f}),
+                                                     normalize(Vec3{-0.25f, 0, 0.95f}), 0.09f, 0.75f, 0.05f);
+    light = light + Vec3{1.0f, 0.7f, 2.2f} * softBox(d, normalize(Vec3{-0.80f, 0.30f, -0.60f}),
+                                                     normalize(Vec3{0.60f, 0, -0.80f}), 0.30f, 0.60f, 0.20f);
     return light;
 }
 
