@@ -393,11 +393,14 @@ void facetNormals(Model& read) {
     });
 }
 
-void dropNormals(Model& read) {
-    for (GLMelementcorner& corner : allCorners(*read.extras)) corner.normal = GLM_NO_INDEX;
-    replace<float>(read.model->normals, nullptr);
-    read.model->numnormals = 0;
+// Drops an array of vectors and every corner's index of it.
+void drop(Model& read, std::uint32_t GLMelementcorner::*index, float* GLMmodel::*array,
+          std::uint32_t GLMmodel::*count) {
+    for (GLMelementcorner& corner : allCorners(*read.extras)) corner.*index = GLM_NO_INDEX;
+    replace<float>((*read.model).*array, nullptr);
+    (*read.model).*count = 0;
 }
+void dropNormals(Model& read) { drop(read, &GLMelementcorner::normal, &GLMmodel::normals, &GLMmodel::numnormals); }
 
 bool mapTexture(Model& read, Mapping mapping) {
     GLMmodel& model = *read.model;
@@ -410,9 +413,7 @@ bool mapTexture(Model& read, Mapping mapping) {
 }
 
 void dropTexcoords(Model& read) {
-    for (GLMelementcorner& corner : allCorners(*read.extras)) corner.texcoord = GLM_NO_INDEX;
-    replace<float>(read.model->texcoords, nullptr);
-    read.model->numtexcoords = 0;
+    drop(read, &GLMelementcorner::texcoord, &GLMmodel::texcoords, &GLMmodel::numtexcoords);
 }
 
 void groupModel(Model& read, Grouping grouping) {
