@@ -248,7 +248,8 @@ bool finishFace(GLMfiller& filler, std::uint32_t first) {
     return true;
 }
 
-// A face becomes a fan around its first corner, for now; its first triangle's facet normal is how many there are.
+// A face becomes a fan around its first corner, which is cut anew where it does not cover the face. Until then the
+// facet normal of its first triangle holds the number of its triangles.
 const char* readFace(GLMfiller& filler, const char* line, const char* p) {
     const std::uint32_t start = filler.triangles;
     GLMelementcorner first{}, previous{}, corner;

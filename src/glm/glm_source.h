@@ -32,7 +32,7 @@ std::uint64_t __glmCountLines(const GLMsource& source, std::uint64_t from, std::
 // Whole lines of a part of the text that starts and ends at cuts, one window after the other.
 struct GLMwindow {
     const GLMsource* source;
-    std::uint64_t next, last;  // what of the part is not in memory yet
+    std::uint64_t next, last;  // the rest of the part, which is to be read: from, to
     std::uint64_t offset;      // of the lines in the text
     char *begin, *end;         // the lines. The last one ends, and a NUL follows.
     GLMstring memory;
