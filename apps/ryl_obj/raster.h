@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <utility>
 
 constexpr int SUBPIXELS = 256;
@@ -28,17 +29,19 @@ struct ScreenPoint {
 constexpr std::int32_t MOST_COORDINATE = 1 << 29;
 
 struct Cells {
-    std::int32_t size;            // of a side
+    int sizeBits;
+    std::int32_t size;            // of a side, 2 to the power of sizeBits
     std::array<int, LANES> x, y;  // of the samples in it
 };
-constexpr Cells FOUR_A_PIXEL = {SUBPIXELS, {32, 224, 96, 160}, {96, 160, 224, 32}};
-constexpr Cells ONE_A_PIXEL = {2 * SUBPIXELS, {128, 384, 128, 384}, {128, 128, 384, 384}};
+constexpr Cells FOUR_A_PIXEL = {8, SUBPIXELS, {32, 224, 96, 160}, {96, 160, 224, 32}};
+constexpr Cells ONE_A_PIXEL = {9, 2 * SUBPIXELS, {128, 384, 128, 384}, {128, 128, 384, 384}};
 
-// Samples lie at `first` and every `step` from there on, on each axis.
+// Samples lie at `first` and every 2 to the power of `stepBits` from there on, on each axis.
 struct Lattice {
-    std::int32_t first, step;
+    std::int32_t first;
+    int stepBits;
 };
-constexpr Lattice FINE_LATTICE = {32, 64}, PIXEL_LATTICE = {128, 256};
+constexpr Lattice FINE_LATTICE = {32, 6}, PIXEL_LATTICE = {128, 8};
 
 // Columns of cells that are drawn, in rows firstRow to endRow - 1.
 struct Window {
@@ -53,10 +56,9 @@ struct CellBox {
 // The cells of a window that a box of coordinates touches.
 inline CellBox cellsOf(const Window& window, std::int32_t left, std::int32_t right, std::int32_t upper,
                        std::int32_t lower) {
-    const std::int32_t size = window.cells.size;
-    const auto cell = [size](std::int32_t at) { return at >= 0 ? at / size : -1; };
-    return {std::max(cell(left), 0), std::min(cell(right), window.columns - 1),
-            std::max(cell(upper), window.firstRow), std::min(cell(lower), window.endRow - 1)};
+    const int bits = window.cells.sizeBits;
+    return {std::max(left >> bits, 0), std::min(right >> bits, window.columns - 1),
+            std::max(upper >> bits, window.firstRow), std::min(lower >> bits, window.endRow - 1)};
 }
 
 // Depth is linear in the picture: the value at a point of it, and its growth along x and y.
@@ -124,19 +126,29 @@ struct LanesOf<std::int64_t> {
     using Type = Long4;
 };
 
-// emit(row, column, inside, depth): inside has all bits of a lane set where its sample is covered.
+// The depths of a cell's samples.
+inline Float4 depthsOf(const DepthPlane& plane, const Cells& cells, int row, int column) {
+    Float4 offsets;
+    for (std::size_t lane = 0; lane < LANES; ++lane)
+        offsets[lane] = static_cast<float>(plane.growthX * cells.x[lane] + plane.growthY * cells.y[lane]);
+    const double rowDepth = plane.depth + plane.growthY * (static_cast<double>(row) * cells.size - plane.y);
+    Float4 depths =
+        offsets + static_cast<float>(rowDepth + plane.growthX * (static_cast<double>(column) * cells.size - plane.x));
+    depths = depths < plane.least ? plane.least + Float4{} : depths;
+    return depths > plane.most ? plane.most + Float4{} : depths;
+}
+
+// Calls emit(row, column, inside) for the cells of the window in which a triangle covers samples; inside has all bits
+// of a lane set where its sample is covered.
 template <typename Int, typename Emit>
-void rasterize(const std::array<Edge<Int>, 3>& edges, const DepthPlane& plane, const Window& window,
-               const CellBox& box, bool lines, const Emit& emit) {
+void rasterize(const std::array<Edge<Int>, 3>& edges, const Window& window, const CellBox& box, bool lines,
+               const Emit& emit) {
     using Vector = typename LanesOf<Int>::Type;
     const Cells& cells = window.cells;
     Vector offsets[3];
-    Float4 depthOffsets;
-    for (std::size_t lane = 0; lane < LANES; ++lane) {
+    for (std::size_t lane = 0; lane < LANES; ++lane)
         for (std::size_t i = 0; i < 3; ++i)
             offsets[i][lane] = edges[i].growthX * cells.x[lane] + edges[i].growthY * cells.y[lane];
-        depthOffsets[lane] = static_cast<float>(plane.growthX * cells.x[lane] + plane.growthY * cells.y[lane]);
-    }
     std::array<Int, 3> rows = {edges[0].start, edges[1].start, edges[2].start};
     for (int row = box.upper; row <= box.lower; ++row) {
         int left = box.left, right = box.right;
@@ -144,20 +156,13 @@ void rasterize(const std::array<Edge<Int>, 3>& edges, const DepthPlane& plane, c
             for (std::size_t i = 0; i < 3; ++i) narrow(edges[i], rows[i], cells, left, right, box.left);
         std::array<Int, 3> values;
         for (std::size_t i = 0; i < 3; ++i) values[i] = rows[i] + edges[i].growthX * cells.size * (left - box.left);
-        const double rowDepth = plane.depth + plane.growthY * (static_cast<double>(row) * cells.size - plane.y);
         for (int column = left; column <= right; ++column) {
             const Vector a = values[0] + offsets[0], b = values[1] + offsets[1], c = values[2] + offsets[2];
             auto outside = (a | b | c) < 0;
             if (lines) outside |= (a > edges[0].band) & (b > edges[1].band) & (c > edges[2].band);
             const Int4 inside = __builtin_convertvector(~outside, Int4);
             for (std::size_t i = 0; i < 3; ++i) values[i] += edges[i].growthX * cells.size;
-            if ((inside[0] | inside[1] | inside[2] | inside[3]) == 0) continue;
-            Float4 depth =
-                depthOffsets +
-                static_cast<float>(rowDepth + plane.growthX * (static_cast<double>(column) * cells.size - plane.x));
-            depth = depth < plane.least ? plane.least + Float4{} : depth;
-            depth = depth > plane.most ? plane.most + Float4{} : depth;
-            emit(row, column, inside, depth);
+            if ((inside[0] | inside[1] | inside[2] | inside[3]) != 0) emit(row, column, inside);
         }
         for (std::size_t i = 0; i < 3; ++i) rows[i] += edges[i].growthY * cells.size;
     }
@@ -178,7 +183,12 @@ void rasterizeTriangle(const ScreenPoint& a, ScreenPoint b, ScreenPoint c, const
     const auto [upper, lower] = std::minmax({a.y, b.y, c.y});
     const CellBox box = cellsOf(window, left, right, upper, lower);
     if (box.left > box.right || box.upper > box.lower) return;
-    const DepthPlane plane = depthPlaneOf(a, b, c, area);
+    // Most small triangles cover no sample, and need no plane.
+    std::optional<DepthPlane> plane;
+    const auto emitDepths = [&](int row, int column, Int4 inside) {
+        if (!plane) plane = depthPlaneOf(a, b, c, area);
+        emit(row, column, inside, depthsOf(*plane, window.cells, row, column));
+    };
     const std::int64_t x = std::int64_t{box.left} * window.cells.size,
                        y = std::int64_t{box.upper} * window.cells.size;
     const auto draw = [&](auto number) {
@@ -186,7 +196,7 @@ void rasterizeTriangle(const ScreenPoint& a, ScreenPoint b, ScreenPoint c, const
         const std::array<Edge<Int>, 3> edges = {edgeOf<Int>(a, b, x, y, lineWidth),
                                                 edgeOf<Int>(b, c, x, y, lineWidth),
                                                 edgeOf<Int>(c, a, x, y, lineWidth)};
-        rasterize<Int>(edges, plane, window, box, lineWidth > 0, emit);
+        rasterize<Int>(edges, window, box, lineWidth > 0, emitDepths);
     };
     constexpr std::int32_t SMALL = 1 << 14;  // products of twice this fit into 32 bits
     if (right - left < SMALL && lower - upper < SMALL)

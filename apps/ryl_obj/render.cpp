@@ -7,12 +7,15 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <ranges>
+#include <span>
 #include <utility>
 
 namespace {
 
-constexpr std::uint32_t CHUNK = 1 << 14;                      // of numbers, binned at once
-constexpr int BAND_ROWS = 16;                                 // of cells, drawn at once
+constexpr std::uint32_t CHUNK = 1 << 14;  // of numbers, binned at once
+constexpr int BAND_BITS = 4;
+constexpr int BAND_ROWS = 1 << BAND_BITS;                     // of cells, drawn at once
 constexpr std::size_t MOST_FRAGMENTS = std::size_t{1} << 19;  // that wait in a band
 constexpr std::int32_t NOTHING = -1;
 constexpr std::int32_t ALL_LANES = (1 << LANES) - 1;
@@ -42,6 +45,8 @@ struct Band {
     std::vector<Fragment> fragments = {};
 };
 
+std::size_t binOf(int band, bool translucent) { return 2 * static_cast<std::size_t>(band) + (translucent ? 1 : 0); }
+
 struct Picture {
     const Drawing& drawing;
     const Cells& cells;
@@ -55,15 +60,21 @@ struct Picture {
         const bool normals = drawing.look.normals > 0;
         return drawing.triangles() + drawing.strokes() + (normals ? drawing.triangles() : 0);
     }
-    // The bin of what a chunk draws in a band; the translucent things have one of their own.
-    std::vector<std::uint32_t>& bin(std::uint32_t chunk, int band, bool translucent) const {
-        const std::size_t index =
-            std::size_t{chunk} * static_cast<std::size_t>(bands) + static_cast<std::size_t>(band);
-        return scratch.bins[2 * index + (translucent ? 1 : 0)];
+    // What a chunk draws in a band; the translucent things have a bin of their own.
+    std::span<const std::uint32_t> bin(std::uint32_t chunk, int band, bool translucent) const {
+        const Bins& bins = scratch.chunks[chunk];
+        const std::uint32_t* begin = &bins.begins[binOf(band, translucent)];
+        return {bins.numbers.data() + begin[0], bins.numbers.data() + begin[1]};
     }
 };
 
 // ---- Where things land --------------------------------------------------------------------------------------------
+
+// The nearest whole number; of a half, the greater one. `at` is within MOST_COORDINATE.
+std::int32_t wholeOf(double at) {
+    // Above 0 a conversion rounds down, so no library is called.
+    return static_cast<std::int32_t>(at + (MOST_COORDINATE + 0.5)) - MOST_COORDINATE;
+}
 
 ScreenPoint pointOf(const Projection& projection, Vec3 position) {
     const Landing landing = land(projection, position);
@@ -72,8 +83,7 @@ ScreenPoint pointOf(const Projection& projection, Vec3 position) {
     // No number compares as within a limit.
     if (!(std::abs(x) < MOST_COORDINATE) || !(std::abs(y) < MOST_COORDINATE) || !(landing.depth > 0))
         return {0, 0, 0};
-    return {static_cast<std::int32_t>(std::lround(x)), static_cast<std::int32_t>(std::lround(y)),
-            static_cast<float>(landing.depth)};
+    return {wholeOf(x), wholeOf(y), static_cast<float>(landing.depth)};
 }
 
 void placePoints(const Surface& surface, const Projection& projection, unsigned threads,
@@ -123,61 +133,81 @@ Ends endsOf(const Drawing& drawing, std::uint32_t number) {
 
 // Whether a sample lies between the two coordinates.
 bool holdsSample(const Lattice& lattice, std::int32_t least, std::int32_t most) {
-    const auto before = [&](std::int32_t at) { return (at - lattice.first + (1 << 30)) / lattice.step; };
+    const auto before = [&](std::int32_t at) { return (at - lattice.first) >> lattice.stepBits; };
     return before(most) != before(least - 1);
 }
 
-void addToBands(const Picture& picture, std::uint32_t chunk, std::uint32_t number, std::int32_t upper,
-                std::int32_t lower, bool translucent) {
-    const int bandSize = BAND_ROWS * picture.cells.size;
-    if (lower < 0) return;
-    const int first = std::max(upper, 0) / bandSize, last = std::min(lower / bandSize, picture.bands - 1);
-    for (int band = first; band <= last; ++band) picture.bin(chunk, band, translucent).push_back(number);
+// Bands that a thing is drawn in; none when the first is beyond the last.
+struct Bands {
+    std::uint32_t number = 0;  // of the thing
+    int first = 0, last = -1;
+    bool translucent = false;
+};
+
+Bands bandsOf(const Picture& picture, std::uint32_t number, std::int32_t upper, std::int32_t lower,
+              bool translucent) {
+    const int bits = BAND_BITS + picture.cells.sizeBits;
+    return {number, std::max(upper >> bits, 0), std::min(lower >> bits, picture.bands - 1), translucent};
 }
 
-void binTriangle(const Picture& picture, std::uint32_t chunk, std::uint32_t number) {
+Bands triangleBands(const Picture& picture, std::uint32_t number) {
     const Look& look = picture.drawing.look;
-    if (look.hidden != nullptr && (*look.hidden)[number]) return;
+    if (look.hidden != nullptr && (*look.hidden)[number]) return {};
     const GLMtriangle& triangle = picture.drawing.surface.model->triangles[number];
     const ScreenPoint& a = picture.drawing.points[triangle.vindices[0]];
     const ScreenPoint& b = picture.drawing.points[triangle.vindices[1]];
     const ScreenPoint& c = picture.drawing.points[triangle.vindices[2]];
-    if (a.depth == 0 || b.depth == 0 || c.depth == 0) return;
+    if (a.depth == 0 || b.depth == 0 || c.depth == 0) return {};
     const auto [left, right] = std::minmax({a.x, b.x, c.x});
     const auto [upper, lower] = std::minmax({a.y, b.y, c.y});
-    if (right < 0 || left > picture.image.width * SUBPIXELS) return;
-    if (!holdsSample(picture.lattice, left, right) || !holdsSample(picture.lattice, upper, lower)) return;
-    if (doubleArea(a, b, c) == 0) return;
+    if (right < 0 || left > picture.image.width * SUBPIXELS) return {};
+    // One branch, because nobody can foretell which of the tests a small triangle fails.
+    const bool seen = holdsSample(picture.lattice, left, right) & holdsSample(picture.lattice, upper, lower) &
+                      (doubleArea(a, b, c) != 0);
+    if (!seen) return {};
     const bool translucent = picture.drawing.surface.materials[triangle.material].translucent && !look.wireframe;
-    addToBands(picture, chunk, number, upper, lower, translucent);
+    return bandsOf(picture, number, upper, lower, translucent);
 }
 
-void binStroke(const Picture& picture, std::uint32_t chunk, std::uint32_t number) {
+Bands strokeBands(const Picture& picture, std::uint32_t number) {
     const Drawing& drawing = picture.drawing;
     const std::uint32_t stroke = number - drawing.triangles();
     const Look& look = drawing.look;
     if (stroke < drawing.strokes()) {
         const std::uint32_t group = drawing.surface.strokes[stroke].group;
-        if (look.hiddenGroups != nullptr && group < look.hiddenGroups->size() && (*look.hiddenGroups)[group]) return;
+        if (look.hiddenGroups != nullptr && group < look.hiddenGroups->size() && (*look.hiddenGroups)[group])
+            return {};
     } else if (look.hidden != nullptr && (*look.hidden)[stroke - drawing.strokes()]) {
-        return;
+        return {};
     }
     const Ends ends = endsOf(drawing, number);
-    if (ends.a.depth == 0 || ends.b.depth == 0) return;
+    if (ends.a.depth == 0 || ends.b.depth == 0) return {};
     const auto reach = static_cast<std::int32_t>(std::ceil(ends.radius));
     const auto [upper, lower] = std::minmax({ends.a.y, ends.b.y});
-    addToBands(picture, chunk, number, upper - reach, lower + reach, false);
+    return bandsOf(picture, number, upper - reach, lower + reach, false);
 }
 
+// Sorts by counting, so that the bins of a chunk are one piece of memory.
 void binChunk(const Picture& picture, std::uint32_t chunk) {
-    for (int band = 0; band < picture.bands; ++band)
-        for (const bool translucent : {false, true}) picture.bin(chunk, band, translucent).clear();
+    thread_local std::vector<Bands> drawn;
+    drawn.clear();
+    const std::uint32_t triangles = picture.drawing.triangles();
     const std::uint32_t end = std::min<std::uint64_t>(picture.things(), (std::uint64_t{chunk} + 1) * CHUNK);
-    for (std::uint32_t number = chunk * CHUNK; number < end; ++number)
-        if (number < picture.drawing.triangles())
-            binTriangle(picture, chunk, number);
-        else
-            binStroke(picture, chunk, number);
+    for (std::uint32_t number = chunk * CHUNK; number < end; ++number) {
+        const Bands bands = number < triangles ? triangleBands(picture, number) : strokeBands(picture, number);
+        if (bands.first <= bands.last) drawn.push_back(bands);
+    }
+    Bins& bins = picture.scratch.chunks[chunk];
+    bins.begins.assign(binOf(picture.bands, false) + 1, 0);
+    for (const Bands& bands : drawn)
+        for (int band = bands.first; band <= bands.last; ++band) ++bins.begins[binOf(band, bands.translucent)];
+    std::uint32_t sum = 0;
+    for (std::uint32_t& entry : bins.begins) entry = sum += entry;
+    bins.numbers.resize(sum);
+    // Each entry is the end of its bin, and moves to the beginning as the bin fills from behind.
+    for (const Bands& bands : drawn | std::views::reverse)
+        for (int band = bands.first; band <= bands.last; ++band)
+            bins.numbers[--bins.begins[binOf(band, bands.translucent)]] = bands.number;
 }
 
 // ---- Drawing a band -----------------------------------------------------------------------------------------------
@@ -411,8 +441,7 @@ void render(const Surface& surface, const Projection& projection, const Look& lo
     picture.rows = (image.height + pixels - 1) / pixels;
     picture.bands = (picture.rows + BAND_ROWS - 1) / BAND_ROWS;
     picture.chunks = (picture.things() + CHUNK - 1) / CHUNK;
-    const std::size_t bins = 2 * std::size_t{picture.chunks} * static_cast<std::size_t>(picture.bands);
-    if (scratch.bins.size() < bins) scratch.bins.resize(bins);
+    if (scratch.chunks.size() < picture.chunks) scratch.chunks.resize(picture.chunks);
     parallelFor(picture.chunks, look.threads,
                 [&](std::size_t chunk) { binChunk(picture, static_cast<std::uint32_t>(chunk)); });
     parallelFor(static_cast<std::size_t>(picture.bands), look.threads, [&](std::size_t index) {

@@ -24,10 +24,15 @@ struct Look {
     double normals = 0;  // length of the normals that stand on triangles, in radii; 0: none
 };
 
+// Numbers of things, sorted into bins: those of bin i are numbers[begins[i]] to numbers[begins[i + 1] - 1].
+struct Bins {
+    std::vector<std::uint32_t> numbers = {}, begins = {};
+};
+
 // Memory that one picture leaves for the next.
 struct Scratch {
     std::vector<ScreenPoint> points = {};
-    std::vector<std::vector<std::uint32_t>> bins = {};
+    std::vector<Bins> chunks = {};
 };
 
 // What the drawn positions land in. `threads` as in Look.

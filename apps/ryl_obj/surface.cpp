@@ -120,11 +120,12 @@ private:
     std::vector<Use> uses = {};
 };
 
-void loadTextures(Surface& surface, const std::vector<bool>& needed, const SurfaceOptions& options) {
+// `needed`: 1 for each material that something has.
+void loadTextures(Surface& surface, const std::vector<std::uint8_t>& needed, const SurfaceOptions& options) {
     const GLMmodel& model = *surface.model;
     TextureList list(surface, options);
     for (std::uint32_t i = 0; i < model.nummaterials; ++i) {
-        if (!needed[i]) continue;
+        if (needed[i] == 0) continue;
         const GLMmaterialextras* more =
             surface.extras != nullptr && i < surface.extras->nummaterials ? &surface.extras->materials[i] : nullptr;
         for (std::uint32_t k = 0; more != nullptr && k < more->nummaps; ++k)
@@ -136,7 +137,7 @@ void loadTextures(Surface& surface, const std::vector<bool>& needed, const Surfa
     list.load();
 }
 
-void makeMaterials(Surface& surface, const SurfaceOptions& options) {
+void makeMaterials(Surface& surface) {
     const GLMmodel& model = *surface.model;
     const GLMextras* extras = surface.extras;
     for (std::uint32_t i = 0; i < model.nummaterials; ++i)
@@ -145,9 +146,9 @@ void makeMaterials(Surface& surface, const SurfaceOptions& options) {
     if (surface.materials.empty()) surface.materials.emplace_back();
     // The first is the library's "default", whose numbers no file gives.
     surface.materials[0] = plainMaterial();
-    std::vector<bool> needed(surface.materials.size());
-    for (std::uint32_t i = 0; i < model.numtriangles; ++i) needed[model.triangles[i].material] = true;
-    if (options.textures && model.numtexcoords > 0) loadTextures(surface, needed, options);
+}
+
+void settleMaterials(Surface& surface) {
     for (Material& material : surface.materials) {
         // Files that colour by a texture alone often leave black behind it.
         const Colour& d = material.diffuse;
@@ -180,7 +181,7 @@ void makeStrokes(Surface& surface) {
 
 // ---- Extent -------------------------------------------------------------------------------------------------------
 
-constexpr std::size_t PIECE = 1 << 16;  // of an array, for a thread
+constexpr std::size_t PIECE = 1 << 15;  // of an array, for a thread
 
 // Calls work(begin, end) for pieces of 0 .. count.
 template <typename Work>
@@ -189,19 +190,38 @@ void inPieces(std::size_t count, unsigned threads, const Work& work) {
                 [&](std::size_t i) { work(i * PIECE, std::min(count, (i + 1) * PIECE)); });
 }
 
-void markUsed(Surface& surface, unsigned threads) {
+// What the triangles have.
+struct Survey {
+    std::vector<std::uint8_t> materials;  // 1 for each that a triangle has
+    bool normals;                         // every corner has one
+};
+
+// Threads may meet at an entry, where they write the same.
+void mark(std::uint8_t& entry) {
+    const std::atomic_ref shared(entry);
+    if (shared.load(std::memory_order_relaxed) == 0) shared.store(1, std::memory_order_relaxed);
+}
+
+// Goes over the triangles once, because they do not fit into caches. Marks the positions that are used.
+Survey surveyTriangles(Surface& surface, unsigned threads) {
     const GLMmodel& model = *surface.model;
+    Survey survey = {std::vector<std::uint8_t>(surface.materials.size()), model.numnormals > 0};
     surface.used.assign(static_cast<std::size_t>(model.numvertices) + 1, 0);
-    // Threads may meet at a position, where they write the same.
-    const auto mark = [&](std::uint32_t index) {
-        std::atomic_ref(surface.used[index]).store(1, std::memory_order_relaxed);
-    };
+    std::atomic<bool> lacking = false;
     inPieces(model.numtriangles, threads, [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i)
-            for (const std::uint32_t index : model.triangles[i].vindices) mark(index);
+        bool lacks = false;
+        for (std::size_t i = begin; i < end; ++i) {
+            const GLMtriangle& triangle = model.triangles[i];
+            mark(survey.materials[triangle.material]);
+            for (const std::uint32_t index : triangle.vindices) mark(surface.used[index]);
+            for (const std::uint32_t index : triangle.nindices) lacks |= index == GLM_NO_INDEX;
+        }
+        if (lacks) lacking = true;
     });
+    survey.normals = survey.normals && !lacking;
     for (const Stroke& stroke : surface.strokes)
-        for (const std::uint32_t index : stroke.ends) mark(index);
+        for (const std::uint32_t index : stroke.ends) surface.used[index] = 1;
+    return survey;
 }
 
 struct Box {
@@ -240,14 +260,6 @@ void findSphere(Surface& surface, unsigned threads) {
 }
 
 // ---- Normals ------------------------------------------------------------------------------------------------------
-
-bool lacksNormals(const GLMmodel& model) {
-    const auto lacks = [](const GLMtriangle& triangle) {
-        return triangle.nindices[0] == GLM_NO_INDEX || triangle.nindices[1] == GLM_NO_INDEX ||
-               triangle.nindices[2] == GLM_NO_INDEX;
-    };
-    return model.numnormals == 0 || std::any_of(model.triangles, model.triangles + model.numtriangles, lacks);
-}
 
 void listAround(Surface& surface) {
     const GLMmodel& model = *surface.model;
@@ -310,15 +322,17 @@ Surface makeSurface(const GLMmodel& model, const GLMextras* extras, const Surfac
     Surface surface;
     surface.model = &model;
     surface.extras = extras;
-    makeMaterials(surface, options);
+    makeMaterials(surface);
     makeStrokes(surface);
-    markUsed(surface, options.threads);
+    const Survey survey = surveyTriangles(surface, options.threads);
+    if (options.textures && model.numtexcoords > 0) loadTextures(surface, survey.materials, options);
+    settleMaterials(surface);
     findSphere(surface, options.threads);
     const bool asked = options.smoothAngle >= 0;
     const double angle = asked ? options.smoothAngle : USUAL_ANGLE;
     surface.fileNormals = !asked;
     surface.smoothCosine = std::cos(angle * std::numbers::pi / 180);
     surface.smoothingGroups = !asked && extras != nullptr && extras->smoothing != nullptr;
-    if ((asked && angle > 0) || (!asked && lacksNormals(model))) listAround(surface);
+    if ((asked && angle > 0) || (!asked && !survey.normals)) listAround(surface);
     return surface;
 }
