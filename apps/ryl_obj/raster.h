@@ -128,7 +128,7 @@ struct LanesOf<std::int64_t> {
 
 // The depths of a cell's samples.
 inline Float4 depthsOf(const DepthPlane& plane, const Cells& cells, int row, int column) {
-    Float4 offsets;
+    Float4 offsets = {};
     for (std::size_t lane = 0; lane < LANES; ++lane)
         offsets[lane] = static_cast<float>(plane.growthX * cells.x[lane] + plane.growthY * cells.y[lane]);
     const double rowDepth = plane.depth + plane.growthY * (static_cast<double>(row) * cells.size - plane.y);
