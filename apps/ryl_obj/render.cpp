@@ -7,7 +7,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <ranges>
 #include <span>
 #include <utility>
 
@@ -205,9 +204,9 @@ void binChunk(const Picture& picture, std::uint32_t chunk) {
     for (std::uint32_t& entry : bins.begins) entry = sum += entry;
     bins.numbers.resize(sum);
     // Each entry is the end of its bin, and moves to the beginning as the bin fills from behind.
-    for (const Bands& bands : drawn | std::views::reverse)
-        for (int band = bands.first; band <= bands.last; ++band)
-            bins.numbers[--bins.begins[binOf(band, bands.translucent)]] = bands.number;
+    for (auto bands = drawn.rbegin(); bands != drawn.rend(); ++bands)
+        for (int band = bands->first; band <= bands->last; ++band)
+            bins.numbers[--bins.begins[binOf(band, bands->translucent)]] = bands->number;
 }
 
 // ---- Drawing a band -----------------------------------------------------------------------------------------------
