@@ -21,11 +21,18 @@ constexpr std::size_t KEYWORD_LENGTH = 7;
     std::exit(-1);
 }
 
-// The whole file as one string.
+// The whole file as one string. Pipes have no size, and are read as they come.
 std::string contents(std::FILE* file) {
+    constexpr long PIECE = 1 << 16;
+    const long left = ryl_bytesLeft(file);
     try {
-        std::string text(static_cast<std::size_t>(std::max(ryl_bytesLeft(file), 0L)), '\0');
-        text.resize(std::fread(text.data(), 1, text.size(), file));
+        std::string text;
+        std::size_t size = 0;
+        do {
+            text.resize(std::max(2 * size, static_cast<std::size_t>(left < 0 ? PIECE : left)));
+            size += std::fread(text.data() + size, 1, text.size() - size, file);
+        } while (left < 0 && size == text.size());
+        text.resize(size);
         return text;
     } catch (const std::exception&) {
         failWithoutMemory();

@@ -163,6 +163,10 @@ int writeObj(Model& model, const char* target, bool materials, bool replace) {
     GLMerror error{};
     GLMoptions options;
     options.extras = &extras;
+    options.progress = [](void*, float done) {
+        showProgress("writing", done);
+        return true;
+    };
     int mode = GLM_SMOOTH | GLM_TEXTURE;
     if (materials && !standard) {
         mode |= GLM_MATERIAL;

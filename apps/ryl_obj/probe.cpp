@@ -13,11 +13,13 @@
 namespace {
 
 int run(const CommandLine& line) {
-    const char* path = line.operands.front();
+    // The framework opens files by their names.
+    const char* const asked = line.operands.front();
+    const char* const path = std::strcmp(asked, "-") == 0 ? "/dev/stdin" : asked;
     struct stat status {};
     const bool readable = access(path, R_OK) == 0 && stat(path, &status) == 0;
     if (!readable || S_ISDIR(status.st_mode)) {
-        report(path, 0, std::strerror(readable ? EISDIR : errno));
+        report(nameOf(asked), 0, std::strerror(readable ? EISDIR : errno));
         return UNUSABLE;
     }
     ryl_loadObjModel(path);

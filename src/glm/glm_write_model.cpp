@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr std::size_t CORNER_SIZE = 36;  // " 4294967295/4294967295/4294967295", and the end of its line
+constexpr std::uint64_t LINES_TOLD = 4096;  // of progress, after so many
+constexpr std::size_t CORNER_SIZE = 36;     // " 4294967295/4294967295/4294967295", and the end of its line
 
 // A group as a reader of the file has it so far.
 struct Group {
@@ -30,6 +31,7 @@ struct ModelWriter {
     const GLMextras* extras;  // or null
     int mode;
     std::uint32_t numtexcoords, numnormals;  // that corners may have; 0 where they are not written
+    std::uint64_t lines = 0, total = 0;      // written, and that there will be: vectors, triangles and elements
     Owned owned = {};
     std::uint32_t numgroups = 0;
     // What is in force, and how many groups and objects have been mentioned.
@@ -51,6 +53,13 @@ bool failAt(ModelWriter& writer, const char* kind, std::uint32_t number, const c
     return false;
 }
 
+// Counts a line for the handler of progress. False when that cancels.
+bool countLine(ModelWriter& writer) {
+    if (++writer.lines % LINES_TOLD != 0) return true;
+    __glmTellDone(writer.call, static_cast<double>(writer.lines) / static_cast<double>(writer.total));
+    return !writer.call.failed;
+}
+
 // ---- Vectors ------------------------------------------------------------------------------------------------------
 
 void putHeading(ModelWriter& writer, std::uint32_t count, const char* what) {
@@ -59,8 +68,8 @@ void putHeading(ModelWriter& writer, std::uint32_t count, const char* what) {
     __glmPutText(writer.sink, line);
 }
 
-// Entries 1 to `count` of an array of vectors, with the colours (or null) behind them.
-void putVectors(ModelWriter& writer, std::string_view keyword, const float* vectors, int size, std::uint32_t count,
+// Entries 1 to `count` of an array of vectors, with the colours (or null) behind them. False when the call fails.
+bool putVectors(ModelWriter& writer, std::string_view keyword, const float* vectors, int size, std::uint32_t count,
                 const float* colors = nullptr) {
     GLMsink& sink = writer.sink;
     const auto put = [&](const float* numbers, int numberCount) {
@@ -75,19 +84,21 @@ void putVectors(ModelWriter& writer, std::string_view keyword, const float* vect
         put(vectors + static_cast<std::size_t>(size) * i, size);
         if (colors != nullptr) put(colors + 3 * i, 3);
         *sink.at++ = '\n';
+        if (!countLine(writer)) return false;
     }
+    return true;
 }
 
-void putAllVectors(ModelWriter& writer) {
+bool putAllVectors(ModelWriter& writer) {
     const GLMmodel& model = writer.model;
     putHeading(writer, model.numvertices, "positions");
-    putVectors(writer, "v", model.vertices, 3, model.numvertices,
-               writer.extras != nullptr ? writer.extras->colors : nullptr);
+    const float* const colors = writer.extras != nullptr ? writer.extras->colors : nullptr;
+    if (!putVectors(writer, "v", model.vertices, 3, model.numvertices, colors)) return false;
     if (writer.numnormals > 0) putHeading(writer, writer.numnormals, "normals");
-    putVectors(writer, "vn", (writer.mode & GLM_SMOOTH) != 0 ? model.normals : model.facetnorms, 3,
-               writer.numnormals);
+    const float* const normals = (writer.mode & GLM_SMOOTH) != 0 ? model.normals : model.facetnorms;
+    if (!putVectors(writer, "vn", normals, 3, writer.numnormals)) return false;
     if (writer.numtexcoords > 0) putHeading(writer, writer.numtexcoords, "texture coordinates");
-    putVectors(writer, "vt", model.texcoords, 2, writer.numtexcoords);
+    return putVectors(writer, "vt", model.texcoords, 2, writer.numtexcoords);
 }
 
 // ---- What is in force ---------------------------------------------------------------------------------------------
@@ -208,7 +219,7 @@ bool putTriangle(ModelWriter& writer, std::uint32_t number) {
         if (!putCorner(writer, corner, "triangle", number)) return false;
     }
     *writer.sink.at++ = '\n';
-    return true;
+    return countLine(writer);
 }
 
 bool putElement(ModelWriter& writer, std::uint32_t number) {
@@ -229,7 +240,7 @@ bool putElement(ModelWriter& writer, std::uint32_t number) {
     for (std::uint32_t i = 0; i < element.count; ++i)
         if (!putCorner(writer, extras.corners[element.first + i], "element", number)) return false;
     __glmPutText(writer.sink, "\n");
-    return true;
+    return countLine(writer);
 }
 
 // ---- The whole ----------------------------------------------------------------------------------------------------
@@ -289,6 +300,12 @@ bool hasFaces(const GLMextras* extras) {
     return extras != nullptr && std::any_of(extras->elements, extras->elements + extras->numelements, isFace);
 }
 
+std::uint64_t countLines(const ModelWriter& writer) {
+    const std::uint64_t vectors = std::uint64_t{writer.model.numvertices} + writer.numnormals + writer.numtexcoords;
+    const std::uint64_t elements = writer.extras != nullptr ? writer.extras->numelements : 0;
+    return vectors + elements + (hasFaces(writer.extras) ? 0 : writer.model.numtriangles);
+}
+
 // Object by object the elements, and then the triangles: groups get their materials from these.
 bool putAllElements(ModelWriter& writer) {
     const GLMmodel& model = writer.model;
@@ -345,10 +362,11 @@ bool __glmPutModel(GLMcall& call, GLMsink& sink, const GLMmodel& model, int mode
                                             : 0};
     if (!requireOwnExtras(writer) || !gatherGroups(writer)) return false;
     startState(writer);
+    writer.total = countLines(writer);
     __glmPutText(sink, "# Wavefront OBJ generated by GLM library\n");
     if (library != nullptr) putStatement(writer, "mtllib ", library);
-    putAllVectors(writer);
-    const bool done = putAllElements(writer);
+    if (!putAllVectors(writer) || !putAllElements(writer)) return false;
+    __glmTellDone(call, 1);
     named = writer.namedDefault;
-    return done;
+    return !call.failed;
 }

@@ -213,6 +213,7 @@ TEST(Manual, DescribesEveryOptionAndKind) {
 TEST(Probe, PrintsTheFrameworksLook) {
     constexpr Case CASES[] = {
         {"{} probe square.obj", 0, "[*] Loading square.obj.\nsquare.mtl\n\n\n"},
+        {"cat square.obj | {} probe -", 0, "[*] Loading /dev/stdin.\nsquare.mtl\n\n\n"},
         {"{} probe bad.obj", 0, "[/] No mtllib defined in the model\n"},
         {"{} probe missing.obj", 2, "missing.obj: No such file or directory\n"},
     };
