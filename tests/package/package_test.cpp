@@ -1,4 +1,4 @@
-// The packages, unpacked in one place and started from another.
+// The demo unpacked or installed in one place and started from another.
 #include "program.h"
 
 #include <gtest/gtest.h>
@@ -15,13 +15,12 @@ constexpr int REFUSED = 1, TERMINATED = 128 + SIGTERM;
 
 std::string inQuotes(const fs::path& path) { return '\'' + path.string() + '\''; }
 
-// `generator` is CPack's name of the package's kind; the command `unpack` runs in an empty directory.
-void playFrom(const std::string& generator, const std::string& unpack, const std::string& launcherName) {
+// The command `put` puts the demo into an empty directory, where it is called.
+void playFrom(const std::string& put, const std::string& launcherName) {
     const TempDir made;
     const fs::path place = made.path() / "a place";
     fs::create_directory(place);
-    shell("cd " + inQuotes(place) + " && '" RYL_CPACK "' --config '" RYL_CPACK_CONFIG "' -B ../made -G " + generator +
-          " >../log 2>&1 && " + unpack);
+    shell("cd " + inQuotes(place) + " && " + put);
     const std::string launcher = shell("ls -d " + inQuotes(place) + "/" + launcherName + " | tr -d '\\n'");
     ASSERT_FALSE(launcher.empty()) << readFile(made.path() / "log");
     // Nothing that the program loads is in the directory where it starts.
@@ -53,11 +52,14 @@ void playFrom(const std::string& generator, const std::string& unpack, const std
 }
 
 TEST(Archive, PlaysWhereverItIsUnpackedAndSavesWhereItIsStarted) {
-    playFrom("TGZ", "tar -xzf ../made/*.tar.gz", "*/run");
+    playFrom("'" RYL_CPACK "' --config '" RYL_BUILD "/CPackConfig.cmake' -B ../made -G TGZ >../log 2>&1 && "
+             "tar -xzf ../made/*.tar.gz",
+             "*/run");
 }
 
-TEST(DebianPackage, PlaysWhereverItIsUnpackedAndSavesWhereItIsStarted) {
-    playFrom("DEB", "dpkg-deb -x ../made/ryl_*.deb .", "usr/games/ryl");
+TEST(Installed, PlaysUnderAnyPrefixAndSavesWhereItIsStarted) {
+    playFrom("'" RYL_CMAKE "' --install '" RYL_BUILD "' --component system --prefix \"$PWD\" >../log 2>&1",
+             "games/ryl");
 }
 
 }  // namespace
