@@ -7,7 +7,7 @@
 
 int main(int argc, char* argv[]) {
     if (argc != 3) {
-        std::fputs("usage: make_tune SCORE TUNE.mp3\n", stderr);
+        std::fprintf(stderr, "usage: %s SCORE TUNE.mp3\n", argv[0]);
         return 1;
     }
     Score score;

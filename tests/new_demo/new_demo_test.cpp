@@ -77,6 +77,7 @@ TEST(NewDemo, IsBuiltWithTheInstalledFrameworkAndShowsItsScenes) {
     const std::string bin = "'" + prefix + "'/bin/";
     ASSERT_EQ(run(bin + "ryl-new-demo '" + place + "'" + quiet).status, 0) << readFile(work.path() / "log");
     EXPECT_EQ(filesIn(place), 6);
+    EXPECT_EQ(run("test -e \"$(sed -n 's/^More: //p' '" + place + "/README.md')\"").status, 0) << "its page";
     EXPECT_EQ(run("cd '" + place +
                   "' && env -u CMAKE_GENERATOR " RYL_CMAKE " -B build && " RYL_CMAKE " --build build --parallel 2" +
                   quiet)
