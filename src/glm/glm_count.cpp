@@ -1,5 +1,6 @@
-// The first pass: what is in a chunk. Lines and their words are found 64 characters at a time.
+// What is in a chunk. Lines and their words are found 64 characters at a time.
 #include "glm/glm_lines.h"
+#include "glm/glm_text.h"
 
 #include <algorithm>
 #include <bit>
@@ -90,12 +91,23 @@ struct Line {
     std::uint32_t words;   // up to a "#"
 };
 
-std::uint64_t placeOf(const GLMcounter& counter, const char* p) {
-    return counter.offset + static_cast<std::uint64_t>(p - counter.window);
+// A chunk that is being counted.
+struct Counter {
+    const GLMjob& job;
+    GLMchunk& chunk;
+    const char* window;
+};
+
+// Of a place in the window, in the chunk.
+std::uint64_t lineOf(const Counter& counter, const char* p) { return __glmCountLines(counter.window, p); }
+
+void notice(Counter& counter, GLMnotice what, const char* p) {
+    GLMnoted& noted = __glmNoted(counter.chunk, what);
+    if (noted.count++ == 0) noted.line = lineOf(counter, p);
 }
 
-bool failAtMemory(const GLMcounter& counter, const char* p) {
-    __glmFailChunk(counter.chunk, placeOf(counter, p), "out of memory (names of a chunk)");
+bool failAtMemory(const Counter& counter, const char* p) {
+    __glmFailChunk(counter.chunk, lineOf(counter, p), "out of memory (names of a chunk)");
     return false;
 }
 
@@ -144,7 +156,7 @@ bool numberName(GLMchunk& chunk, GLMkeyword keyword, const char* p, const char* 
 }
 
 // "off" and no number at all are 0, "on" is 1.
-std::uint32_t smoothingOf(GLMcounter& counter, const char* p, const char* line) {
+std::uint32_t smoothingOf(Counter& counter, const char* p, const char* line) {
     p = __glmSkipBlanks(p);
     const char* const end = __glmWordEnd(p);
     const std::string_view word(p, static_cast<std::size_t>(end - p));
@@ -153,11 +165,11 @@ std::uint32_t smoothingOf(GLMcounter& counter, const char* p, const char* line) 
     std::uint32_t number = 0;
     const auto [stop, error] = std::from_chars(p, end, number);
     if (error == std::errc() && (stop == end || *stop == '#')) return number;
-    __glmNotice(counter.chunk, GLMnotice::smoothing, placeOf(counter, line));
+    notice(counter, GLMnotice::smoothing, line);
     return 0;
 }
 
-bool noteState(GLMcounter& counter, GLMkeyword keyword, std::uint64_t line, const char* p, const char* end) {
+bool noteState(Counter& counter, GLMkeyword keyword, std::uint64_t line, const char* p, const char* end) {
     GLMchunk& chunk = counter.chunk;
     GLMevent event{.value = 0,
                    .at = static_cast<std::uint32_t>(chunk.counts.triangles),
@@ -174,38 +186,38 @@ bool noteState(GLMcounter& counter, GLMkeyword keyword, std::uint64_t line, cons
 }
 
 // An element with fewer corners than it needs is skipped.
-void countElement(GLMcounter& counter, const Line& line, std::uint32_t least) {
+void countElement(Counter& counter, const Line& line, std::uint32_t least) {
     GLMchunk& chunk = counter.chunk;
     const std::uint32_t corners = line.words - 1;
-    if (corners < least) return __glmNotice(chunk, GLMnotice::corners, placeOf(counter, line.begin));
+    if (corners < least) return notice(counter, GLMnotice::corners, line.begin);
     if (counter.job.extras == nullptr) return;
     ++chunk.counts.elements;
     chunk.counts.corners += corners;
 }
 
-void countFace(GLMcounter& counter, const Line& line) {
+void countFace(Counter& counter, const Line& line) {
     constexpr std::uint32_t LEAST = 3;  // corners
     if (line.words <= LEAST || counter.job.call.options.polygons) return countElement(counter, line, LEAST);
     counter.chunk.counts.triangles += line.words - LEAST;
 }
 
-void countPosition(GLMcounter& counter, const Line& line) {
+void countPosition(Counter& counter, const Line& line) {
     constexpr std::uint32_t WITH_COLOR = 7;  // words
     ++counter.chunk.counts.positions;
     counter.chunk.colored |= line.words >= WITH_COLOR;
 }
 
-void noteUnknown(GLMcounter& counter, const char* p) {
+void noteUnknown(Counter& counter, const char* p) {
     GLMchunk& chunk = counter.chunk;
     if (chunk.unknown[0] == '\0') {
         const auto length = static_cast<std::size_t>(__glmWordEnd(p) - p);
         std::copy_n(p, std::min(length, sizeof chunk.unknown - 1), chunk.unknown);
     }
-    __glmNotice(chunk, GLMnotice::unknown, placeOf(counter, p));
+    notice(counter, GLMnotice::unknown, p);
 }
 
 // A statement of any kind, with blanks in front perhaps, that ends at `end`.
-bool countStatement(GLMcounter& counter, const Line& line, const char* end) {
+bool countStatement(Counter& counter, const Line& line, const char* end) {
     const char* p = __glmSkipBlanks(line.begin);
     const GLMkeyword keyword = __glmKeyword(p);
     GLMchunk& chunk = counter.chunk;
@@ -231,7 +243,7 @@ bool countStatement(GLMcounter& counter, const Line& line, const char* end) {
         countElement(counter, line, 1);
         break;
     case GLMkeyword::curve:
-        __glmNotice(chunk, GLMnotice::curves, placeOf(counter, p));
+        notice(counter, GLMnotice::curves, p);
         break;
     case GLMkeyword::unknown:
         noteUnknown(counter, p);
@@ -245,7 +257,7 @@ bool countStatement(GLMcounter& counter, const Line& line, const char* end) {
 }
 
 // Most statements begin at the line's start with one of four keywords.
-bool countLine(GLMcounter& counter, const Line& line, const char* end) {
+bool countLine(Counter& counter, const Line& line, const char* end) {
     const char* const p = line.begin;
     const auto isWhite = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
     GLMchunk& chunk = counter.chunk;
@@ -266,12 +278,9 @@ bool countLine(GLMcounter& counter, const Line& line, const char* end) {
 
 }  // namespace
 
-GLMcounter __glmCounterOf(const GLMjob& job, GLMchunk& chunk) { return {.job = job, .chunk = chunk}; }
-
-bool __glmCountWindow(GLMcounter& counter, const GLMwindow& window) {
-    counter.offset = window.offset;
-    counter.window = window.begin;
-    std::uint64_t& lines = counter.chunk.counts.lines;
+bool __glmCountChunk(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window) {
+    Counter counter{.job = job, .chunk = chunk, .window = window.begin};
+    std::uint64_t& lines = chunk.counts.lines;
     Line line{.begin = window.begin, .number = lines, .words = 0};
     bool white = true, comment = false;
     for (const char* p = window.begin; p < window.end; p += BLOCK) {

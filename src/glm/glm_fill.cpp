@@ -1,5 +1,5 @@
-// The second pass: the numbers of a chunk, into the arrays. Whatever the first pass counted has its place, so several
-// chunks are filled at once; a statement that was not counted means that the file has changed.
+// The numbers of a chunk, into the arrays. Whatever was counted has its place, so several chunks are filled at once;
+// a statement that was not counted means that the file has changed since.
 #include "glm/glm_lines.h"
 #include "glm/glm_scan.h"
 
@@ -11,13 +11,12 @@
 
 namespace {
 
-std::uint64_t placeOf(const GLMfiller& filler, const char* p) {
-    return filler.offset + static_cast<std::uint64_t>(p - filler.window);
-}
+// Of a place in the window, in the chunk.
+std::uint64_t lineOf(const GLMfiller& filler, const char* p) { return __glmCountLines(filler.window.begin, p); }
 
 // The functions that read return where they stopped, or null when the chunk fails.
 std::nullptr_t failAtChange(GLMfiller& filler, const char* p) {
-    __glmFailChunk(filler.chunk, placeOf(filler, p), "the file changes while it is read");
+    __glmFailChunk(filler.chunk, lineOf(filler, p), "the file changes while it is read");
     return nullptr;
 }
 
@@ -87,7 +86,7 @@ const char* readNumbers(GLMfiller& filler, const char* line, const char* p, floa
             continue;
         }
         const char* const what = isLineEnd(p) ? "nothing" : "\"";
-        __glmFailChunk(filler.chunk, placeOf(filler, line), "glmReadOBJ: Got %s%s%s instead of number %d of \"%s\"",
+        __glmFailChunk(filler.chunk, lineOf(filler, line), "glmReadOBJ: Got %s%s%s instead of number %d of \"%s\"",
                        what, isLineEnd(p) ? "" : shownOf(p).text, isLineEnd(p) ? "" : "\"", i + 1,
                        shownOf(line).text);
         return nullptr;
@@ -105,7 +104,7 @@ const char* finishLine(const char* p) {
 // The numbers behind those of a position: a weight, a colour, or both.
 const char* readColor(GLMfiller& filler, const char* p) {
     constexpr int MOST = 4;
-    float numbers[MOST] = {}, *color = __glmVector(filler.job.extras->colors, filler.positions);
+    float numbers[MOST] = {}, *color = __glmVector(filler.colors, filler.positions);
     int count = 0;
     for (p = __glmSkipBlanks(p); count < MOST && !isLineEnd(p); p = __glmSkipBlanks(p), ++count) {
         const char* next = __glmScanFloat(p, numbers[count]);
@@ -120,22 +119,23 @@ const char* readColor(GLMfiller& filler, const char* p) {
 
 const char* readPosition(GLMfiller& filler, const char* line, const char* p) {
     if (filler.positions == filler.end.positions) return failAtChange(filler, line);
-    p = readNumbers<3>(filler, line, p, __glmVector(filler.job.model->vertices, ++filler.positions));
+    p = readNumbers<3>(filler, line, p, __glmVector(filler.vertices, ++filler.positions));
     if (p == nullptr) return nullptr;
-    if (filler.job.extras != nullptr && filler.job.extras->colors != nullptr) p = readColor(filler, p);
+    if (filler.colors != nullptr) p = readColor(filler, p);
     return finishLine(p);
 }
 
 const char* readNormal(GLMfiller& filler, const char* line, const char* p) {
     if (filler.normals == filler.end.normals) return failAtChange(filler, line);
-    p = readNumbers<3>(filler, line, p, __glmVector(filler.job.model->normals, ++filler.normals));
+    p = readNumbers<3>(filler, line, p, __glmVector(filler.normalArray, ++filler.normals));
     return p != nullptr ? finishLine(p) : nullptr;
 }
 
 // A texture coordinate with one number lies on a one-dimensional image.
 const char* readTexcoord(GLMfiller& filler, const char* line, const char* p) {
     if (filler.texcoords == filler.end.texcoords) return failAtChange(filler, line);
-    float* const texcoord = filler.job.model->texcoords + GLM_TEXCOORD_SIZE * ++filler.texcoords;
+    float* const texcoord = filler.texcoordArray + GLM_TEXCOORD_SIZE * ++filler.texcoords;
+    texcoord[1] = 0.0f;
     p = readNumbers<1>(filler, line, p, texcoord);
     if (p == nullptr || isLineEnd(__glmSkipBlanks(p))) return p != nullptr ? finishLine(p) : nullptr;
     p = readNumbers<1>(filler, line, p, texcoord + 1);
@@ -168,7 +168,7 @@ const char* scanRareIndex(const char* p, std::uint32_t& index) {
 }
 
 std::nullptr_t failAtCorner(GLMfiller& filler, const char* line, const char* corner, const char* what) {
-    __glmFailChunk(filler.chunk, placeOf(filler, line), "glmReadOBJ: Got \"%s\" as a corner of \"%s\"%s",
+    __glmFailChunk(filler.chunk, lineOf(filler, line), "glmReadOBJ: Got \"%s\" as a corner of \"%s\"%s",
                    shownOf(corner).text, shownOf(line).text, what);
     return nullptr;
 }
@@ -178,17 +178,24 @@ struct Place {
     const char *line, *corner;
 };
 
-// A normal or texture coordinate that is not there. Where the file has none at all, and where it is written as 0, the
-// corner has none; the call fails otherwise.
-bool dropIndex(GLMfiller& filler, const Place& place, const char* number, std::uint32_t& index, std::uint32_t count,
-               bool isNormal) {
-    if (count > 0 && *number != '0') {
+// A normal or texture coordinate that is not there, as far as it is known. Where the file has none at all, and where
+// it is written as 0, the corner has none; the call fails otherwise. What is found wrong at once, and what at the end,
+// does not depend on where the text is cut.
+bool dropIndex(GLMfiller& filler, const Place& place, const char* number, std::uint32_t& index, bool isNormal) {
+    const std::uint32_t known = isNormal ? filler.known.normals : filler.known.texcoords;
+    const std::uint32_t soFar = isNormal ? filler.normals : filler.texcoords;
+    if (!filler.whole && (index != 0 || (soFar == 0 && *number != '0'))) {
+        filler.chunk.waits = true;
+        return true;
+    }
+    if (known > 0 && *number != '0') {
         failAtCorner(filler, place.line, place.corner,
                      isNormal ? ", whose normal is not there" : ", whose texture coordinate is not there");
         return false;
     }
     index = GLM_NO_INDEX;
-    __glmNotice(filler.chunk, isNormal ? GLMnotice::normals : GLMnotice::texcoords, placeOf(filler, place.line));
+    GLMnoted& noted = __glmNoted(filler.chunk, isNormal ? GLMnotice::normals : GLMnotice::texcoords);
+    if (noted.count++ == 0) noted.line = lineOf(filler, place.line);
     return true;
 }
 
@@ -197,7 +204,6 @@ bool startsIndex(char c) { return __glmIsDigit(c) || c == '-' || c == '+'; }
 // A corner: "v", "v/vt", "v//vn" or "v/vt/vn", whose last numbers may be missing behind their slashes.
 [[gnu::always_inline]] inline const char* readCorner(GLMfiller& filler, const char* line, const char* p,
                                                      GLMelementcorner& corner) {
-    const GLMmodel& model = *filler.job.model;
     const Place place{.line = line, .corner = p};
     corner.texcoord = corner.normal = GLM_NO_INDEX;
     p = scanIndex(p, filler.positions, corner.position);
@@ -205,47 +211,46 @@ bool startsIndex(char c) { return __glmIsDigit(c) || c == '-' || c == '+'; }
         const char* number = ++p;
         if (startsIndex(*p)) {
             p = scanIndex(p, filler.texcoords, corner.texcoord);
-            if (corner.texcoord - 1 >= model.numtexcoords && p != nullptr &&
-                !dropIndex(filler, place, number, corner.texcoord, model.numtexcoords, false))
+            if (corner.texcoord - 1 >= filler.known.texcoords && p != nullptr &&
+                !dropIndex(filler, place, number, corner.texcoord, false))
                 return nullptr;
         }
         if (p != nullptr && *p == '/') {
             number = ++p;
             if (startsIndex(*p)) {
                 p = scanIndex(p, filler.normals, corner.normal);
-                if (corner.normal - 1 >= model.numnormals && p != nullptr &&
-                    !dropIndex(filler, place, number, corner.normal, model.numnormals, true))
+                if (corner.normal - 1 >= filler.known.normals && p != nullptr &&
+                    !dropIndex(filler, place, number, corner.normal, true))
                     return nullptr;
             }
         }
     }
     if (p == nullptr || !isWordEnd(p)) return failAtCorner(filler, line, place.corner, "");
-    if (corner.position - 1 < model.numvertices) return p;
+    if (corner.position - 1 < filler.known.positions) return p;
+    if (!filler.whole && corner.position != 0) {
+        filler.chunk.waits = true;
+        return p;
+    }
     return failAtCorner(filler, line, place.corner, ", whose position is not there");
 }
 
 void storeTriangle(GLMfiller& filler, std::uint32_t number, const GLMelementcorner& a, const GLMelementcorner& b,
                    const GLMelementcorner& c) {
     const GLMstate& state = filler.state;
-    filler.job.model->triangles[number] = {.vindices = {a.position, b.position, c.position},
-                                           .nindices = {a.normal, b.normal, c.normal},
-                                           .tindices = {a.texcoord, b.texcoord, c.texcoord},
-                                           .findex = 0,
-                                           .material = state.material};
+    filler.triangleArray[number] = {.vindices = {a.position, b.position, c.position},
+                                    .nindices = {a.normal, b.normal, c.normal},
+                                    .tindices = {a.texcoord, b.texcoord, c.texcoord},
+                                    .findex = 0,
+                                    .material = state.material};
 }
 
-// What goes with the triangles from `first` on, which one face gave. False when its group was not counted as large.
-bool finishFace(GLMfiller& filler, std::uint32_t first) {
-    const GLMextras* const extras = filler.job.extras;
-    filler.job.model->triangles[first].findex = filler.triangles - first;
-    if (filler.triangles - first > filler.room - filler.state.groupAt) return false;
+// What goes with the triangles from `first` on, which one face gave.
+void finishFace(GLMfiller& filler, std::uint32_t first) {
+    filler.triangleArray[first].findex = filler.triangles - first;
     for (std::uint32_t i = first; i < filler.triangles; ++i) {
-        filler.members[filler.state.groupAt++] = i;
-        if (extras == nullptr) continue;
-        if (extras->objects != nullptr) extras->objects[i] = filler.state.object;
-        if (extras->smoothing != nullptr) extras->smoothing[i] = filler.state.smoothing;
+        if (filler.objects != nullptr) filler.objects[i] = filler.state.object;
+        if (filler.smoothing != nullptr) filler.smoothing[i] = filler.state.smoothing;
     }
-    return true;
 }
 
 // A face becomes a fan around its first corner, which is cut anew where it does not cover the face. Until then the
@@ -265,14 +270,13 @@ const char* readFace(GLMfiller& filler, const char* line, const char* p) {
         }
         previous = corner;
     }
-    if (count > 2 && !finishFace(filler, start)) return failAtChange(filler, line);
+    if (count > 2) finishFace(filler, start);
     return finishLine(p);
 }
 
 // A point, a line, or a face that is to stay one.
 const char* readElement(GLMfiller& filler, GLMelementkind kind, std::uint32_t least, const char* line,
                         const char* p) {
-    const GLMextras& extras = *filler.job.extras;
     const GLMstate& state = filler.state;
     const std::uint32_t first = filler.corners;
     GLMelementcorner corner;
@@ -280,38 +284,30 @@ const char* readElement(GLMfiller& filler, GLMelementkind kind, std::uint32_t le
     for (p = __glmSkipBlanks(p); !isLineEnd(p); p = __glmSkipBlanks(p), ++count) {
         p = readCorner(filler, line, p, corner);
         if (p == nullptr) return nullptr;
-        if (count < filler.end.corners - first) extras.corners[first + count] = corner;
+        if (count < filler.end.corners - first) filler.cornerArray[first + count] = corner;
     }
     if (count < least) return finishLine(p);  // it was not counted
     if (count > filler.end.corners - first || filler.elements == filler.end.elements)
         return failAtChange(filler, line);
     filler.corners += count;
-    extras.elements[filler.elements++] = {.kind = kind,
-                                          .first = first,
-                                          .count = count,
-                                          .group = state.group,
-                                          .object = state.object,
-                                          .material = state.material,
-                                          .smoothing = state.smoothing};
+    filler.elementArray[filler.elements++] = {.kind = kind,
+                                              .first = first,
+                                              .count = count,
+                                              .group = state.group,
+                                              .object = state.object,
+                                              .material = state.material,
+                                              .smoothing = state.smoothing};
     return finishLine(p);
 }
 
 // ---- Statements ---------------------------------------------------------------------------------------------------
-
-void selectGroup(GLMfiller& filler, std::uint32_t group, std::uint32_t at) {
-    const GLMgroup& record = *filler.job.groups.items[group];
-    filler.state.group = group;
-    filler.state.groupAt = at;
-    filler.members = record.triangles;
-    filler.room = record.numtriangles;
-}
 
 const char* changeState(GLMfiller& filler, GLMkeyword keyword, const char* line) {
     const GLMlist<GLMevent>& events = filler.chunk.events;
     if (filler.event == events.count || events.items[filler.event].keyword != keyword)
         return failAtChange(filler, line);
     const GLMevent& event = events.items[filler.event++];
-    if (keyword == GLMkeyword::group) selectGroup(filler, event.value, event.at);
+    if (keyword == GLMkeyword::group) filler.state.group = event.value;
     if (keyword == GLMkeyword::object) filler.state.object = event.value;
     if (keyword == GLMkeyword::material) filler.state.material = event.value;
     if (keyword == GLMkeyword::smoothing) filler.state.smoothing = event.value;
@@ -329,12 +325,12 @@ const char* readRareStatement(GLMfiller& filler, const char* line) {
     case GLMkeyword::texcoord:
         return readTexcoord(filler, line, p);
     case GLMkeyword::face:
-        if (!filler.job.call.options.polygons) return readFace(filler, line, p);
-        return filler.job.extras != nullptr ? readElement(filler, GLMelementkind::face, 3, line, p) : skipLine(line);
+        if (!filler.polygons) return readFace(filler, line, p);
+        return filler.takesElements ? readElement(filler, GLMelementkind::face, 3, line, p) : skipLine(line);
     case GLMkeyword::line:
-        return filler.job.extras != nullptr ? readElement(filler, GLMelementkind::line, 2, line, p) : skipLine(line);
+        return filler.takesElements ? readElement(filler, GLMelementkind::line, 2, line, p) : skipLine(line);
     case GLMkeyword::point:
-        return filler.job.extras != nullptr ? readElement(filler, GLMelementkind::point, 1, line, p) : skipLine(line);
+        return filler.takesElements ? readElement(filler, GLMelementkind::point, 1, line, p) : skipLine(line);
     case GLMkeyword::group:
     case GLMkeyword::object:
     case GLMkeyword::material:
@@ -354,8 +350,7 @@ bool hasAll(const GLMfiller& filler) {
 
 // Most statements begin at the line's start with one of four keywords and a blank.
 const char* readStatement(GLMfiller& filler, const char* line) {
-    if (line[0] == 'f' && __glmIsBlank(line[1]) && !filler.job.call.options.polygons)
-        return readFace(filler, line, line + 1);
+    if (line[0] == 'f' && __glmIsBlank(line[1]) && !filler.polygons) return readFace(filler, line, line + 1);
     if (line[0] != 'v') return readRareStatement(filler, line);
     if (__glmIsBlank(line[1])) return readPosition(filler, line, line + 1);
     if (line[1] == 'n' && __glmIsBlank(line[2])) return readNormal(filler, line, line + 2);
@@ -365,7 +360,7 @@ const char* readStatement(GLMfiller& filler, const char* line) {
 
 }  // namespace
 
-GLMfiller __glmFillerOf(const GLMjob& job, GLMchunk& chunk) {
+GLMfiller __glmFillerOf(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window, bool whole) {
     const auto places = [](const GLMcounts& counts) {
         const auto number = [](std::uint64_t count) { return static_cast<std::uint32_t>(count); };
         return GLMplaces{.positions = number(counts.positions),
@@ -377,19 +372,28 @@ GLMfiller __glmFillerOf(const GLMjob& job, GLMchunk& chunk) {
     };
     GLMcounts end = chunk.before;
     __glmAdd(end, chunk.counts);
-    GLMfiller filler{{places(chunk.before)}, job, chunk, places(end), chunk.state};
-    selectGroup(filler, chunk.state.group, chunk.state.groupAt);
+    GLMfiller filler{{places(chunk.before)}, chunk, window, places(end), places(job.sum), whole, chunk.state};
+    filler.polygons = job.call.options.polygons;
+    filler.vertices = job.model->vertices;
+    filler.normalArray = job.model->normals;
+    filler.texcoordArray = job.model->texcoords;
+    filler.triangleArray = job.model->triangles;
+    if (job.extras == nullptr) return filler;
+    filler.takesElements = true;
+    filler.colors = job.extras->colors;
+    filler.objects = job.extras->objects;
+    filler.smoothing = job.extras->smoothing;
+    filler.elementArray = job.extras->elements;
+    filler.cornerArray = job.extras->corners;
     return filler;
 }
 
-bool __glmFillWindow(GLMfiller& filler, const GLMwindow& window) {
-    filler.offset = window.offset;
-    filler.window = window.begin;
-    const char* p = window.begin;
-    while (p < window.end) {
+bool __glmFillChunk(GLMfiller& filler) {
+    const char* p = filler.window.begin;
+    while (p < filler.window.end) {
         p = __glmSkipBlanks(p);
         p = __glmIsEnd(*p) ? __glmNextLine(p) : readStatement(filler, p);
         if (p == nullptr) return false;
     }
-    return window.next < window.last || hasAll(filler) || failAtChange(filler, p) != nullptr;
+    return hasAll(filler) || failAtChange(filler, filler.window.end) != nullptr;
 }

@@ -1,4 +1,5 @@
-// Between the passes: what the chunks hold becomes arrays of exact sizes, and states that the chunks start with.
+// A chunk's turn: it gets its places in arrays that grow, and the state that it starts with. And what is left to do
+// when the last one has had its turn.
 #include "glm/glm_lines.h"
 
 #include <unistd.h>
@@ -6,6 +7,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -18,26 +21,38 @@ bool takeCount(GLMjob& job, std::uint32_t& to, std::uint64_t count, const char* 
     return __glmTryCount(job.call, *job.model, to, more, what);
 }
 
-bool addUp(GLMjob& job) {
-    GLMcounts sum;
-    for (std::size_t i = 0; i < job.count; ++i) {
-        job.chunks[i].before = sum;
-        __glmAdd(sum, job.chunks[i].counts);
-    }
+bool addUp(GLMjob& job, const GLMchunk& chunk) {
+    const GLMcounts& counts = chunk.counts;
     GLMmodel& model = *job.model;
-    std::uint32_t elements = 0, corners = 0;
-    if (!takeCount(job, model.numvertices, sum.positions, "positions") ||
-        !takeCount(job, model.numnormals, sum.normals, "normals") ||
-        !takeCount(job, model.numtexcoords, sum.texcoords, "texture coordinates") ||
-        !takeCount(job, model.numtriangles, sum.triangles, "triangles") ||
-        !takeCount(job, elements, sum.elements, "elements") || !takeCount(job, corners, sum.corners, "corners"))
-        return false;
-    if (job.extras != nullptr) {
-        job.extras->numelements = elements;
-        job.extras->numcorners = corners;
-    }
-    return true;
+    std::uint32_t none = 0;
+    GLMextras* const extras = job.extras;
+    __glmAdd(job.sum, counts);
+    return takeCount(job, model.numvertices, counts.positions, "positions") &&
+           takeCount(job, model.numnormals, counts.normals, "normals") &&
+           takeCount(job, model.numtexcoords, counts.texcoords, "texture coordinates") &&
+           takeCount(job, model.numtriangles, counts.triangles, "triangles") &&
+           takeCount(job, extras != nullptr ? extras->numelements : none, counts.elements, "elements") &&
+           takeCount(job, extras != nullptr ? extras->numcorners : none, counts.corners, "corners");
 }
+
+void noteMore(GLMjob& job, const GLMchunk& chunk) {
+    job.known |= chunk.known;
+    if (job.unknown[0] == '\0') std::memcpy(job.unknown, chunk.unknown, sizeof job.unknown);
+    for (std::size_t i = 0; i < GLM_NOTICES; ++i)
+        if (chunk.notices[i].count > 0)
+            __glmNotice(job.notices[i], chunk.notices[i].count, chunk.before.lines + chunk.notices[i].line);
+}
+
+}  // namespace
+
+void __glmNoteFailure(GLMjob& job, const GLMchunk& chunk) {
+    if (chunk.failure.text[0] == '\0' || chunk.number >= job.failed) return;
+    job.failed = chunk.number;
+    job.failure = chunk.failure;
+    job.failure.line += chunk.before.lines;
+}
+
+namespace {
 
 // ---- Libraries ----------------------------------------------------------------------------------------------------
 
@@ -116,30 +131,7 @@ bool addLibraries(GLMjob& job, const char* rest) {
     return !job.call.failed;
 }
 
-bool readLibraries(GLMjob& job) {
-    for (std::size_t i = 0; i < job.count; ++i) {
-        const GLMchunk& chunk = job.chunks[i];
-        for (std::uint32_t k = 0; k < chunk.events.count; ++k) {
-            const GLMevent& event = chunk.events.items[k];
-            if (event.keyword != GLMkeyword::library) continue;
-            job.call.line = chunk.before.lines + event.line + 1;
-            if (!addLibraries(job, chunk.names.items[event.value] + 1)) return false;
-        }
-    }
-    job.call.line = 0;
-    if (job.libraries.count == 0) return true;
-    job.model->mtllibname = __glmTryCopy(job.call, job.libraries.items[0]);
-    return job.model->mtllibname != nullptr;
-}
-
 // ---- States -------------------------------------------------------------------------------------------------------
-
-struct Joiner {
-    GLMjob& job;
-    GLMnames groups = {}, materials = {};
-    GLMstate state = {};
-    std::uint32_t objects = 0;
-};
 
 bool nameIt(GLMcall& call, GLMnames& names, const char* name, std::uint32_t number) {
     if (__glmAddName(names, name, number)) return true;
@@ -147,137 +139,315 @@ bool nameIt(GLMcall& call, GLMnames& names, const char* name, std::uint32_t numb
     return false;
 }
 
+template <typename T>
+bool addTo(GLMcall& call, GLMlist<T>& list, const T& item) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
+    if (!list.add(item)) __glmFailAtMemory(call, list.count, sizeof(T));
+    return !call.failed;
+}
+
 // The number of the group of that name, which is made when it is new. False when memory is short.
-bool findGroup(Joiner& joiner, const char* name, std::uint32_t& number) {
-    GLMjob& job = joiner.job;
-    if (const std::uint32_t* known = __glmFindName(joiner.groups, name)) {
+bool findGroup(GLMjob& job, const char* name, std::uint32_t& number) {
+    if (const std::uint32_t* known = __glmFindName(job.groupNumbers, name)) {
         number = *known;
         return true;
     }
     number = job.groups.count;
     GLMgroup* const group = __glmNewGroup(job.call, job.model, name);
-    if (group == nullptr) return false;
-    if (!job.groups.add(group)) __glmFailAtMemory(job.call, job.groups.count, sizeof(void*));
-    return !job.call.failed && nameIt(job.call, joiner.groups, group->name, number);
+    return group != nullptr && addTo(job.call, job.groups, group) &&
+           nameIt(job.call, job.groupNumbers, group->name, number);
 }
 
-void selectMaterial(Joiner& joiner, const char* name) {
-    GLMcall& call = joiner.job.call;
-    const std::uint32_t* const found = __glmFindName(joiner.materials, name);
-    joiner.state.material = found != nullptr ? *found : 0;
-    if (*name == '\0')
-        __glmWarn(call, GLMplace::none, "glmReadOBJ: \"usemtl\" without a name, taken as the default material");
-    else if (found == nullptr && call.options.libraries)
-        __glmWarn(call, GLMplace::none, GLM_NO_SUCH_MATERIAL, name);
+// Reads the libraries of a statement, and numbers the new materials.
+bool selectLibraries(GLMjob& job, const char* rest) {
+    std::uint32_t i = job.model->nummaterials;
+    if (!addLibraries(job, rest)) return false;
+    for (; i < job.model->nummaterials; ++i)
+        if (!nameIt(job.call, job.materialNumbers, job.model->materials[i].name, i)) return false;
+    return true;
 }
 
-bool selectObject(Joiner& joiner, const char* name) {
-    joiner.state.object = joiner.objects++;
-    GLMextras* const extras = joiner.job.extras;
-    return extras == nullptr || addString(joiner.job.call, extras->objectnames, extras->numobjects, name);
+// A material whose library comes later in the text, if at all, gets a number of its own until then.
+bool selectWanted(GLMjob& job, const char* name) {
+    if (const std::uint32_t* known = __glmFindName(job.wantedNumbers, name)) {
+        ++job.wanted.items[*known].count;
+        job.state.material = GLM_WANTED + *known;
+        return true;
+    }
+    GLMstring copy(__glmTryCopy(job.call, name));
+    const std::uint32_t number = job.wanted.count;
+    if (copy == nullptr ||
+        !addTo(job.call, job.wanted, {.name = copy.get(), .line = job.call.line, .count = 1, .number = 0}))
+        return false;
+    job.state.material = GLM_WANTED + number;
+    return nameIt(job.call, job.wantedNumbers, copy.release(), number);
 }
 
-// A group's material is the first one that is chosen while it holds a triangle, or in force at one.
-void countMembers(Joiner& joiner, std::uint32_t triangles) {
-    GLMgroup& group = *joiner.job.groups.items[joiner.state.group];
+bool selectMaterial(GLMjob& job, const char* name) {
+    const std::uint32_t* const found = __glmFindName(job.materialNumbers, name);
+    if (found == nullptr || *name == '\0') return selectWanted(job, name);
+    job.state.material = *found;
+    return true;
+}
+
+bool selectObject(GLMjob& job, const char* name) {
+    GLMextras* const extras = job.extras;
+    if (extras == nullptr) return true;
+    job.state.object = extras->numobjects;
+    return addString(job.call, extras->objectnames, extras->numobjects, name);
+}
+
+// A group's material is the first one but the default that is chosen while it holds a triangle, or in force at one.
+bool chooseMaterial(GLMjob& job, GLMgroup& group) {
+    const std::uint32_t material = job.state.material;
+    if (group.numtriangles == 0 || (group.material != 0 && group.material < GLM_WANTED)) return true;
+    if (group.material == 0 && material < GLM_WANTED) {
+        group.material = material;
+        return true;
+    }
+    group.material = GLM_WANTED;
+    const GLMchoice choice{.group = job.state.group, .material = material};
+    const GLMchoice* const last = job.choices.count > 0 ? &job.choices.items[job.choices.count - 1] : nullptr;
+    const bool again = last != nullptr && last->group == choice.group && last->material == choice.material;
+    return again || addTo(job.call, job.choices, choice);
+}
+
+// Triangles that the group in force gets, if any.
+bool countMembers(GLMjob& job, std::uint32_t triangles) {
+    GLMgroup& group = *job.groups.items[job.state.group];
     group.numtriangles += triangles;
-    if (group.material == 0 && group.numtriangles > 0) group.material = joiner.state.material;
+    if (!chooseMaterial(job, group)) return false;
+    if (triangles == 0) return true;
+    GLMrun* const last = job.runs.count > 0 ? &job.runs.items[job.runs.count - 1] : nullptr;
+    if (last == nullptr || last->group != job.state.group)
+        return addTo(job.call, job.runs, {.group = job.state.group, .count = triangles});
+    last->count += triangles;
+    return true;
 }
 
-bool select(Joiner& joiner, const GLMchunk& chunk, GLMevent& event) {
+bool select(GLMjob& job, const GLMchunk& chunk, GLMevent& event) {
     const char* const name = event.keyword == GLMkeyword::smoothing ? "" : chunk.names.items[event.value] + 1;
-    GLMstate& state = joiner.state;
-    joiner.job.call.line = chunk.before.lines + event.line + 1;
+    GLMstate& state = job.state;
+    job.call.line = chunk.before.lines + event.line + 1;
     switch (event.keyword) {
     case GLMkeyword::group:
-        if (!findGroup(joiner, *name != '\0' ? name : "default", state.group)) return false;
+        if (!findGroup(job, *name != '\0' ? name : "default", state.group)) return false;
         event.value = state.group;
-        event.at = joiner.job.groups.items[state.group]->numtriangles;
         return true;
     case GLMkeyword::material:
-        selectMaterial(joiner, name);
+        if (!selectMaterial(job, name)) return false;
         event.value = state.material;
-        countMembers(joiner, 0);
-        return true;
+        return countMembers(job, 0);
     case GLMkeyword::object:
-        if (!selectObject(joiner, name)) return false;
+        if (!selectObject(job, name)) return false;
         event.value = state.object;
         return true;
     case GLMkeyword::smoothing:
         state.smoothing = event.value;
         return true;
     default:
-        return true;
+        return selectLibraries(job, name);
     }
 }
 
-bool joinStates(Joiner& joiner, GLMchunk& chunk) {
-    chunk.state = joiner.state;
-    chunk.state.groupAt = joiner.job.groups.items[joiner.state.group]->numtriangles;
+bool joinStates(GLMjob& job, GLMchunk& chunk) {
+    if (job.groups.count == 0 && !findGroup(job, "default", job.state.group)) return false;
+    chunk.state = job.state;
     std::uint32_t counted = 0;
     for (std::uint32_t i = 0; i < chunk.events.count; ++i) {
         GLMevent& event = chunk.events.items[i];
-        const std::uint32_t at = event.at;
-        if (at != counted) countMembers(joiner, at - counted);
-        counted = at;
-        if (!select(joiner, chunk, event)) return false;
+        if (event.at != counted && !countMembers(job, event.at - counted)) return false;
+        counted = event.at;
+        if (!select(job, chunk, event)) return false;
     }
-    const auto left = static_cast<std::uint32_t>(chunk.counts.triangles) - counted;
-    if (left > 0) countMembers(joiner, left);
-    chunk.dropNames();
-    return !joiner.job.call.failed;
-}
-
-bool joinAllStates(GLMjob& job) {
-    Joiner joiner{.job = job};
-    if (!findGroup(joiner, "default", joiner.state.group)) return false;
-    for (std::uint32_t i = 0; i < job.model->nummaterials; ++i)
-        if (!nameIt(job.call, joiner.materials, job.model->materials[i].name, i)) return false;
-    for (std::size_t i = 0; i < job.count; ++i)
-        if (!joinStates(joiner, job.chunks[i])) return false;
     job.call.line = 0;
-    return true;
+    chunk.dropNames();
+    return countMembers(job, static_cast<std::uint32_t>(chunk.counts.triangles) - counted);
 }
 
 // ---- Arrays -------------------------------------------------------------------------------------------------------
 
-bool makeExtras(GLMjob& job) {
-    GLMcall& call = job.call;
+// Makes the array as large as that, or makes it. False when memory is short.
+template <typename T>
+bool resize(T*& array, std::uint64_t count, std::size_t size) {
+    if (count > SIZE_MAX) return false;
+    void* const memory = __glmRegrow(array, static_cast<std::size_t>(count), size * sizeof(T));
+    if (memory != nullptr) array = static_cast<T*>(memory);
+    return memory != nullptr;
+}
+
+// Of entries that count from 1.
+bool resizeEntries(float*& array, std::uint64_t count, std::size_t size) {
+    const bool first = array == nullptr;
+    if (!resize(array, count + 1, size)) return false;
+    if (first) std::fill_n(array, size, 0.0f);
+    return true;
+}
+
+bool resizeExtras(const GLMjob& job, const GLMcounts& room) {
     GLMextras& extras = *job.extras;
-    const auto has = [&](bool GLMchunk::*what) {
-        return std::any_of(job.chunks.get(), job.chunks.get() + job.count,
-                           [&](const GLMchunk& chunk) { return chunk.*what; });
+    const std::uint64_t elements = extras.elements != nullptr ? job.room.elements : 0;
+    if (room.elements > 0 && !resize(extras.elements, room.elements, 1)) return false;
+    if (room.elements > elements)  // the room between their members, too
+        std::memset(static_cast<void*>(extras.elements + elements), 0,
+                    static_cast<std::size_t>(room.elements - elements) * sizeof(GLMelement));
+    return (room.elements == 0 || resize(extras.corners, room.corners, 1)) &&
+           (!job.colored || resizeEntries(extras.colors, room.positions, GLM_VECTOR_SIZE)) &&
+           (!job.smoothed || resize(extras.smoothing, room.triangles, 1)) &&
+           (!job.inObjects || resize(extras.objects, room.triangles, 1));
+}
+
+// Gives all arrays room for so many entries. False when memory is short.
+bool resizeAll(const GLMjob& job, const GLMcounts& room) {
+    GLMmodel& model = *job.model;
+    return resizeEntries(model.vertices, room.positions, GLM_VECTOR_SIZE) &&
+           (room.normals == 0 || resizeEntries(model.normals, room.normals, GLM_VECTOR_SIZE)) &&
+           (room.texcoords == 0 || resizeEntries(model.texcoords, room.texcoords, GLM_TEXCOORD_SIZE)) &&
+           resize(model.triangles, room.triangles, 1) &&
+           resizeEntries(model.facetnorms, room.triangles, GLM_VECTOR_SIZE) &&
+           (job.extras == nullptr || resizeExtras(job, room));
+}
+
+constexpr std::uint64_t GLMcounts::*COUNTS[] = {&GLMcounts::positions, &GLMcounts::normals,  &GLMcounts::texcoords,
+                                                &GLMcounts::triangles, &GLMcounts::elements, &GLMcounts::corners};
+
+// Room for what there is so far, and for what will come if the text goes on like this chunk, within reason. Of a pipe
+// nobody knows how it goes on. Pages that are never touched take no memory.
+GLMcounts roomAhead(const GLMjob& job, const GLMchunk& chunk) {
+    constexpr double MARGIN = 1.06, LEAST_SIZE = 8;  // of a triangle's text, or a position's
+    const auto size = static_cast<double>(chunk.end - chunk.begin);
+    const double left = job.source.pipe != nullptr ? 0 : MARGIN * static_cast<double>(job.source.size - chunk.end);
+    GLMcounts room = job.room;
+    for (std::uint64_t GLMcounts::*count : COUNTS) {
+        const std::uint64_t sum = job.sum.*count;
+        if (sum <= room.*count) continue;
+        const double each = std::min(static_cast<double>(chunk.counts.*count) / size, 1 / LEAST_SIZE);
+        const auto more = static_cast<std::uint64_t>(each * left);
+        room.*count = sum + (job.source.pipe != nullptr ? sum / 2 : more);
+    }
+    return room;
+}
+
+bool wantExtras(GLMjob& job, const GLMchunk& chunk) {
+    if (job.extras == nullptr) return false;
+    const auto want = [](bool& has, bool wanted, std::uint32_t& from, std::uint64_t before) {
+        if (has || !wanted) return false;
+        from = static_cast<std::uint32_t>(before);
+        return has = true;
     };
-    const std::uint32_t triangles = job.model->numtriangles;
-    for (std::uint32_t i = 0; i < job.groups.count; ++i)
-        if (!addString(call, extras.groupnames, extras.numgroups, job.groups.items[i]->name)) return false;
-    extras.numlibraries = job.libraries.count;
-    extras.libraries = job.libraries.items.release();
-    job.libraries.count = 0;
-    if (has(&GLMchunk::colored)) extras.numcolors = job.model->numvertices;
-    if (extras.numcolors > 0) extras.colors = __glmTryEntries(call, extras.numcolors, GLM_VECTOR_SIZE);
-    extras.numtriangles = triangles;
-    if (extras.numobjects > 0) extras.objects = __glmTryArray<std::uint32_t>(call, triangles);
-    if (has(&GLMchunk::smoothed)) extras.smoothing = __glmTryArray<std::uint32_t>(call, triangles);
-    if (extras.numelements > 0) extras.elements = __glmTryArray<GLMelement>(call, extras.numelements);
-    if (extras.numelements > 0) extras.corners = __glmTryArray<GLMelementcorner>(call, extras.numcorners);
+    const bool colors = want(job.colored, chunk.colored, job.colorsFrom, chunk.before.positions);
+    const bool smoothing = want(job.smoothed, chunk.smoothed, job.smoothingFrom, chunk.before.triangles);
+    const bool objects = want(job.inObjects, job.extras->numobjects > 0, job.objectsFrom, chunk.before.triangles);
+    return colors || smoothing || objects;
+}
+
+// The arrays move when nobody fills them.
+bool makeRoom(GLMjob& job, const GLMchunk& chunk, std::unique_lock<std::mutex>& lock) {
+    const auto fits = [&](std::uint64_t GLMcounts::*count) { return job.sum.*count <= job.room.*count; };
+    if (!wantExtras(job, chunk) && std::all_of(std::begin(COUNTS), std::end(COUNTS), fits)) return true;
+    job.changed.wait(lock, [&] { return job.filling == 0; });
+    const GLMcounts room = roomAhead(job, chunk);
+    if (!resizeAll(job, room)) __glmFailAtMemory(job.call, job.model->numtriangles, sizeof(GLMtriangle));
+    job.room = room;
+    return !job.call.failed;
+}
+
+// ---- The end ------------------------------------------------------------------------------------------------------
+
+// Materials that were wanted before their libraries came, or whose libraries never came.
+bool findWanted(GLMjob& job) {
+    GLMcall& call = job.call;
+    for (std::uint32_t i = 0; i < job.wanted.count; ++i) {
+        const GLMwanted& wanted = job.wanted.items[i];
+        const std::uint32_t* const found = __glmFindName(job.materialNumbers, wanted.name);
+        call.line = wanted.line;
+        call.times = wanted.count;
+        if (*wanted.name == '\0')
+            __glmWarn(call, GLMplace::none, "glmReadOBJ: \"usemtl\" without a name, taken as the default material");
+        else if (found == nullptr && call.options.libraries)
+            __glmWarn(call, GLMplace::none, GLM_NO_SUCH_MATERIAL, wanted.name);
+        job.wanted.items[i].number = found != nullptr ? *found : 0;
+    }
+    call.line = 0;
+    call.times = 1;
     return !call.failed;
 }
 
-bool makeArrays(GLMjob& job) {
-    GLMcall& call = job.call;
+void settleMaterials(const GLMjob& job) {
+    if (job.wanted.count == 0) return;
+    const auto settled = [&](std::uint32_t material) {
+        return material < GLM_WANTED ? material : job.wanted.items[material - GLM_WANTED].number;
+    };
+    for (std::uint32_t i = 0; i < job.groups.count; ++i)
+        if (job.groups.items[i]->material == GLM_WANTED) job.groups.items[i]->material = 0;
+    for (std::uint32_t i = 0; i < job.choices.count; ++i) {
+        GLMgroup& group = *job.groups.items[job.choices.items[i].group];
+        if (group.material == 0) group.material = settled(job.choices.items[i].material);
+    }
+    for (std::uint32_t i = 0; i < job.model->numtriangles; ++i) {
+        std::uint32_t& material = job.model->triangles[i].material;
+        material = settled(material);
+    }
+    if (job.extras == nullptr) return;
+    for (std::uint32_t i = 0; i < job.extras->numelements; ++i)
+        job.extras->elements[i].material = settled(job.extras->elements[i].material);
+}
+
+bool makeMembers(GLMjob& job) {
+    for (std::uint32_t i = 0; i < job.groups.count; ++i) {
+        GLMgroup& group = *job.groups.items[i];
+        group.triangles =
+            static_cast<std::uint32_t*>(__glmRegrow(nullptr, group.numtriangles, sizeof(std::uint32_t)));
+        if (group.triangles == nullptr) __glmFailAtMemory(job.call, group.numtriangles, sizeof(std::uint32_t));
+        if (group.triangles == nullptr) return false;
+        group.numtriangles = 0;  // they are counted again
+    }
+    std::uint32_t next = 0;
+    for (std::uint32_t i = 0; i < job.runs.count; ++i) {
+        GLMgroup& group = *job.groups.items[job.runs.items[i].group];
+        const std::uint32_t count = job.runs.items[i].count;
+        std::iota(group.triangles + group.numtriangles, group.triangles + group.numtriangles + count, next);
+        group.numtriangles += count;
+        next += count;
+    }
+    return true;
+}
+
+bool finishExtras(GLMjob& job) {
+    GLMextras& extras = *job.extras;
+    for (std::uint32_t i = 0; i < job.groups.count; ++i)
+        if (!addString(job.call, extras.groupnames, extras.numgroups, job.groups.items[i]->name)) return false;
+    extras.numlibraries = job.libraries.count;
+    extras.libraries = job.libraries.items.release();
+    job.libraries.count = 0;
+    extras.numtriangles = job.model->numtriangles;
+    if (job.colored) {
+        extras.numcolors = job.model->numvertices;
+        std::fill_n(extras.colors + GLM_VECTOR_SIZE, GLM_VECTOR_SIZE * job.colorsFrom, 1.0f);
+    }
+    if (job.smoothed) std::fill_n(extras.smoothing, job.smoothingFrom, 0);
+    if (job.inObjects) std::fill_n(extras.objects, job.objectsFrom, GLM_NO_INDEX);
+    return true;
+}
+
+bool finishModel(GLMjob& job) {
     GLMmodel& model = *job.model;
-    for (std::uint32_t i = 0; i < job.groups.count && !call.failed; ++i)
-        job.groups.items[i]->triangles = __glmTryArray<std::uint32_t>(call, job.groups.items[i]->numtriangles);
-    model.vertices = __glmTryEntries(call, model.numvertices, GLM_VECTOR_SIZE);
-    model.triangles = __glmTryArray<GLMtriangle>(call, model.numtriangles);
-    model.facetnorms = __glmTryEntries(call, model.numtriangles, GLM_VECTOR_SIZE);
-    if (model.numnormals > 0) model.normals = __glmTryEntries(call, model.numnormals, GLM_VECTOR_SIZE);
-    if (model.numtexcoords > 0) model.texcoords = __glmTryEntries(call, model.numtexcoords, GLM_TEXCOORD_SIZE);
     model.numfacetnorms = model.numtriangles;
-    return !call.failed && (job.extras == nullptr || makeExtras(job));
+    if (job.libraries.count == 0) return true;
+    model.mtllibname = __glmTryCopy(job.call, job.libraries.items[0]);
+    return model.mtllibname != nullptr;
 }
 
 }  // namespace
 
-bool __glmJoin(GLMjob& job) { return addUp(job) && readLibraries(job) && joinAllStates(job) && makeArrays(job); }
+bool __glmJoinChunk(GLMjob& job, GLMchunk& chunk, std::unique_lock<std::mutex>& lock) {
+    noteMore(job, chunk);
+    return addUp(job, chunk) && joinStates(job, chunk) && makeRoom(job, chunk, lock);
+}
+
+bool __glmJoinEnd(GLMjob& job) {
+    if (!findWanted(job)) return false;
+    settleMaterials(job);
+    if (!resizeAll(job, job.sum)) __glmFailAtMemory(job.call, job.model->numtriangles, sizeof(GLMtriangle));
+    return !job.call.failed && makeMembers(job) && finishModel(job) && (job.extras == nullptr || finishExtras(job));
+}

@@ -1,5 +1,6 @@
 #include "glm/glm_lines.h"
 
+#include "glm/glm_text.h"
 #include "glm/glm_threads.h"
 #include "glm/glm_triangulate.h"
 
@@ -14,8 +15,8 @@
 
 namespace {
 
-// Small enough that threads end at the same time, large enough that what is kept of each is little.
-constexpr std::size_t CHUNK = std::size_t{1} << 20;
+// Its text and its part of the arrays stay in the processor's cache.
+constexpr std::size_t CHUNK = std::size_t{256} << 10;
 
 struct Word {
     std::string_view text;
@@ -85,109 +86,22 @@ void GLMchunk::dropNames() {
 
 GLMjob::~GLMjob() {
     for (std::uint32_t i = 0; i < libraries.count; ++i) std::free(libraries.items[i]);
+    for (std::uint32_t i = 0; i < wanted.count; ++i) std::free(wanted.items[i].name);
+    for (std::uint32_t i = 0; i < waiting.count; ++i) delete waiting.items[i];
 }
 
-void __glmFailChunk(GLMchunk& chunk, std::uint64_t place, const char* format, ...) {
-    if (chunk.error[0] != '\0') return;
+void __glmFailChunk(GLMchunk& chunk, std::uint64_t line, const char* format, ...) {
+    GLMfailure& failure = chunk.failure;
+    if (failure.text[0] != '\0') return;
     std::va_list values;
     va_start(values, format);
     // The analyzer misses the va_start.
-    std::vsnprintf(chunk.error, sizeof chunk.error, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
+    std::vsnprintf(failure.text, sizeof failure.text, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
     va_end(values);
-    chunk.errorAt = place;
+    failure.line = line;
 }
-
-std::uint64_t __glmLineOf(const GLMjob& job, const GLMchunk& chunk, std::uint64_t place) {
-    return chunk.before.lines + __glmCountLines(job.source, chunk.begin, place) + 1;
-}
-
-// ---- Passes -------------------------------------------------------------------------------------------------------
 
 namespace {
-
-constexpr int PASSES = 2;
-
-// Cuts the text. False when the call fails.
-bool cutChunks(GLMjob& job, std::size_t size) {
-    constexpr unsigned char MARK[] = {0xef, 0xbb, 0xbf};  // of UTF-8
-    const std::uint64_t total = job.source.size;
-    const auto most = static_cast<std::size_t>(total / size) + 1;
-    job.chunks.reset(new (std::nothrow) GLMchunk[most]);
-    if (job.chunks == nullptr) {
-        __glmFailAtMemory(job.call, most, sizeof(GLMchunk));
-        return false;
-    }
-    char first[sizeof MARK];
-    bool failed = total >= sizeof first && !__glmReadAt(job.source, 0, first, sizeof first);
-    std::uint64_t begin = total >= sizeof first && std::memcmp(first, MARK, sizeof MARK) == 0 ? sizeof MARK : 0;
-    while (begin < total && !failed) {
-        GLMchunk& chunk = job.chunks[job.count++];
-        chunk.begin = begin;
-        chunk.end = begin =
-            __glmCut(job.source, std::max<std::uint64_t>(begin + 1, std::uint64_t{size} * job.count), failed);
-    }
-    if (failed) __glmFail(job.call, GLMplace::none, "can't read file \"%s\"", job.model->pathname);
-    return !failed;
-}
-
-// Notes that a chunk has failed: those behind it need not be read any more.
-void noteFailure(GLMjob& job, std::size_t chunk) {
-    std::size_t first = job.failed.load();
-    while (chunk < first && !job.failed.compare_exchange_weak(first, chunk)) {
-    }
-}
-
-// Tells of it on the caller's thread, the first worker. False when it cancels.
-bool tellProgress(GLMjob& job, std::uint64_t bytes, unsigned worker) {
-    const std::uint64_t done = job.done.fetch_add(bytes) + bytes;
-    if (worker != 0) return true;
-    __glmTellDone(job.call, static_cast<double>(done) / static_cast<double>(PASSES * job.source.size));
-    if (job.call.failed) noteFailure(job, 0);
-    return !job.call.failed;
-}
-
-// Reads a chunk, window by window. `state` is what `pass` goes on with from one to the next. False when it is not
-// read to its end.
-template <typename State>
-bool readChunk(GLMjob& job, std::size_t number, unsigned worker, State state,
-               bool (*pass)(State&, const GLMwindow&)) {
-    GLMchunk& chunk = job.chunks[number];
-    GLMwindow& window = job.windows[worker];
-    __glmStartWindow(window, job.source, chunk.begin, chunk.end);
-    std::uint64_t told = chunk.begin;
-    bool goesOn = number <= job.failed;
-    while (goesOn && __glmNextLines(window)) {
-        const bool passed = pass(state, window);
-        goesOn = tellProgress(job, window.next - std::exchange(told, window.next), worker) && passed &&
-                 number <= job.failed;
-    }
-    if (window.error != nullptr) __glmFailChunk(chunk, chunk.begin, "%s", window.error);
-    if (chunk.error[0] != '\0') noteFailure(job, number);
-    return goesOn && window.error == nullptr;
-}
-
-// Makes the first chunk's failure the call's, if one has failed. False when the call fails.
-bool endPass(GLMjob& job) {
-    if (job.call.failed) return false;
-    for (std::size_t i = 0; i < job.count; ++i) {
-        GLMchunk& chunk = job.chunks[i];
-        if (chunk.error[0] != '\0') {
-            job.call.line = __glmLineOf(job, chunk, chunk.errorAt);
-            __glmFail(job.call, GLMplace::none, "%s", chunk.error);
-            return false;
-        }
-        // Those in front of a failure; the rest is added up when all have been counted.
-        if (i + 1 < job.count) job.chunks[i + 1].before.lines = chunk.before.lines + chunk.counts.lines;
-    }
-    return true;
-}
-
-bool requireStatements(GLMjob& job) {
-    const auto known = [](const GLMchunk& chunk) { return chunk.known; };
-    if (std::any_of(job.chunks.get(), job.chunks.get() + job.count, known)) return true;
-    __glmFail(job.call, GLMplace::none, "glmReadOBJ: no statement of an OBJ file in it");
-    return false;
-}
 
 // ---- Triangles ----------------------------------------------------------------------------------------------------
 
@@ -238,17 +152,16 @@ bool cutFan(const GLMmodel& model, GLMtriangle* fan, std::uint32_t count) {
                       {.triangles = triangles.get(), .corners = corners.get(), .positions = positions.get()});
 }
 
-// The facets of a chunk's faces, each of which starts with the number of its triangles.
-void makeFacets(const GLMmodel& model, GLMchunk& chunk) {
-    auto first = static_cast<std::uint32_t>(chunk.before.triangles);
-    const auto last = static_cast<std::uint32_t>(chunk.before.triangles + chunk.counts.triangles);
-    while (first < last) {
+// The facets of faces, each of which starts with the number of its triangles.
+void makeFacets(const GLMmodel& model, GLMspan span, GLMchunk& chunk) {
+    std::uint32_t first = span.first;
+    while (first < span.last) {
         std::uint32_t next = first;
-        while (next < last && model.triangles[next].findex == 1) ++next;
+        while (next < span.last && model.triangles[next].findex == 1) ++next;
         if (next == first) {
             const std::uint32_t count = model.triangles[first].findex;
             if (!cutFan(model, model.triangles + first, count))
-                return __glmFailChunk(chunk, chunk.begin, "out of memory (%u corners of one face)", count + 2);
+                return __glmFailChunk(chunk, 0, "out of memory (%u corners of one face)", count + 2);
             next += count;
         }
         __glmMakeFacets(model, first, next);
@@ -256,32 +169,195 @@ void makeFacets(const GLMmodel& model, GLMchunk& chunk) {
     }
 }
 
-// ---- The passes ---------------------------------------------------------------------------------------------------
-
-// Each thread takes the next chunk when it is done with one.
-bool countAll(GLMjob& job) {
-    __glmShare(job.threads, job.count, [&](std::size_t number, unsigned worker) {
-        readChunk(job, number, worker, __glmCounterOf(job, job.chunks[number]), __glmCountWindow);
-    });
-    return endPass(job) && requireStatements(job);
+GLMspan trianglesOf(const GLMchunk& chunk) {
+    return {.first = static_cast<std::uint32_t>(chunk.before.triangles),
+            .last = static_cast<std::uint32_t>(chunk.before.triangles + chunk.counts.triangles)};
 }
 
-// Chunks with positions are filled before those without, whose facets are made while the processor still has them at
-// hand.
-bool fillAll(GLMjob& job) {
-    for (const bool positions : {true, false})
-        __glmShare(job.threads, job.count, [&](std::size_t number, unsigned worker) {
-            GLMchunk& chunk = job.chunks[number];
-            if ((chunk.counts.positions > 0) == positions &&
-                readChunk(job, number, worker, __glmFillerOf(job, chunk), __glmFillWindow) && !positions)
-                makeFacets(*job.model, chunk);
-        });
-    if (!endPass(job)) return false;
-    __glmShare(job.threads, job.count, [&](std::size_t number, unsigned) {
-        GLMchunk& chunk = job.chunks[number];
-        if (chunk.counts.positions > 0) makeFacets(*job.model, chunk);
+// ---- Chunks -------------------------------------------------------------------------------------------------------
+
+using Lock = std::unique_lock<std::mutex>;
+using Chunk = std::unique_ptr<GLMchunk>;
+
+void readMark(GLMchunk& chunk, const GLMwindow& window) {
+    const std::string_view text(window.begin, static_cast<std::size_t>(window.end - window.begin));
+    if (text.starts_with(GLM_UTF_8)) std::fill_n(window.begin, GLM_UTF_8.size(), ' ');
+    if (__glmIsUtf16(text)) __glmFailChunk(chunk, 0, "glmReadOBJ: the file is UTF-16 text; save it as UTF-8");
+}
+
+// Brings a chunk's text into the window, unless it is a pipe's, and then there.
+void loadChunk(const GLMjob& job, GLMchunk& chunk, GLMwindow& window) {
+    const char* error = nullptr;
+    if (job.source.pipe == nullptr) error = __glmLoadLines(window, job.source, chunk.begin, chunk.end);
+    if (error != nullptr) return __glmFailChunk(chunk, 0, "%s", error);
+    if (chunk.number == 0) readMark(chunk, window);
+}
+
+// Finds where the next chunk ends, which a pipe's text has to be read for. False where there is none.
+bool cutChunk(GLMjob& job, GLMchunk& chunk, GLMwindow& window) {
+    chunk.begin = job.next;
+    if (job.source.pipe != nullptr) {
+        const char* const error = __glmLoadNext(window, job.source, job.chunk);
+        if (error != nullptr) __glmFailChunk(chunk, 0, "%s", error);
+        chunk.end = chunk.begin + static_cast<std::uint64_t>(window.end - window.begin);
+        return error != nullptr || chunk.end > chunk.begin;
+    }
+    if (chunk.begin == job.source.size) return false;
+    bool failed = false;
+    chunk.end = __glmCut(job.source, chunk.begin + job.chunk, failed);
+    if (failed) __glmFailChunk(chunk, 0, "%s", GLM_CANNOT_READ);
+    return true;
+}
+
+// The next chunk, or null where there is none or the call fails.
+Chunk takeChunk(GLMjob& job, GLMwindow& window) {
+    const Lock lock(job.lock);
+    if (job.call.failed || job.failed != SIZE_MAX) return nullptr;
+    Chunk chunk(new (std::nothrow) GLMchunk);
+    if (chunk == nullptr) {
+        __glmFailAtMemory(job.call, 1, sizeof(GLMchunk));
+        return nullptr;
+    }
+    if (!cutChunk(job, *chunk, window)) return nullptr;
+    chunk->number = job.taken++;
+    job.next = chunk->end;
+    return chunk;
+}
+
+// Tells of it on the caller's thread, the first worker. Where a pipe ends nobody knows.
+void tellProgress(GLMjob& job, const GLMchunk& chunk, unsigned worker) {
+    constexpr double SOME = 8 << 20;
+    if (worker != 0) return;
+    const auto done = static_cast<double>(chunk.end);
+    const double all = job.source.pipe != nullptr ? done + SOME : static_cast<double>(job.source.size);
+    __glmTellDone(job.call, done / all);
+}
+
+// A counted chunk's turn. False when it is not to be filled.
+bool takeTurn(GLMjob& job, GLMchunk& chunk, Lock& lock) {
+    job.changed.wait(lock, [&] { return job.turn == chunk.number; });
+    chunk.before = job.sum;
+    __glmNoteFailure(job, chunk);
+    const bool goesOn = !job.call.failed && chunk.number < job.failed && __glmJoinChunk(job, chunk, lock);
+    ++job.turn;
+    if (goesOn) {
+        ++job.filling;
+        if (chunk.counts.positions > 0) ++job.unplaced;
+    }
+    job.changed.notify_all();
+    return goesOn;
+}
+
+void addNotices(GLMjob& job, const GLMchunk& chunk) {
+    for (const GLMnotice notice : {GLMnotice::texcoords, GLMnotice::normals}) {
+        const auto index = static_cast<std::size_t>(notice);
+        const GLMnoted& noted = chunk.notices[index];
+        if (noted.count > 0) __glmNotice(job.notices[index], noted.count, chunk.before.lines + noted.line);
+    }
+}
+
+template <typename T>
+bool addTo(GLMjob& job, GLMlist<T>& list, const T& item) {
+    if (!list.add(item)) __glmFailAtMemory(job.call, list.count, sizeof(T));
+    return !job.call.failed;
+}
+
+// Keeps a chunk, and a pipe's text of it, until it can be filled again.
+void keep(GLMjob& job, Chunk& chunk, const GLMwindow& window) {
+    const char* const error = job.source.pipe != nullptr ? __glmCopyLines(chunk->kept, window) : nullptr;
+    if (error != nullptr) return __glmFail(job.call, GLMplace::none, "%s", error);
+    chunk->waits = false;
+    for (const GLMnotice notice : {GLMnotice::texcoords, GLMnotice::normals}) __glmNoted(*chunk, notice) = {};
+    if (addTo(job, job.waiting, chunk.get())) static_cast<void>(chunk.release());
+}
+
+// What follows from how a chunk was filled.
+void settleChunk(GLMjob& job, Chunk& chunk, const GLMwindow& window, bool filled) {
+    const GLMspan span = trianglesOf(*chunk);
+    Lock lock(job.lock);
+    if (chunk->counts.positions > 0) --job.unplaced;
+    // The facets are made while the processor has the chunk at hand, if all positions in front of it are there.
+    const bool left = !filled || chunk->waits || job.unplaced > 0;
+    if (!left && span.first < span.last) {
+        lock.unlock();
+        makeFacets(*job.model, span, *chunk);
+        lock.lock();
+    }
+    --job.filling;
+    __glmNoteFailure(job, *chunk);
+    if (filled && chunk->waits) {
+        keep(job, chunk, window);
+    } else {
+        addNotices(job, *chunk);
+        if (left && span.first < span.last) addTo(job, job.facets, span);
+    }
+    job.changed.notify_all();
+}
+
+void readChunk(GLMjob& job, Chunk chunk, GLMwindow& window, unsigned worker) {
+    if (chunk->failure.text[0] == '\0') loadChunk(job, *chunk, window);
+    if (chunk->failure.text[0] == '\0') __glmCountChunk(job, *chunk, window);
+    Lock lock(job.lock);
+    if (!takeTurn(job, *chunk, lock)) return;
+    tellProgress(job, *chunk, worker);
+    GLMfiller filler = __glmFillerOf(job, *chunk, window, false);
+    lock.unlock();
+    settleChunk(job, chunk, window, __glmFillChunk(filler));
+}
+
+bool readChunks(GLMjob& job) {
+    __glmShare(job.threads, job.threads, [&](std::size_t, unsigned worker) {
+        while (Chunk chunk = takeChunk(job, job.windows[worker]))
+            readChunk(job, std::move(chunk), job.windows[worker], worker);
     });
-    return endPass(job);
+    return !job.call.failed;
+}
+
+// ---- What is left -------------------------------------------------------------------------------------------------
+
+// Makes the first chunk's failure the call's, if one has failed. False when the call fails.
+bool endChunks(GLMjob& job) {
+    if (!job.call.failed && job.failed != SIZE_MAX) {
+        job.call.line = job.failure.line + 1;
+        __glmFail(job.call, GLMplace::none, "%s", job.failure.text);
+    }
+    return !job.call.failed;
+}
+
+void refillChunk(GLMjob& job, GLMchunk& chunk, GLMwindow& window) {
+    const GLMwindow& text = chunk.kept.memory != nullptr ? chunk.kept : window;
+    if (&text == &window) loadChunk(job, chunk, window);
+    if (chunk.failure.text[0] == '\0') {
+        GLMfiller filler = __glmFillerOf(job, chunk, text, true);
+        __glmFillChunk(filler);
+    }
+    const Lock lock(job.lock);
+    __glmNoteFailure(job, chunk);
+    addNotices(job, chunk);
+    addTo(job, job.facets, trianglesOf(chunk));
+}
+
+// Fills the chunks again whose corners waited for what follows in the text.
+bool refillChunks(GLMjob& job) {
+    __glmShare(job.threads, job.waiting.count, [&](std::size_t number, unsigned worker) {
+        refillChunk(job, *job.waiting.items[number], job.windows[worker]);
+    });
+    return endChunks(job);
+}
+
+bool makeLeftFacets(GLMjob& job) {
+    __glmShare(job.threads, job.facets.count, [&](std::size_t number, unsigned) {
+        GLMchunk chunk;
+        makeFacets(*job.model, job.facets.items[number], chunk);
+        const Lock lock(job.lock);
+        __glmNoteFailure(job, chunk);
+    });
+    return endChunks(job);
+}
+
+bool requireStatements(GLMjob& job) {
+    if (!job.known) __glmFail(job.call, GLMplace::none, "glmReadOBJ: no statement of an OBJ file in it");
+    return job.known;
 }
 
 // ---- The whole ----------------------------------------------------------------------------------------------------
@@ -298,38 +374,28 @@ constexpr NoticeText NOTICES[] = {
     {GLMnotice::normals, "corner of a normal that is not there, taken as none"},
 };
 
-void warnOf(GLMjob& job, GLMnotice notice, const char* text) {
-    std::uint64_t count = 0;
-    const GLMchunk* first = nullptr;
-    const auto index = static_cast<std::size_t>(notice);
-    for (std::size_t i = 0; i < job.count; ++i) {
-        const std::uint64_t more = job.chunks[i].notices[index].count;
-        if (first == nullptr && more > 0) first = &job.chunks[i];
-        count += more;
-    }
-    if (first == nullptr) return;
-    job.call.line = __glmLineOf(job, *first, first->notices[index].first);
-    job.call.times = count;
-    if (notice == GLMnotice::unknown)
-        __glmWarn(job.call, GLMplace::none, "glmReadOBJ: unknown statements skipped, the first is \"%s\"",
-                  first->unknown);
-    else
-        __glmWarn(job.call, GLMplace::none, "glmReadOBJ: %s", text);
-    job.call.times = 1;
-    job.call.line = 0;
-}
-
 // False when the call fails, as it may where memory is short.
 bool warnOfAll(GLMjob& job) {
-    if (job.call.options.warn == nullptr) return true;
-    warnOf(job, GLMnotice::unknown, "");
-    for (const NoticeText& notice : NOTICES) warnOf(job, notice.notice, notice.text);
+    const auto warn = [&](GLMnotice notice, const char* text, const char* word) {
+        const GLMnoted& noted = job.notices[static_cast<std::size_t>(notice)];
+        if (noted.count == 0) return;
+        job.call.line = noted.line + 1;
+        job.call.times = noted.count;
+        __glmWarn(job.call, GLMplace::none, "glmReadOBJ: %s%s", text, word);
+    };
+    char quoted[sizeof job.unknown + 2];
+    std::snprintf(quoted, sizeof quoted, "\"%s\"", job.unknown);
+    warn(GLMnotice::unknown, "unknown statements skipped, the first is ", quoted);
+    for (const NoticeText& notice : NOTICES) warn(notice.notice, notice.text, "");
+    job.call.line = 0;
+    job.call.times = 1;
     return !job.call.failed;
 }
 
-bool prepare(GLMjob& job, std::size_t chunkSize) {
-    if (!cutChunks(job, chunkSize)) return false;
-    job.threads = __glmThreadCount(job.call.options.threads, job.count);
+bool prepare(GLMjob& job) {
+    const std::uint64_t pieces = job.source.pipe != nullptr ? 1 : job.source.size / job.chunk + 1;
+    const auto most = static_cast<std::size_t>(std::min<std::uint64_t>(pieces, SIZE_MAX));
+    job.threads = __glmThreadCount(job.call.options.threads, most);
     job.windows.reset(new (std::nothrow) GLMwindow[job.threads]());
     if (job.windows == nullptr) __glmFailAtMemory(job.call, job.threads, sizeof(GLMwindow));
     return job.windows != nullptr;
@@ -337,10 +403,14 @@ bool prepare(GLMjob& job, std::size_t chunkSize) {
 
 }  // namespace
 
-bool __glmReadLines(GLMcall& call, const GLMtext& text, GLMmodel* model, GLMextras* extras) {
-    GLMjob job{.call = call, .model = model, .extras = extras, .source = __glmSourceOf(text)};
-    const bool done = prepare(job, call.chunk != 0 ? call.chunk : CHUNK) && countAll(job) && __glmJoin(job) &&
-                      fillAll(job) && warnOfAll(job);
+bool __glmReadLines(GLMcall& call, GLMsource& source, GLMmodel* model, GLMextras* extras) {
+    GLMjob job{.call = call,
+               .model = model,
+               .extras = extras,
+               .source = source,
+               .chunk = call.chunk != 0 ? call.chunk : CHUNK};
+    const bool done = prepare(job) && readChunks(job) && endChunks(job) && requireStatements(job) &&
+                      refillChunks(job) && makeLeftFacets(job) && __glmJoinEnd(job) && warnOfAll(job);
     if (done) __glmTellDone(call, 1);
     return done && !call.failed;
 }

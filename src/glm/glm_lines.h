@@ -1,26 +1,29 @@
 // glm_lines.h - the reader of what today's programs write, which several threads share
 //
-// The text is cut at ends of lines into chunks. A first pass counts what is in each chunk and notes its statements of
-// state (groups, objects, smoothing groups, materials, libraries) with their names. Sums over the chunks in front of
-// it then give each its places in the model's arrays, from which relative indices count, and the state that it starts
-// with. A second pass fills the arrays, chunk by chunk; a third makes triangles of concave polygons, and facet
-// normals.
+// The text is cut at ends of lines into chunks, which are read in one go. A thread takes the next chunk, counts what
+// is in it and notes its statements of state (groups, objects, smoothing groups, materials, libraries) with their
+// names. Then it waits for its turn: one after the other, in the order of the text, the chunks get their places in
+// the model's arrays, which grow, and the state that they start with; relative indices count from these places. After
+// that the thread fills its part of the arrays while others do the same with theirs, and makes triangles of concave
+// polygons, and facet normals. A corner may name a position that a later chunk holds: its chunk is then filled again
+// at the end, when it is known what is there.
 //
 //   glm_source      the text, its lines
-//   glm_count.cpp   the first pass
-//   glm_join.cpp    what is between the passes
-//   glm_fill.cpp    the second pass
-//   glm_lines.cpp   the third, and the whole
+//   glm_count.cpp   what is in a chunk
+//   glm_join.cpp    its turn, and what is left to do at the end
+//   glm_fill.cpp    its part of the arrays
+//   glm_lines.cpp   the whole
 #pragma once
 
 #include "glm/glm_call.h"
 #include "glm/glm_names.h"
 #include "glm/glm_source.h"
 
-#include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 
 enum class GLMkeyword : std::uint8_t {
     position,
@@ -53,13 +56,13 @@ inline const char* __glmWordEnd(const char* p) {
 // A statement of state.
 struct GLMevent {
     std::uint32_t value;  // counting: the chunk's number of the name, or the smoothing group; then: what it selects
-    std::uint32_t at;     // triangles in front of it: counting, in the chunk; then, of a group, in that
+    std::uint32_t at;     // triangles of the chunk in front of it
     std::uint32_t line;   // in the chunk, from 0
     GLMkeyword keyword;
 };
 
 struct GLMstate {
-    std::uint32_t group = 0, groupAt = 0;  // the group, and how many of its triangles are in front
+    std::uint32_t group = 0;
     std::uint32_t object = GLM_NO_INDEX;
     std::uint32_t material = 0, smoothing = 0;
 };
@@ -68,7 +71,7 @@ struct GLMstate {
 enum class GLMnotice : std::uint8_t { curves, unknown, corners, smoothing, texcoords, normals };
 constexpr std::size_t GLM_NOTICES = 6;
 struct GLMnoted {
-    std::uint64_t count = 0, first = 0;  // the first one's place in the text
+    std::uint64_t count = 0, line = 0;  // the first one's, from 0
 };
 
 struct GLMcounts {
@@ -103,7 +106,15 @@ struct GLMlist {
     }
 };
 
+// Why the call fails; empty when it does not.
+struct GLMfailure {
+    char text[192] = "";
+    std::uint64_t line = 0;  // that this is about, from 0
+};
+
+// Its lines are counted from its own first one.
 struct GLMchunk {
+    std::size_t number = 0;
     std::uint64_t begin = 0, end = 0;  // places in the text
     GLMcounts counts = {};             // of what is in it
     GLMcounts before = {};             // of what is in front of it
@@ -112,12 +123,13 @@ struct GLMchunk {
     GLMlist<char*> names = {};  // of states: the keyword as a character, and the name; by first mention
     GLMnames numbers = {};      // theirs
     GLMnoted notices[GLM_NOTICES] = {};
-    char unknown[32] = "";      // its first unknown keyword
-    bool known = false;         // it has a statement
-    bool colored = false;       // some position has a colour
-    bool smoothed = false;      // it has a smoothing group
-    char error[192] = "";       // why the call fails; empty when it does not
-    std::uint64_t errorAt = 0;  // place in the text that this is about
+    char unknown[32] = "";  // its first unknown keyword
+    bool known = false;     // it has a statement
+    bool colored = false;   // some position has a colour
+    bool smoothed = false;  // it has a smoothing group
+    bool waits = false;     // a corner of it is right or wrong by what follows in the text
+    GLMfailure failure = {};
+    GLMwindow kept = {};  // its text, if that has to be kept
 
     GLMchunk() = default;
     GLMchunk(const GLMchunk&) = delete;
@@ -126,41 +138,92 @@ struct GLMchunk {
     void dropNames();
 };
 
+// Triangles in a row of one group.
+struct GLMrun {
+    std::uint32_t group, count;
+};
+
+// Triangles whose polygons are to be cut and whose facet normals are to be made.
+struct GLMspan {
+    std::uint32_t first, last;
+};
+
+// A material that was chosen while no library that had been read held it.
+struct GLMwanted {
+    char* name;
+    std::uint64_t line, count;  // of the first time, from 1; how many times
+    std::uint32_t number;       // of the material, at the end
+};
+
+// A material that may be a group's, if none in front of it is.
+struct GLMchoice {
+    std::uint32_t group, material;
+};
+
+// Numbers of wanted materials follow those of materials that are there.
+constexpr std::uint32_t GLM_WANTED = std::uint32_t{1} << 31;
+
 struct GLMjob {
     GLMcall& call;
     GLMmodel* model;
-    GLMextras* extras = nullptr;  // or null
-    GLMsource source = {};
+    GLMextras* extras;  // or null
+    GLMsource& source;
+    std::size_t chunk;  // bytes
     unsigned threads = 1;
-    std::unique_ptr<GLMchunk[]> chunks = {};
-    std::size_t count = 0;                      // of the chunks
     std::unique_ptr<GLMwindow[]> windows = {};  // one for each thread
-    GLMlist<GLMgroup*> groups = {};             // by first mention
-    GLMlist<char*> libraries = {};              // by first mention
-    std::atomic<std::size_t> failed{SIZE_MAX};  // the first chunk that has failed, as far as known
-    std::atomic<std::uint64_t> done{0};         // bytes read, in both passes
+
+    // The rest, the call and the model are for the thread that has this lock; array elements are the fillers'.
+    std::mutex lock = {};
+    std::condition_variable changed = {};
+    std::uint64_t next = 0;         // place of the next chunk
+    std::size_t taken = 0;          // chunks so far
+    std::size_t turn = 0;           // number of the chunk that is next to get its places
+    unsigned filling = 0;           // chunks that are being filled: arrays must stay where they are
+    unsigned unplaced = 0;          // those of them that hold positions
+    bool known = false;             // there is a statement
+    GLMcounts sum = {}, room = {};  // of what is in the chunks so far, and in the arrays
+    GLMstate state = {};            // behind them
+    bool colored = false, smoothed = false, inObjects = false;         // the extras have arrays of that, ...
+    std::uint32_t colorsFrom = 0, smoothingFrom = 0, objectsFrom = 0;  // ... which are filled from here on
+    GLMlist<GLMgroup*> groups = {};                                    // by first mention
+    GLMlist<char*> libraries = {};                                     // by first mention
+    GLMlist<GLMwanted> wanted = {};                                    // by first mention
+    GLMnames groupNumbers = {}, materialNumbers = {}, wantedNumbers = {};
+    GLMlist<GLMrun> runs = {};
+    GLMlist<GLMchoice> choices = {};  // of groups whose first material is a wanted one
+    GLMlist<GLMspan> facets = {};     // left for the end
+    GLMlist<GLMchunk*> waiting = {};  // to be filled again
+    GLMnoted notices[GLM_NOTICES] = {};
+    char unknown[sizeof GLMchunk::unknown] = "";
+    std::size_t failed = SIZE_MAX;  // the first chunk that has failed so far
+    GLMfailure failure = {};        // its own
 
     ~GLMjob();
 };
 
-// Notes why the call fails, for a place of the text, unless the chunk has failed before.
-[[gnu::format(printf, 3, 4)]] void __glmFailChunk(GLMchunk& chunk, std::uint64_t place, const char* format, ...);
+// Lets the job know of a chunk's failure. The caller has the lock.
+void __glmNoteFailure(GLMjob& job, const GLMchunk& chunk);
 
-inline void __glmNotice(GLMchunk& chunk, GLMnotice notice, std::uint64_t place) {
-    GLMnoted& noted = chunk.notices[static_cast<std::size_t>(notice)];
-    if (noted.count++ == 0) noted.first = place;
+// Notes why the call fails, for a line of the chunk, unless the chunk has failed before.
+[[gnu::format(printf, 3, 4)]] void __glmFailChunk(GLMchunk& chunk, std::uint64_t line, const char* format, ...);
+
+inline void __glmNotice(GLMnoted& noted, std::uint64_t count, std::uint64_t line) {
+    if (noted.count == 0 || line < noted.line) noted.line = line;
+    noted.count += count;
+}
+inline GLMnoted& __glmNoted(GLMchunk& chunk, GLMnotice notice) {
+    return chunk.notices[static_cast<std::size_t>(notice)];
 }
 
-// The first and the second pass over lines of a chunk, one window after the other. They return false when the chunk
-// fails.
-struct GLMcounter {
-    const GLMjob& job;
-    GLMchunk& chunk;
-    std::uint64_t offset = 0;  // of the window in the text
-    const char* window = nullptr;
-};
-GLMcounter __glmCounterOf(const GLMjob& job, GLMchunk& chunk);
-bool __glmCountWindow(GLMcounter& counter, const GLMwindow& window);
+// What is in a chunk. False when it fails.
+bool __glmCountChunk(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window);
+
+// A counted chunk's turn: adds up the counts, reads libraries, makes groups, room in the arrays and the chunk's
+// state. The caller has the lock. False when the call fails.
+bool __glmJoinChunk(GLMjob& job, GLMchunk& chunk, std::unique_lock<std::mutex>& lock);
+
+// After the last chunk: what belongs to the whole model, and arrays of their exact sizes. False when the call fails.
+bool __glmJoinEnd(GLMjob& job);
 
 // Of the next of each kind, in the whole text.
 struct GLMplaces {
@@ -168,26 +231,25 @@ struct GLMplaces {
 };
 
 struct GLMfiller : GLMplaces {
-    const GLMjob& job;
     GLMchunk& chunk;
-    GLMplaces end;  // of the chunk
+    const GLMwindow& window;
+    GLMplaces end;    // of the chunk
+    GLMplaces known;  // of what the text holds, as far as it is known
+    bool whole;       // that is all of it
     GLMstate state;
-    std::uint32_t event = 0;           // the chunk's next one
-    std::uint32_t* members = nullptr;  // of the state's group, ...
-    std::uint32_t room = 0;            // ... and how many they are
-    std::uint64_t offset = 0;          // of the window in the text
-    const char* window = nullptr;
+    bool polygons = false, takesElements = false;
+    std::uint32_t event = 0;  // the chunk's next one
+    float *vertices = nullptr, *normalArray = nullptr, *texcoordArray = nullptr, *colors = nullptr;
+    GLMtriangle* triangleArray = nullptr;
+    std::uint32_t *objects = nullptr, *smoothing = nullptr;
+    GLMelement* elementArray = nullptr;
+    GLMelementcorner* cornerArray = nullptr;
 };
-GLMfiller __glmFillerOf(const GLMjob& job, GLMchunk& chunk);
-bool __glmFillWindow(GLMfiller& filler, const GLMwindow& window);
 
-// Between the passes: adds up the counts, reads the libraries, and makes the groups, the arrays and the chunks'
-// states. False when the call fails.
-bool __glmJoin(GLMjob& job);
+// Fills a chunk's part of the arrays. The caller has the lock when it makes the filler, and keeps the arrays where
+// they are. False when the chunk fails.
+GLMfiller __glmFillerOf(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window, bool whole);
+bool __glmFillChunk(GLMfiller& filler);
 
-// The line of a place in a chunk, from 1.
-std::uint64_t __glmLineOf(const GLMjob& job, const GLMchunk& chunk, std::uint64_t place);
-
-// Reads a text whose file is read at any place, or whose bytes are all in memory, into an empty model and empty
-// extras (or null). False when the call fails.
-bool __glmReadLines(GLMcall& call, const GLMtext& text, GLMmodel* model, GLMextras* extras);
+// Reads a source into an empty model and empty extras (or null). False when the call fails.
+bool __glmReadLines(GLMcall& call, GLMsource& source, GLMmodel* model, GLMextras* extras);

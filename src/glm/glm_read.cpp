@@ -444,12 +444,13 @@ bool readStrictly(GLMcall& call, GLMtext text, GLMmodel* model) {
 
 bool readModel(GLMcall& call, const GLMmodelsource& source, GLMmodel* model, GLMextras* extras) {
     GLMtext text;
-    if (!openSource(call, source, text)) {
+    GLMsource lines;
+    const bool strict = call.options.strict;
+    if (!(strict ? openSource(call, source, text) : __glmOpenSource(source, lines))) {
         __glmFail(call, GLMplace::none, "glmReadOBJ() failed: can't open data file \"%s\".", source.path);
         return false;
     }
-    return call.options.strict ? readStrictly(call, std::move(text), model)
-                               : __glmReadLines(call, text, model, extras);
+    return strict ? readStrictly(call, std::move(text), model) : __glmReadLines(call, lines, model, extras);
 }
 
 struct DropExtras {

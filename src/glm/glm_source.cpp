@@ -1,16 +1,15 @@
 #include "glm/glm_source.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 namespace {
 
 constexpr std::size_t PIECE = 4096;
-
-// Of the lines in memory: few system calls, and it stays in the processor's cache.
-constexpr std::size_t WINDOW = std::size_t{128} * 1024;
 
 // In front of the window are line ends, for looking back; behind it is room for the text's last line end and for
 // looking ahead, 64 characters at a time.
@@ -23,10 +22,31 @@ bool endsLine(const char* piece, std::size_t i, std::size_t count) {
 
 }  // namespace
 
-GLMsource __glmSourceOf(const GLMtext& text) {
-    GLMsource source{.bytes = text.bytes, .file = -1, .start = text.start, .size = text.size};
-    if (text.from != nullptr) source.file = fileno(text.from);
-    return source;
+bool __glmOpenSource(const GLMmodelsource& from, GLMsource& source) {
+    source.bytes = static_cast<const char*>(from.bytes);
+    source.size = from.size;
+    if (source.bytes != nullptr) return true;
+    std::FILE* file = from.file;
+    if (file == nullptr) {
+        source.opened.reset(std::fopen(from.path, "rb"));
+        file = source.opened.get();
+    }
+    if (file == nullptr) return false;
+    struct stat status {};
+    const bool known = fstat(fileno(file), &status) == 0;
+    if (known && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        return false;
+    }
+    source.start = ftello(file);
+    // A file of no size may have contents, as those have that a system makes when they are read.
+    if (known && S_ISREG(status.st_mode) && source.start >= 0 && status.st_size > source.start) {
+        source.file = fileno(file);
+        source.size = static_cast<std::uint64_t>(status.st_size - source.start);
+    } else {
+        source.pipe = file;
+    }
+    return true;
 }
 
 bool __glmReadAt(const GLMsource& source, std::uint64_t place, char* to, std::size_t size) {
@@ -61,48 +81,30 @@ std::uint64_t __glmCut(const GLMsource& source, std::uint64_t place, bool& faile
     return source.size;
 }
 
-std::uint64_t __glmCountLines(const GLMsource& source, std::uint64_t from, std::uint64_t to) {
+std::uint64_t __glmCountLines(const char* from, const char* to) {
     std::uint64_t lines = 0;
-    char piece[PIECE];
-    to = std::min(to, source.size);  // an error may be behind the last line
-    while (from < to) {
-        // One character more than is counted, which decides about a CR.
-        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(PIECE, source.size - from));
-        if (!__glmReadAt(source, from, piece, count)) break;  // somebody else changes the file
-        const auto counted = static_cast<std::size_t>(
-            std::min<std::uint64_t>(to - from, from + count == source.size ? count : count - 1));
-        for (std::size_t i = 0; i < counted; ++i) lines += endsLine(piece, i, count);
-        from += counted;
-    }
+    for (; from < to; ++from) lines += *from == '\n' || (*from == '\r' && from[1] != '\n') ? 1 : 0;
     return lines;
-}
-
-void __glmStartWindow(GLMwindow& window, const GLMsource& source, std::uint64_t from, std::uint64_t to) {
-    window.source = &source;
-    window.next = window.offset = from;
-    window.last = to;
-    window.begin = window.end = window.memory != nullptr ? window.memory.get() + FRONT : nullptr;
-    window.held = 0;
-    window.hidden = '\0';
-    window.error = nullptr;
 }
 
 namespace {
 
-bool makeRoom(GLMwindow& window) {
-    if (window.memory != nullptr && window.held < window.capacity) return true;
-    const std::size_t capacity = window.memory != nullptr ? 2 * window.capacity : WINDOW;
+// Makes the memory larger, or makes it; what is held stays.
+bool makeRoom(GLMwindow& window, std::size_t capacity) {
+    if (capacity <= window.capacity) return true;
     auto* larger = static_cast<char*>(std::realloc(window.memory.get(), FRONT + capacity + BEHIND));
-    if (larger == nullptr) {
-        window.error = GLM_NO_MEMORY;
-        return false;
-    }
+    if (larger == nullptr) return false;
     static_cast<void>(window.memory.release());  // realloc freed it
     window.memory.reset(larger);
     window.capacity = capacity;
     std::memset(larger, '\n', FRONT);
     window.begin = window.end = larger + FRONT;
     return true;
+}
+
+// The text's last line may have no end, or one after a backslash.
+void endText(GLMwindow& window) {
+    for (int i = 0; i < 2; ++i) *window.end++ = '\n';
 }
 
 // Where the lines end of which all is in memory; `begin` where none does.
@@ -112,50 +114,53 @@ char* endOfLines(const GLMwindow& window) {
     return window.begin;
 }
 
-// A comment that is larger than the window takes no more memory: its first character stands for what is thrown away.
-void shortenComment(GLMwindow& window) {
-    const auto has = [&](char c) { return std::memchr(window.begin, c, window.held - 1) != nullptr; };
-    if (*window.begin != '#' || window.held < window.capacity || has('\n') || has('\r')) return;
-    window.begin[1] = window.begin[window.held - 1];
-    window.offset += window.held - 2;
-    window.held = 2;
+// Reads on until `size` bytes are held. False when there are no more.
+bool readPipe(GLMwindow& window, const GLMsource& source, std::size_t size) {
+    window.held += std::fread(window.begin + window.held, 1, size - window.held, source.pipe);
+    return window.held == size;
 }
 
 }  // namespace
 
-bool __glmNextLines(GLMwindow& window) {
+const char* __glmLoadLines(GLMwindow& window, const GLMsource& source, std::uint64_t from, std::uint64_t to) {
+    const auto size = static_cast<std::size_t>(to - from);
+    if (!makeRoom(window, size)) return GLM_NO_MEMORY;
+    if (!__glmReadAt(source, from, window.begin, size)) return GLM_CANNOT_READ;
+    window.end = window.begin + size;
+    if (to == source.size) endText(window);
+    *window.end = '\0';
+    return nullptr;
+}
+
+const char* __glmLoadNext(GLMwindow& window, const GLMsource& source, std::size_t size) {
+    if (!makeRoom(window, std::max(size, std::size_t{2}))) return GLM_NO_MEMORY;
     if (window.begin != window.end) {
-        const auto consumed = static_cast<std::size_t>(window.end - window.begin);
         *window.end = window.hidden;
-        window.held -= consumed;
-        window.offset += consumed;
+        window.held -= static_cast<std::size_t>(window.end - window.begin);
         std::memmove(window.begin, window.end, window.held);
         window.end = window.begin;
     }
-    while (window.next < window.last) {
-        if (!makeRoom(window)) return false;
-        const auto count = static_cast<std::size_t>(
-            std::min<std::uint64_t>(window.capacity - window.held, window.last - window.next));
-        if (!__glmReadAt(*window.source, window.next, window.begin + window.held, count)) {
-            window.error = GLM_CANNOT_READ;
-            return false;
-        }
-        window.held += count;
-        window.next += count;
-        if (window.next == window.last) {
-            // The text's last line may have no end, or one after a backslash.
-            if (window.last == window.source->size)
-                for (int i = 0; i < 2; ++i) window.begin[window.held++] = '\n';
-            window.end = window.begin + window.held;
-        } else {
-            window.end = endOfLines(window);
-        }
-        window.hidden = *window.end;
+    while (readPipe(window, source, window.capacity)) {
+        window.end = endOfLines(window);
         if (window.end != window.begin) {
+            window.hidden = *window.end;
             *window.end = '\0';
-            return true;
+            return nullptr;
         }
-        shortenComment(window);
+        if (!makeRoom(window, 2 * window.capacity)) return GLM_NO_MEMORY;
     }
-    return false;
+    if (std::ferror(source.pipe) != 0) return GLM_CANNOT_READ;
+    window.end = window.begin + window.held;
+    if (window.held > 0) endText(window);
+    window.held = static_cast<std::size_t>(window.end - window.begin);
+    *window.end = window.hidden = '\0';
+    return nullptr;
+}
+
+const char* __glmCopyLines(GLMwindow& window, const GLMwindow& other) {
+    const auto size = static_cast<std::size_t>(other.end - other.begin);
+    if (!makeRoom(window, size)) return GLM_NO_MEMORY;
+    std::memcpy(window.begin, other.begin, size + 1);
+    window.end = window.begin + size;
+    return nullptr;
 }

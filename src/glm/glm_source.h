@@ -4,49 +4,59 @@
 // "#" stands anywhere in it. Blanks are all other characters up to the space, NUL included.
 #pragma once
 
-#include "glm/glm_text.h"
+#include "glm/glm_call.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 
-// Bytes in memory, or a part of a file that can be read at any place.
+// Bytes in memory, a file that can be read at any place, or a pipe, which is read as it comes.
 struct GLMsource {
     const char* bytes = nullptr;
-    int file = -1;           // its descriptor where `bytes` is null
-    std::int64_t start = 0;  // where in it the text begins
-    std::uint64_t size = 0;
+    int file = -1;  // a descriptor, where it is a file
+    std::FILE* pipe = nullptr;
+    std::int64_t start = 0;  // where in the file the text begins
+    std::uint64_t size = 0;  // of the text, unless it is a pipe's
+    struct Close {
+        void operator()(std::FILE* opened) const { std::fclose(opened); }
+    };
+    std::unique_ptr<std::FILE, Close> opened = {};  // if it is the source's own
 };
 
-GLMsource __glmSourceOf(const GLMtext& text);
+// False when it cannot be opened or is a directory: errno says why.
+bool __glmOpenSource(const GLMmodelsource& from, GLMsource& source);
 
-// Reads `size` bytes that are there. False when they cannot be read.
+// Reads `size` bytes that are there, not of a pipe. False when they cannot be read.
 bool __glmReadAt(const GLMsource& source, std::uint64_t place, char* to, std::size_t size);
 
 // The first place from `place` on that follows a line's end which goes on in no next line, whatever stands in front
-// of it; or the size. `failed` is set where it cannot be read.
+// of it; or the size. `failed` is set where it cannot be read. Not of a pipe.
 std::uint64_t __glmCut(const GLMsource& source, std::uint64_t place, bool& failed);
 
-// How many lines end between two places, the first of which is a line's start.
-std::uint64_t __glmCountLines(const GLMsource& source, std::uint64_t from, std::uint64_t to);
-
-// Whole lines of a part of the text that starts and ends at cuts, one window after the other.
+// Whole lines of a text.
 struct GLMwindow {
-    const GLMsource* source;
-    std::uint64_t next, last;  // the rest of the part, which is to be read: from, to
-    std::uint64_t offset;      // of the lines in the text
-    char *begin, *end;         // the lines. The last one ends, and a NUL follows.
-    GLMstring memory;
-    std::size_t capacity;  // of it, without the room in front and behind
-    std::size_t held;      // bytes from `begin` on, some of which are behind `end`
-    char hidden;           // what the NUL hides
-    const char* error;     // null, or why there are no more lines: GLM_CANNOT_READ or GLM_NO_MEMORY
+    char *begin = nullptr, *end = nullptr;  // the lines. The last one ends, and a NUL follows.
+    GLMstring memory = {};
+    std::size_t capacity = 0;  // of it, without the room in front and behind
+    std::size_t held = 0;      // of a pipe: bytes from `begin` on, some of which are behind `end`
+    char hidden = '\0';        // what the NUL hides
 };
+
+// These say null, or why the lines cannot be had: GLM_CANNOT_READ or GLM_NO_MEMORY.
 constexpr char GLM_CANNOT_READ[] = "can't read file", GLM_NO_MEMORY[] = "out of memory (one line)";
 
-void __glmStartWindow(GLMwindow& window, const GLMsource& source, std::uint64_t from, std::uint64_t to);
+// The lines from one cut to another, not of a pipe.
+const char* __glmLoadLines(GLMwindow& window, const GLMsource& source, std::uint64_t from, std::uint64_t to);
 
-// The next lines; false at the end, and where there is an error.
-bool __glmNextLines(GLMwindow& window);
+// The next lines of a pipe, about `size` bytes of them; none at its end.
+const char* __glmLoadNext(GLMwindow& window, const GLMsource& source, std::size_t size);
+
+// A copy of another window's lines.
+const char* __glmCopyLines(GLMwindow& window, const GLMwindow& other);
+
+// How many lines end from `from` up to `to`, both in one window.
+std::uint64_t __glmCountLines(const char* from, const char* to);
 
 // ---- In a window --------------------------------------------------------------------------------------------------
 

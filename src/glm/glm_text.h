@@ -46,6 +46,12 @@ struct GLMtext {
     unsigned long long line = 1;   // ... and its line
 };
 
+// Marks that texts of Unicode begin with.
+constexpr std::string_view GLM_UTF_8 = "\xef\xbb\xbf";
+inline bool __glmIsUtf16(std::string_view text) {
+    return text.starts_with("\xff\xfe") || text.starts_with("\xfe\xff");
+}
+
 // Opens a file at its start. False when `path` cannot be opened or read, or names a directory: errno says why.
 bool __glmOpenText(GLMcall& call, const char* path, GLMtext& text);
 

@@ -40,7 +40,7 @@ struct GLMoptions {
     // Takes the warnings at the end of the call, in the order of their first time. Equal ones are one.
     void (*warn)(void* data, const GLMwarning& warning) = nullptr;
     // Called at most 100 times while a model is read, or written without `strict`, with growing parts of the whole up
-    // to 1; false cancels the call.
+    // to 1, which are guesses while a pipe is read; false cancels the call.
     bool (*progress)(void* data, float done) = nullptr;
     // false: "mtllib" only sets the model's mtllibname (the first name, or with `strict` the last), and no second
     // file is opened; all materials are then the first.

@@ -35,14 +35,14 @@ char* requireCopyOf(const char* text, std::size_t length) {
 }
 
 // Asks for large pages: touching a large array for the first time costs less with one page fault per 2 MiB than with
-// one per 4 KiB. On a virtual machine, reading a million triangles takes two fifths less time with them. Only whole
-// large pages inside of the array are asked for, so that it takes no more memory.
+// one per 4 KiB. On a virtual machine, reading a million triangles takes two fifths less time with them. All pages of
+// the array are asked for alike, because only a mapping that is one can grow without being copied.
 void preferLargePages(void* array, std::size_t size) {
-    constexpr std::uintptr_t LARGE_PAGE = std::uintptr_t{2} << 20;
-    const auto start = reinterpret_cast<std::uintptr_t>(array);
-    const std::uintptr_t first = (start + LARGE_PAGE - 1) / LARGE_PAGE * LARGE_PAGE;
-    const std::uintptr_t last = (start + size) / LARGE_PAGE * LARGE_PAGE;
-    if (first < last) madvise(static_cast<char*>(array) + (first - start), last - first, MADV_HUGEPAGE);
+    constexpr std::uintptr_t PAGE = 4096, ENOUGH = std::uintptr_t{4} << 20;
+    if (size < ENOUGH) return;
+    const auto start = reinterpret_cast<std::uintptr_t>(array), first = start / PAGE * PAGE;
+    const std::uintptr_t last = (start + size + PAGE - 1) / PAGE * PAGE;
+    madvise(static_cast<char*>(array) - (start - first), last - first, MADV_HUGEPAGE);
 }
 
 }  // namespace
@@ -93,6 +93,12 @@ char* __glmDirName(const char* path) { return requireCopyOf(path, __glmDirectory
 
 void* __glmZeroed(std::size_t count, std::size_t size) {
     void* memory = std::calloc(count > 0 ? count : 1, size);
+    if (memory != nullptr) preferLargePages(memory, count * size);
+    return memory;
+}
+
+void* __glmRegrow(void* array, std::size_t count, std::size_t size) {
+    void* memory = reallocarray(array, count > 0 ? count : 1, size);
     if (memory != nullptr) preferLargePages(memory, count * size);
     return memory;
 }

@@ -64,7 +64,10 @@ using GLMstring = std::unique_ptr<char, __glmFree>;
 // `count` elements of `size` bytes, zeroed; null when memory is short.
 void* __glmZeroed(std::size_t count, std::size_t size);
 
-// The same, never null; a failed allocation is a fatal error.
+// `array`, which may be null, with room for `count` elements. Null when memory is short; `array` stays then.
+void* __glmRegrow(void* array, std::size_t count, std::size_t size);
+
+// As __glmZeroed, never null; a failed allocation is a fatal error.
 void* __glmAllocate(std::size_t count, std::size_t size);
 template <typename T>
 T* __glmArray(std::size_t count) {

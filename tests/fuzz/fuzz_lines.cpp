@@ -127,7 +127,16 @@ void feed(const std::string& input) {
     const std::size_t chunk = 1 + std::hash<std::string>()(input) % 100;
     const std::string inChunks = read(memory, options, wantsExtras, chunk);
     assert(inChunks == expected);
+    if (!obj.empty()) {
+        // A stream without a file is read as it comes.
+        std::string copy = obj;
+        const std::unique_ptr<std::FILE, decltype(&std::fclose)> stream(fmemopen(copy.data(), copy.size(), "r"),
+                                                                        std::fclose);
+        const std::string asItComes = read({PATH, stream.get(), nullptr, 0}, options, wantsExtras, chunk);
+        assert(asItComes == expected);
+    }
     options.threads = 3;
-    const std::string byThreads = read(memory, options, wantsExtras, 101 - chunk);
+    // In a few pieces: threads wait for each other at each one.
+    const std::string byThreads = read(memory, options, wantsExtras, 1 + obj.size() / (1 + chunk % 8));
     assert(byThreads == expected);
 }

@@ -118,7 +118,7 @@ Result read(const GLMmodelsource& source, GLMoptions options, unsigned threads, 
     return result;
 }
 
-// Reads memory without room behind it, for the sanitizer, and the file, in chunks of all sizes.
+// Reads memory without room behind it, for the sanitizer, the file, and a stream as it comes, in chunks of all sizes.
 Result readInAllWays(const std::string& path, const std::string& text, const GLMoptions& options = {}) {
     const std::vector<char> bytes(text.begin(), text.end());
     const GLMmodelsource memory{.path = path.c_str(), .file = nullptr, .bytes = bytes.data(), .size = bytes.size()};
@@ -127,6 +127,12 @@ Result readInAllWays(const std::string& path, const std::string& text, const GLM
     for (const std::size_t chunk : {1, 2, 3, 5, 7, 11, 17, 31, 64, 100}) {
         EXPECT_EQ(read(memory, options, 3, chunk), result) << chunk << text;
         EXPECT_EQ(read(file, options, 1, chunk), result) << chunk << text;
+        if (text.empty()) continue;
+        std::string copy = text;
+        const std::unique_ptr<std::FILE, decltype(&std::fclose)> stream(fmemopen(copy.data(), copy.size(), "r"),
+                                                                        std::fclose);
+        const GLMmodelsource pipe{.path = path.c_str(), .file = stream.get(), .bytes = nullptr, .size = 0};
+        EXPECT_EQ(read(pipe, options, 1, chunk), result) << chunk << text;
     }
     return result;
 }
@@ -171,6 +177,14 @@ TEST(Lines, Faces) {
               "f 1 2 3 4 o0;l 1 2 o0;f 1 2 3 o0;");
     // The first corner does not see the third.
     EXPECT_EQ(readInAllWays(POINTS + "vt 0 0\nv .9 .1 0\nf 1/1 2 3 -1").faces, "[default]5 1/1 2;2 3 5;");
+    // What comes after the faces, colours and materials with the last of them.
+    EXPECT_EQ(readInAllWays("f 1/1 2 4//1\nusemtl red\nf 1/7/0 2 3\ng a\nusemtl gone\nf 1 2 3\nusemtl red\n" +
+                            POINTS + "v 0 0 0 0 0 0\no a\nvt 1\nvn 1 1 1\ns 1\nmtllib m.mtl")
+                  .messages,
+              "3: glmReadOBJ: Got \"1/7/0\" as a corner of \"f\", whose texture coordinate is not there");
+    const std::string late = "usemtl red\nf 1//1 2/0 4\ng a\nusemtl gone\nf 1 2 3\nusemtl red\n";
+    EXPECT_EQ(readInAllWays(late + POINTS + "vn 1 1 1\no a\ns 1\nf 1 2 3\nmtllib m.mtl").faces,
+              "[default]1/-/1 2 4 m1;[a]1 2 3;1 2 3 o0 s1 m1;");
     // Relative indices count from where they stand, whatever follows.
     EXPECT_EQ(readInAllWays(POINTS + "f -1 -2 5\nv 5 5 5\nf -1 -2 1").faces, "[default]4 3 5;5 4 1;");
 }
@@ -195,6 +209,7 @@ TEST(Lines, Errors) {
         std::string text, error;
     } cases[] = {
         {"", "0: glmReadOBJ: no statement of an OBJ file in it"},
+        {"\xff\xfev\0 \0", "1: glmReadOBJ: the file is UTF-16 text; save it as UTF-8"},
         {"# f 1 2 3\nvx 1\n\x89PNG", "0: glmReadOBJ: no statement of an OBJ file in it"},
         {"v 1 2 3\nv 1 2 # 3\nv x", "2: " + got + "nothing instead of number 3 of \"v\""},
         {"\n\\\n\nvn 1 2,5 3", "4: " + got + "\"2,5\" instead of number 2 of \"vn\""},
