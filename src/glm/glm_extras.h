@@ -59,7 +59,7 @@ struct GLMmaterialextras {
     std::uint32_t nummaps;
     GLMmap* maps;  // in file order
     std::uint32_t numothers;
-    char** others;  // statements of no known keyword, whole lines, in file order
+    char** others;  // statements of no known keyword, spectral colours, "d -halo": whole lines, in file order
 };
 
 // Each number stands in front of its arrays.

@@ -147,17 +147,38 @@ std::string_view nextWord(GLMtext& line) {
     return {start, line.at};
 }
 
+// Keeps the whole line. False where there are no extras.
+bool keepLine(LibraryReader& reader) {
+    if (reader.extras == nullptr) return false;
+    GLMmaterialextras& extras = extrasOf(reader);
+    std::string_view line(reader.keyword.data(), reader.line.end);
+    while (__glmIsWhite(line.back())) line.remove_suffix(1);
+    addString(reader.call, extras.others, extras.numothers, line);
+    return true;
+}
+
+// CIE XYZ in the linear primaries of sRGB (IEC 61966-2-1). What lies outside of them is cut off at 0.
+void convertXyz(float (&color)[3]) {
+    constexpr double TO_RGB[3][3] = {
+        {3.2406, -1.5372, -0.4986}, {-0.9689, 1.8758, 0.0415}, {0.0557, -0.2040, 1.0570}};
+    const double x = color[0], y = color[1], z = color[2];
+    for (int i = 0; i < 3; ++i)
+        color[i] = static_cast<float>(std::max(0.0, TO_RGB[i][0] * x + TO_RGB[i][1] * y + TO_RGB[i][2] * z));
+}
+
 void readColor(LibraryReader& reader, float* color) {
-    GLMtext words = {};
-    words.begin = words.at = reader.line.at;
-    words.end = reader.line.end;
-    const std::string_view kind = nextWord(words);
-    if (__glmIsKeyword(kind, "spectral") || __glmIsKeyword(kind, "xyz"))
-        return __glmWarn(reader.call, GLMplace::file,
-                         "glmReadMTL: colours of the kinds spectral and xyz are skipped");
+    const char* const start = reader.line.at;
+    const std::string_view kind = nextWord(reader.line);
+    const bool xyz = __glmIsKeyword(kind, "xyz");
+    if (__glmIsKeyword(kind, "spectral")) {
+        __glmWarn(reader.call, GLMplace::file, "glmReadMTL: spectral colours can't be read, they are left out");
+        return static_cast<void>(keepLine(reader));
+    }
+    if (!xyz) reader.line.at = start;
     float numbers[3];
     const int count = readNumbers(reader, numbers, 1, 3);
     if (count == 1) numbers[1] = numbers[2] = numbers[0];
+    if (xyz && count > 0) convertXyz(numbers);
     if (count > 0) std::copy_n(numbers, 3, color);
 }
 
@@ -170,11 +191,11 @@ void readExponent(LibraryReader& reader) {
 
 void readDissolve(LibraryReader& reader) {
     const char* const start = reader.line.at;
-    if (__glmIsKeyword(nextWord(reader.line), "-halo"))
-        warnOfStatement(reader, "-halo taken as without it");
-    else
-        reader.line.at = start;
-    if (readNumber(reader, material(reader).diffuse[3])) reader.hasDissolve = true;
+    const bool halo = __glmIsKeyword(nextWord(reader.line), GLM_HALO);
+    if (!halo) reader.line.at = start;
+    if (!readNumber(reader, material(reader).diffuse[3])) return;
+    reader.hasDissolve = true;
+    if (halo && !keepLine(reader)) warnOfStatement(reader, "-halo taken as without it");
 }
 
 void readTransparency(LibraryReader& reader) {
@@ -288,12 +309,7 @@ void readMap(LibraryReader& reader) {
 // ---- Statements ---------------------------------------------------------------------------------------------------
 
 void readOther(LibraryReader& reader) {
-    if (reader.extras == nullptr) return warnOfStatement(reader, "ignored");
-    GLMmaterialextras& extras = extrasOf(reader);
-    const char* const start = reader.keyword.data();
-    std::string_view line(start, reader.line.end);
-    while (__glmIsWhite(line.back())) line.remove_suffix(1);
-    addString(reader.call, extras.others, extras.numothers, line);
+    if (!keepLine(reader)) warnOfStatement(reader, "ignored");
 }
 
 constexpr struct {
@@ -356,9 +372,13 @@ bool openLibrary(LibraryReader& reader, const char* path) {
     struct stat status {};
     if (stat(path, &status) != 0 || !S_ISREG(status.st_mode) || !__glmOpenText(reader.call, path, reader.text))
         return false;
-    constexpr std::string_view MARK = "\xef\xbb\xbf";  // of UTF-8
     __glmLoadAll(reader.text);
-    if (std::string_view(reader.text.at, reader.text.end).starts_with(MARK)) reader.text.at += MARK.size();
+    const std::string_view all(reader.text.at, reader.text.end);
+    if (all.starts_with(GLM_UTF_8)) reader.text.at += GLM_UTF_8.size();
+    if (!__glmIsUtf16(all)) return true;
+    reader.call.line = 1;
+    __glmWarn(reader.call, GLMplace::file, "glmReadMTL: the library \"%s\" is UTF-16 text; save it as UTF-8", path);
+    __glmStop(reader.text);
     return true;
 }
 

@@ -40,6 +40,9 @@ constexpr GLMextranumber GLM_EXTRA_NUMBERS[] = {
     {"anisor", &GLMmaterialextras::anisotropyrotation},
 };
 
+// "d -halo 0.5": a material keeps the line among its others, as well as the number.
+constexpr char GLM_HALO[] = "-halo";
+
 // Makes the library `name` the materials of a model that has none, and those of the call's extras. The default mode's
 // glmTryReadMTL.
 void __glmReadLibrary(GLMcall& call, GLMmodel* model, const char* name);

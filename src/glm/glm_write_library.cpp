@@ -100,6 +100,24 @@ const char* diffuseOf(LibraryWriter& writer, const GLMmaterial& material) {
     return nullptr;
 }
 
+// ---- Dissolve -----------------------------------------------------------------------------------------------------
+
+// Whether it is "d -halo" and a number.
+bool isHalo(const char* line) {
+    const std::string_view text = line != nullptr ? line : "";
+    const std::size_t end = std::min(text.find_first_of(" \t"), text.size());
+    const std::size_t next = std::min(text.find_first_not_of(" \t", end), text.size());
+    const std::string_view option = text.substr(next, std::strlen(GLM_HALO));
+    return __glmIsKeyword(text.substr(0, end), "d") && __glmIsKeyword(option, GLM_HALO);
+}
+
+// The record says how opaque the material is; a line of the extras may say in which way.
+void putDissolve(LibraryWriter& writer, const GLMmaterial& material, const GLMmaterialextras* extras) {
+    const bool halo = extras != nullptr && std::any_of(extras->others, extras->others + extras->numothers, isHalo);
+    if (halo || material.diffuse[3] != GLM_DEFAULT_MATERIAL.diffuse[3])
+        __glmPutNumbers(writer.sink, halo ? "d -halo" : "d", material.diffuse + 3, 1);
+}
+
 // ---- Materials ----------------------------------------------------------------------------------------------------
 
 void putMaterial(LibraryWriter& writer, const GLMmaterial& material, const GLMmaterialextras* extras) {
@@ -110,10 +128,11 @@ void putMaterial(LibraryWriter& writer, const GLMmaterial& material, const GLMma
     for (const GLMmaterialcolor& entry : GLM_MATERIAL_COLORS)
         __glmPutNumbers(sink, entry.keyword, material.*entry.color, 3);
     putExponent(writer, material, extras);
-    if (material.diffuse[3] != GLM_DEFAULT_MATERIAL.diffuse[3]) __glmPutNumbers(sink, "d", material.diffuse + 3, 1);
+    putDissolve(writer, material, extras);
     if (extras != nullptr) putExtraNumbers(writer, *extras);
     putMaps(writer, extras, diffuseOf(writer, material));
     for (std::uint32_t i = 0; extras != nullptr && i < extras->numothers; ++i) {
+        if (isHalo(extras->others[i])) continue;
         __glmPutName(sink, extras->others[i]);
         __glmPutText(sink, "\n");
     }

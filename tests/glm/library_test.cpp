@@ -57,8 +57,11 @@ TEST(Library, EveryStatement) {
          "2: \"Ks\" taken without what follows its numbers\n3: \"Ka\" ignored, its numbers can't be read\n"
          "4: \"Ke\" ignored, its numbers can't be read\n5: \"Ns\" ignored, its numbers can't be read\n"
          "6: \"Ni\" ignored, its numbers can't be read\n"},
-        {"Kd spectral a.rfl 1\nKa xyz 1 1 1\nd -halo .5\n", "[default] d 0.5\n",
-         "1: colours of the kinds spectral and xyz are skipped\n3: \"d\" -halo taken as without it\n"},
+        {"Kd spectral a.rfl 1\nTf Spectral b.rfl\nKa XYZ .9505 1 1.089\nKe xyz .5\nKs xyz x\nD -halo .5 \n",
+         "[default] Ka 1.0000149 1.000054 1.0000159 1 d 0.5 Ke 0.6024 0.4742 0.45435 [Kd spectral a.rfl 1] "
+         "[Tf Spectral b.rfl] [D -halo .5]\n",
+         "1: spectral colours can't be read, they are left out\n5: \"Ks\" ignored, its numbers can't be read\n"},
+        {"\xff\xfeK\0d\0", "[default]\n", "1: the library \"m.mtl\" is UTF-16 text; save it as UTF-8\n"},
         {"Tr .25\nnewmtl a\nd 1\nTr 1\nnewmtl b\nTr 1\nd .5\n", "[default] d 0.75\n[a]\n[b] d 0.5\n", ""},
         {"Ns 1000\nKe 1 2 3\nTf .5\nNi 1.5\nillum 7\nPr 0\nPm 1\nPs 2\nPc 3\nPcr 4\naniso 5\nanisor 6\n",
          "[default] shininess 1280 Ke 1 2 3 Tf 0.5 0.5 0.5 Ns 1000 Ni 1.5 illum 7 Pr 0 Pm 1 Ps 2 Pc 3 Pcr 4 aniso 5 "
@@ -81,9 +84,10 @@ TEST(Library, EveryStatement) {
         EXPECT_EQ(got.materials, test.materials);
         EXPECT_EQ(got.warnings, test.warnings);
     }
-    const Read plain = read("Pr 1\nbump x\nmap_Kd wood.png\nmap_Kd gone\nmap_Kd wood.png\nfoo 1\n", false);
+    const Read plain = read("Pr 1\nbump x\nmap_Kd wood.png\nmap_Kd gone\nmap_Kd wood.png\nfoo 1\nd -halo 1\n", false);
     EXPECT_EQ(plain.materials, "[default] map_Kd [wood.png]\n");
-    EXPECT_EQ(plain.warnings, "4: image \"gone\" isn't there\n6: \"foo\" ignored\n");
+    EXPECT_EQ(plain.warnings,
+              "4: image \"gone\" isn't there\n6: \"foo\" ignored\n7: \"d\" -halo taken as without it\n");
     EXPECT_EQ(read("", true, "gone.mtl").materials, "failed");
     EXPECT_EQ(read("", true, "tex").materials, "failed");
     EXPECT_EQ(read("newmtl a\r\rd x\\\r\n\r\nNs x", true).warnings,
