@@ -74,12 +74,26 @@ const char* scanRareNumber(const char* p, const char* end, float& value) {
     return __glmConvertFloat(p, end, value);
 }
 
+// As __glmScanFloat.
+[[gnu::always_inline]] inline const char* scanFloat(GLMfiller& filler, const char* first, float& value) {
+    constexpr std::uint32_t POWERS[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000};
+    const bool negative = *first == '-';
+    std::uint32_t whole = 0, fraction = 0;
+    const char* const point = __glmScanDigits(first + (negative ? 1 : 0), whole, filler.wholeLength);
+    if (point == nullptr || *point != '.') return __glmScanFloat(first, value);
+    const char* const end = __glmScanDigits(point + 1, fraction, filler.fractionLength);
+    if (end == nullptr || end == point + 1 || !__glmIsWhite(*end)) return __glmScanFloat(first, value);
+    const std::ptrdiff_t decimals = end - point - 1;
+    const std::uint64_t digits = std::uint64_t{whole} * POWERS[decimals] + fraction;
+    return __glmRoundFraction(digits, decimals, negative, value) ? end : nullptr;
+}
+
 // `count` numbers of the statement at `line`. `p` is behind its keyword.
 template <int Count>
 const char* readNumbers(GLMfiller& filler, const char* line, const char* p, float* numbers) {
     for (int i = 0; i < Count; ++i) {
         p = __glmSkipBlanks(p);
-        const char* next = __glmScanFloat(p, numbers[i]);
+        const char* next = scanFloat(filler, p, numbers[i]);
         if (next == nullptr) next = isLineEnd(p) ? nullptr : scanRareNumber(p, __glmWordEnd(p), numbers[i]);
         if (next != nullptr && isWordEnd(next)) {
             p = next;
@@ -155,15 +169,15 @@ const char* scanRareIndex(const char* p, std::uint32_t& index) {
 }
 
 // A number that counts from 1, or back from the last of `soFar`; what is in front of the first one becomes 0.
-[[gnu::always_inline]] inline const char* scanIndex(const char* p, std::uint32_t soFar, std::uint32_t& index) {
-    if (*p != '-') {
-        const char* end = __glmScanIndex(p, index);
-        return end != nullptr ? end : scanRareIndex(p, index);
-    }
-    std::uint32_t back = 0;
-    const char* end = __glmScanIndex(p + 1, back);
-    if (end == nullptr) end = scanRareIndex(p + 1, back);
-    index = back > 0 && back <= soFar ? soFar + 1 - back : 0;
+[[gnu::always_inline]] inline const char* scanIndex(GLMfiller& filler, const char* p, std::uint32_t soFar,
+                                                    std::uint32_t& index) {
+    const bool relative = *p == '-';
+    const char* const first = relative ? p + 1 : p;
+    std::uint32_t number = 0;
+    const char* end = __glmScanDigits(first, number, filler.indexLength);
+    if (end == nullptr) end = __glmScanIndex(first, number);
+    if (end == nullptr || end == first) end = scanRareIndex(first, number);
+    index = !relative ? number : number > 0 && number <= soFar ? soFar + 1 - number : 0;
     return end;
 }
 
@@ -179,8 +193,8 @@ struct Place {
 };
 
 // A normal or texture coordinate that is not there, as far as it is known. Where the file has none at all, and where
-// it is written as 0, the corner has none; the call fails otherwise. What is found wrong at once, and what at the end,
-// does not depend on where the text is cut.
+// it is written as 0, the corner has none; the call fails otherwise. What is found wrong at once, and what at the
+// end, does not depend on where the text is cut.
 bool dropIndex(GLMfiller& filler, const Place& place, const char* number, std::uint32_t& index, bool isNormal) {
     const std::uint32_t known = isNormal ? filler.known.normals : filler.known.texcoords;
     const std::uint32_t soFar = isNormal ? filler.normals : filler.texcoords;
@@ -206,11 +220,11 @@ bool startsIndex(char c) { return __glmIsDigit(c) || c == '-' || c == '+'; }
                                                      GLMelementcorner& corner) {
     const Place place{.line = line, .corner = p};
     corner.texcoord = corner.normal = GLM_NO_INDEX;
-    p = scanIndex(p, filler.positions, corner.position);
+    p = scanIndex(filler, p, filler.positions, corner.position);
     if (p != nullptr && *p == '/') {
         const char* number = ++p;
         if (startsIndex(*p)) {
-            p = scanIndex(p, filler.texcoords, corner.texcoord);
+            p = scanIndex(filler, p, filler.texcoords, corner.texcoord);
             if (corner.texcoord - 1 >= filler.known.texcoords && p != nullptr &&
                 !dropIndex(filler, place, number, corner.texcoord, false))
                 return nullptr;
@@ -218,7 +232,7 @@ bool startsIndex(char c) { return __glmIsDigit(c) || c == '-' || c == '+'; }
         if (p != nullptr && *p == '/') {
             number = ++p;
             if (startsIndex(*p)) {
-                p = scanIndex(p, filler.normals, corner.normal);
+                p = scanIndex(filler, p, filler.normals, corner.normal);
                 if (corner.normal - 1 >= filler.known.normals && p != nullptr &&
                     !dropIndex(filler, place, number, corner.normal, true))
                     return nullptr;

@@ -238,7 +238,8 @@ struct GLMfiller : GLMplaces {
     bool whole;       // that is all of it
     GLMstate state;
     bool polygons = false, takesElements = false;
-    std::uint32_t event = 0;  // the chunk's next one
+    std::uint32_t event = 0;                                              // the chunk's next one
+    std::ptrdiff_t indexLength = 1, wholeLength = 1, fractionLength = 6;  // of the last numbers, in characters
     float *vertices = nullptr, *normalArray = nullptr, *texcoordArray = nullptr, *colors = nullptr;
     GLMtriangle* triangleArray = nullptr;
     std::uint32_t *objects = nullptr, *smoothing = nullptr;

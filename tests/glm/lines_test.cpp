@@ -6,9 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -201,6 +204,23 @@ TEST(Lines, Numbers) {
         {"v 1 2 -1.#IND \\\nv 3\nv 1 2 3 # 1.\\\nv 1 2 3 4.#INF\\\n", "v1,2,-nan v1,2,3 v1,2,3 "},
     };
     for (const auto& test : cases) EXPECT_EQ(readInAllWays(test.text).numbers, test.numbers) << test.text;
+    // As the C library reads them, with up to ten digits on each side of the point.
+    std::string text;
+    std::vector<float> expected;
+    std::mt19937 random(1);
+    for (int i = 0; i < 6000; ++i) {
+        const std::string digits = std::to_string(random()), more = std::to_string(random());
+        const std::string number = (i % 3 == 0 ? "-" : "") +
+                                   digits.substr(std::min<std::size_t>(i % 11, digits.size())) + "." +
+                                   more.substr(std::min<std::size_t>(i / 11 % 11, more.size()));
+        if (number.find_first_of("0123456789") == std::string::npos) continue;
+        text += "v " + number + " 1 1\n";
+        expected.push_back(std::strtof(number.c_str(), nullptr));
+    }
+    const std::unique_ptr<GLMmodel, decltype(&glmFree)> model(glmTryReadMemory(text.data(), text.size(), ""),
+                                                              glmFree);
+    ASSERT_TRUE(model != nullptr && model->numvertices == expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(model->vertices[3 * (i + 1)], expected[i]) << i;
 }
 
 TEST(Lines, Errors) {
