@@ -258,6 +258,7 @@ void addNotices(GLMjob& job, const GLMchunk& chunk) {
 
 template <typename T>
 bool addTo(GLMjob& job, GLMlist<T>& list, const T& item) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
     if (!list.add(item)) __glmFailAtMemory(job.call, list.count, sizeof(T));
     return !job.call.failed;
 }

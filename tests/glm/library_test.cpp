@@ -61,7 +61,7 @@ TEST(Library, EveryStatement) {
          "[default] Ka 1.0000149 1.000054 1.0000159 1 d 0.5 Ke 0.6024 0.4742 0.45435 [Kd spectral a.rfl 1] "
          "[Tf Spectral b.rfl] [D -halo .5]\n",
          "1: spectral colours can't be read, they are left out\n5: \"Ks\" ignored, its numbers can't be read\n"},
-        {"\xff\xfeK\0d\0", "[default]\n", "1: the library \"m.mtl\" is UTF-16 text; save it as UTF-8\n"},
+        {"\xff\xfeK", "[default]\n", "1: the library \"m.mtl\" is UTF-16 text; save it as UTF-8\n"},
         {"Tr .25\nnewmtl a\nd 1\nTr 1\nnewmtl b\nTr 1\nd .5\n", "[default] d 0.75\n[a]\n[b] d 0.5\n", ""},
         {"Ns 1000\nKe 1 2 3\nTf .5\nNi 1.5\nillum 7\nPr 0\nPm 1\nPs 2\nPc 3\nPcr 4\naniso 5\nanisor 6\n",
          "[default] shininess 1280 Ke 1 2 3 Tf 0.5 0.5 0.5 Ns 1000 Ni 1.5 illum 7 Pr 0 Pm 1 Ps 2 Pc 3 Pcr 4 aniso 5 "
