@@ -118,7 +118,7 @@ GLMelementcorner cornerOf(const GLMtriangle& triangle, int corner) {
             .normal = triangle.nindices[corner]};
 }
 
-// Cuts the polygon of which the second pass made a fan of `count` triangles. False when memory is short.
+// Cuts the polygon that was filled in as a fan of `count` triangles. False when memory is short.
 bool cutPolygon(const GLMmodel& model, GLMtriangle* fan, std::uint32_t count, const Polygon& polygon) {
     const std::uint32_t corners = count + 2;
     for (std::uint32_t i = 0; i < corners; ++i) {
