@@ -160,10 +160,8 @@ Bands triangleBands(const Picture& picture, std::uint32_t number) {
     const auto [left, right] = std::minmax({a.x, b.x, c.x});
     const auto [upper, lower] = std::minmax({a.y, b.y, c.y});
     if (right < 0 || left > picture.image.width * SUBPIXELS) return {};
-    // One branch, because nobody can foretell which of the tests a small triangle fails.
-    const bool seen = holdsSample(picture.lattice, left, right) & holdsSample(picture.lattice, upper, lower) &
-                      (doubleArea(a, b, c) != 0);
-    if (!seen) return {};
+    if (!holdsSample(picture.lattice, left, right) || !holdsSample(picture.lattice, upper, lower)) return {};
+    if (doubleArea(a, b, c) == 0) return {};
     const bool translucent = picture.drawing.surface.materials[triangle.material].translucent && !look.wireframe;
     return bandsOf(picture, number, upper, lower, translucent);
 }
