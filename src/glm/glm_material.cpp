@@ -217,22 +217,33 @@ void freeTextures(GLMmodel& model, std::uint32_t left) {
     while (model.numtextures > left) std::free(model.textures[--model.numtextures].name);
 }
 
+// The materials that a model is not to have.
+struct Dropped {
+    GLMmodel model{};
+    Dropped() = default;
+    Dropped(const Dropped&) = delete;
+    Dropped& operator=(const Dropped&) = delete;
+    ~Dropped() { __glmFreeMaterials(&model); }
+    void swapWith(GLMmodel& other) {
+        std::swap(model.materials, other.materials);
+        std::swap(model.nummaterials, other.nummaterials);
+    }
+};
+
 // Replaces the model's materials by what `read` adds to none.
 bool replaceMaterials(GLMcall& call, GLMmodel* model, const char* name,
                       void (*read)(GLMcall& call, GLMmodel* model, const char* name)) {
-    GLMmodel other{};  // takes the materials that the model is not to have
-    std::swap(other.materials, model->materials);
-    std::swap(other.nummaterials, model->nummaterials);
+    Dropped dropped;
+    dropped.swapWith(*model);
     const std::uint32_t textureCount = model->numtextures;
     read(call, model, name);
     if (call.failed) {
-        std::swap(other.materials, model->materials);
-        std::swap(other.nummaterials, model->nummaterials);
+        dropped.swapWith(*model);
         freeTextures(*model, textureCount);
+        return false;
     }
-    __glmFreeMaterials(&other);
-    if (!call.failed) dropMissingMaterials(*model);
-    return !call.failed;
+    dropMissingMaterials(*model);
+    return true;
 }
 
 }  // namespace
