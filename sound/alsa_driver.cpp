@@ -1,4 +1,5 @@
 #include "audio_driver.h"
+#include "device_library.h"
 
 #include <alsa/asoundlib.h>
 
@@ -6,7 +7,23 @@
 #include <memory>
 #include <new>
 
+// What this driver calls.
+#define ALSA_FUNCTIONS(FUNCTION)        \
+    FUNCTION(snd_lib_error_set_handler) \
+    FUNCTION(snd_pcm_avail_update)      \
+    FUNCTION(snd_pcm_close)             \
+    FUNCTION(snd_pcm_delay)             \
+    FUNCTION(snd_pcm_get_params)        \
+    FUNCTION(snd_pcm_open)              \
+    FUNCTION(snd_pcm_recover)           \
+    FUNCTION(snd_pcm_set_params)        \
+    FUNCTION(snd_pcm_wait)              \
+    FUNCTION(snd_pcm_writei)
+
 namespace {
+namespace alsa {
+
+DEVICE_LIBRARY("libasound.so.2", ALSA_FUNCTIONS)
 
 constexpr double US_PER_S = 1e6;
 constexpr double MS_PER_S = 1e3;
@@ -37,6 +54,7 @@ void printNothing(const char* /*file*/, int /*line*/, const char* /*function*/, 
 void recover(Device& device, int error) { device.gone = snd_pcm_recover(device.pcm, error, 1) < 0; }
 
 void* openAlsa(int rate, int channels, int& period) {
+    if (!loadLibrary()) return nullptr;
     snd_lib_error_set_handler(printNothing);
     std::unique_ptr<Device> device(new (std::nothrow) Device);
     if (!device) return nullptr;
@@ -85,6 +103,7 @@ std::optional<HeardReport> report(void* handle) {
 
 void close(void* handle) { delete static_cast<Device*>(handle); }
 
+}  // namespace alsa
 }  // namespace
 
-const AudioDriver ALSA_DRIVER = {"alsa", openAlsa, waitForRoom, write, report, close};
+const AudioDriver ALSA_DRIVER = {"alsa", alsa::openAlsa, alsa::waitForRoom, alsa::write, alsa::report, alsa::close};

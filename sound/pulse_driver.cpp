@@ -1,5 +1,6 @@
 // A stream by PulseAudio's protocol. Its loop runs inside the calls below, on the caller's thread.
 #include "audio_driver.h"
+#include "device_library.h"
 
 #include <pulse/pulseaudio.h>
 
@@ -9,7 +10,35 @@
 #include <random>
 #include <utility>
 
+// What this driver calls.
+#define PULSE_FUNCTIONS(FUNCTION)          \
+    FUNCTION(pa_context_connect)           \
+    FUNCTION(pa_context_disconnect)        \
+    FUNCTION(pa_context_get_state)         \
+    FUNCTION(pa_context_new)               \
+    FUNCTION(pa_context_unref)             \
+    FUNCTION(pa_frame_size)                \
+    FUNCTION(pa_mainloop_dispatch)         \
+    FUNCTION(pa_mainloop_free)             \
+    FUNCTION(pa_mainloop_get_api)          \
+    FUNCTION(pa_mainloop_new)              \
+    FUNCTION(pa_mainloop_poll)             \
+    FUNCTION(pa_mainloop_prepare)          \
+    FUNCTION(pa_operation_unref)           \
+    FUNCTION(pa_stream_connect_playback)   \
+    FUNCTION(pa_stream_disconnect)         \
+    FUNCTION(pa_stream_get_state)          \
+    FUNCTION(pa_stream_get_timing_info)    \
+    FUNCTION(pa_stream_new)                \
+    FUNCTION(pa_stream_unref)              \
+    FUNCTION(pa_stream_update_timing_info) \
+    FUNCTION(pa_stream_writable_size)      \
+    FUNCTION(pa_stream_write)
+
 namespace {
+namespace pulse {
+
+DEVICE_LIBRARY("libpulse.so.0", PULSE_FUNCTIONS)
 
 // Between two questions for the server's latency. Questions come at random moments of a server's cycle, because a
 // server that has just read a large piece counts more than is heard.
@@ -114,6 +143,7 @@ bool connectStream(Device& device, const pa_sample_spec& format) {
 }
 
 void* openPulse(int rate, int channels, int& period) {
+    if (!loadLibrary()) return nullptr;
     std::unique_ptr<Device> device(new (std::nothrow) Device);
     if (!device) return nullptr;
     const pa_sample_spec format = {PA_SAMPLE_S16NE, static_cast<std::uint32_t>(rate),
@@ -143,6 +173,8 @@ std::optional<HeardReport> takeReport(void* handle) { return std::exchange(devic
 
 void close(void* handle) { delete static_cast<Device*>(handle); }
 
+}  // namespace pulse
 }  // namespace
 
-const AudioDriver PULSE_DRIVER = {"pulse", openPulse, waitForRoom, write, takeReport, close};
+const AudioDriver PULSE_DRIVER = {"pulse",      pulse::openPulse,  pulse::waitForRoom,
+                                  pulse::write, pulse::takeReport, pulse::close};
