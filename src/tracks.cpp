@@ -1,10 +1,10 @@
 #include "tracks.h"
 
 #include "live.h"
+#include "number.h"
 #include "system.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
@@ -65,9 +65,8 @@ Words wordsOf(const std::string& line) {
 
 std::optional<double> numberOf(const std::string& word) {
     double number = 0;
-    const char* const last = word.data() + word.size();
-    const auto [end, error] = std::from_chars(word.data(), last, number);
-    return error == std::errc() && end == last && std::isfinite(number) ? std::optional(number) : std::nullopt;
+    const bool whole = ryl_numberAt(word, number) == word.data() + word.size();
+    return whole && std::isfinite(number) ? std::optional(number) : std::nullopt;
 }
 
 // These read one line each and return what is wrong with it; an empty string if nothing is.

@@ -1,8 +1,8 @@
 // ryl-obj check: the text of models and their libraries, statement by statement.
 #include "check.h"
+#include "number.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <map>
 
@@ -83,7 +83,7 @@ bool placeOf(std::string_view line, Place& place) {
 
 bool numberAt(std::string_view text, float& number) {
     if (text.starts_with('+')) text.remove_prefix(1);
-    return std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc();
+    return ryl_numberAt(text, number) != nullptr;
 }
 
 struct Scan {

@@ -1,9 +1,9 @@
 #include "command.h"
+#include "number.h"
 
 #include <getopt.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -81,8 +81,7 @@ const char* valueOf(const CommandLine& line, std::string_view option) {
 double numberOf(const GivenOption& option, double least, double most) {
     const char* const end = option.value + std::strlen(option.value);
     double number = 0;
-    const auto [rest, error] = std::from_chars(option.value, end, number);
-    if (error == std::errc() && rest == end && number >= least && number <= most) return number;
+    if (ryl_numberAt<double>(option.value, number) == end && number >= least && number <= most) return number;
     refuse("--%s takes a number from %g to %g, not \"%s\"", std::string(option.name).c_str(), least, most,
            printable(option.value).c_str());
 }

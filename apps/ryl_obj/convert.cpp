@@ -1,9 +1,9 @@
 // ryl-obj convert: a model, changed if asked for, as another file.
 #include "convert.h"
+#include "number.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -29,9 +29,9 @@ std::array<float, 3> offsetOf(const GivenOption& option) {
     const char* at = option.value;
     const char* const end = at + std::strlen(at);
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        const auto [next, error] = std::from_chars(at, end, offset[axis]);
-        const bool whole = axis == 2 ? next == end : next != end && *next == ',';
-        if (error != std::errc() || !whole) refuse("--translate takes three numbers X,Y,Z, not \"%s\"", option.value);
+        const char* const next = ryl_numberAt(at, offset[axis]);
+        const bool whole = next != nullptr && (axis == 2 ? next == end : next != end && *next == ',');
+        if (!whole) refuse("--translate takes three numbers X,Y,Z, not \"%s\"", option.value);
         at = next + 1;
     }
     return offset;

@@ -1,5 +1,6 @@
 // Models: reading them, and the files that they name.
 #include "command.h"
+#include "number.h"
 
 #include <sys/stat.h>
 
@@ -135,6 +136,6 @@ double shortest(float number) {
     std::array<char, 64> digits{};
     const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
     double result = number;
-    std::from_chars(digits.data(), end, result);
+    ryl_numberAt({digits.data(), end}, result);
     return result;
 }

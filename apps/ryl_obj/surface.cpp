@@ -196,10 +196,9 @@ struct Survey {
     bool normals;                         // every corner has one
 };
 
-// Threads may meet at an entry, where they write the same.
+// Threads may meet at an entry, where they write the same. LLVM's C++ library has std::atomic_ref from 19 on.
 void mark(std::uint8_t& entry) {
-    const std::atomic_ref shared(entry);
-    if (shared.load(std::memory_order_relaxed) == 0) shared.store(1, std::memory_order_relaxed);
+    if (__atomic_load_n(&entry, __ATOMIC_RELAXED) == 0) __atomic_store_n(&entry, 1, __ATOMIC_RELAXED);
 }
 
 // Goes over the triangles once, because they do not fit into caches. Marks the positions that are used.

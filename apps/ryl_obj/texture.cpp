@@ -1,8 +1,8 @@
 #include "texture.h"
+#include "number.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -74,8 +74,7 @@ void takeNumbers(std::string_view& text, double* values, int count) {
         std::string_view rest = text;
         const std::string_view word = nextWord(rest);
         double value = 0;
-        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-        if (error != std::errc() || end != word.data() + word.size() || !(std::abs(value) < 1e6)) return;
+        if (ryl_numberAt(word, value) != word.data() + word.size() || !(std::abs(value) < 1e6)) return;
         values[i] = value;
         text = rest;
     }

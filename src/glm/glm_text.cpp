@@ -139,6 +139,17 @@ const char* convertRareFloat(const char* first, float& value) {
     return end != first ? end : nullptr;
 }
 
+// The other forms, fast; null for a rare one. To a C++ library that knows std::from_chars for integers alone all are.
+const char* convertUsualFloat([[maybe_unused]] const char* first, [[maybe_unused]] const char* last,
+                              [[maybe_unused]] float& value) {
+#ifdef __cpp_lib_to_chars
+    const auto [end, error] = std::from_chars(first, last, value);
+    // "0x..." stops it after the 0.
+    if (error == std::errc() && *end != 'x' && *end != 'X') return end;
+#endif
+    return nullptr;
+}
+
 // Whether the number from `first` to `end` breaks off inside of its exponent, like "1e" or "0x1p+". ISO C's fscanf
 // refuses such numbers.
 bool breaksOff(const char* first, const char* end) {
@@ -162,10 +173,8 @@ const char* convertInteger(const GLMtext& text, std::int64_t& value) {
 }  // namespace
 
 const char* __glmConvertFloat(const char* first, const char* last, float& value) {
-    const auto [fast, error] = std::from_chars(first, last, value);
-    // "0x..." stops the fast conversion after the 0.
-    const bool rare = error != std::errc() || *fast == 'x' || *fast == 'X';
-    const char* end = rare ? convertRareFloat(first, value) : fast;
+    const char* const fast = convertUsualFloat(first, last, value);
+    const char* const end = fast != nullptr ? fast : convertRareFloat(first, value);
     return end != nullptr && breaksOff(first, end) ? nullptr : end;
 }
 
