@@ -21,7 +21,8 @@ namespace {
 constexpr const char* NO_DEVICE = "sound: no audio device, playing silently\n";
 constexpr unsigned int MS = FMOD_TIMEUNIT_MS;
 // An output that takes ten seconds to close: it waits for its command to end.
-constexpr const char* HANGS = R"(type file format raw file "|exec >/dev/null 2>&1; cat; exec sleep 10" slave.pcm { type null })";
+constexpr const char* HANGS =
+    R"(type file format raw file "|exec >/dev/null 2>&1; cat; exec sleep 10" slave.pcm { type null })";
 
 // ALSA's configuration for this process: `output` is its default output, and there is no other.
 void setAlsa(const TempDir& folder, const std::string& output) {
@@ -185,8 +186,7 @@ TEST(Sound, PlaysAndEndsThoughTheDeviceIsMissingOrHangs) {
         {"alsa", "type hw card 99", "unix:/none", NO_DEVICE},
         {"", "type hw card 99", "unix:/none", NO_DEVICE},
         {"pulse", "", mute.c_str(), NO_DEVICE},
-        {"loud", HANGS, "unix:/none",
-         "sound: RYL_SOUND is \"loud\", not pulse, alsa or none: taking the default\n"},
+        {"loud", HANGS, "unix:/none", "sound: RYL_SOUND is \"loud\", not pulse, alsa or none: taking the default\n"},
     };
 
     for (const auto& [sound, alsa, server, line] : cases) {
