@@ -2,7 +2,6 @@
 
 #include "system.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -21,19 +20,10 @@ constexpr std::size_t KEYWORD_LENGTH = 7;
     std::exit(-1);
 }
 
-// The whole file as one string. Pipes have no size, and are read as they come.
-std::string contents(std::FILE* file) {
-    constexpr long PIECE = 1 << 16;
-    const long left = ryl_bytesLeft(file);
+// The bytes of a file; nothing if it cannot be read.
+std::optional<std::string> contents(const char* path) {
     try {
-        std::string text;
-        std::size_t size = 0;
-        do {
-            text.resize(std::max(2 * size, static_cast<std::size_t>(left < 0 ? PIECE : left)));
-            size += std::fread(text.data() + size, 1, text.size() - size, file);
-        } while (left < 0 && size == text.size());
-        text.resize(size);
-        return text;
+        return ryl_readFile(path);
     } catch (const std::exception&) {
         failWithoutMemory();
     }
@@ -69,13 +59,12 @@ int countMaterials(std::string_view text) {
 
 int ryl_loadObjModel(const char* path) {
     std::printf("[*] Loading %s.\n", path);
-    const File file = ryl_openFile(path);
-    if (!file) {
+    const std::optional<std::string> text = contents(path);
+    if (!text) {
         std::printf("Couldn't open %s.\n", path);
         std::exit(-1);
     }
-    const std::string text = contents(file.get());
-    if (const std::optional<std::string> name = materialFileIn(text)) {
+    if (const std::optional<std::string> name = materialFileIn(*text)) {
         std::printf("%s\n\n", name->c_str());
         const ryl_objModel model{.positions = 0, .normals = 0, .faces = 0, .materialFile = name->c_str()};
         readMtlToObj(&model);
@@ -84,10 +73,10 @@ int ryl_loadObjModel(const char* path) {
 }
 
 void readMtlToObj(const ryl_objModel* model) {
-    const File file = ryl_openFile(model->materialFile);
-    if (!file) {
+    const std::optional<std::string> text = contents(model->materialFile);
+    if (!text) {
         std::printf("[/] Couldn't material file %s.\n", model->materialFile);
         return;
     }
-    if (countMaterials(contents(file.get())) == 0) std::puts("[/] No materials found");
+    if (countMaterials(*text) == 0) std::puts("[/] No materials found");
 }
