@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <string>
+#include <type_traits>
 #endif
 
 // Returns the number's end, or null if there is none or it is out of range; `number` is then unchanged.
@@ -28,7 +29,11 @@ const char* ryl_numberAt(std::string_view text, Number& number) {
     if (digits.empty() || digits[0] == '+' || std::isspace(static_cast<unsigned char>(digits[0]))) return nullptr;
     char* end = nullptr;
     errno = 0;
-    const double read = strtod_l(digits.c_str(), &end, plain);
+    Number read;
+    if constexpr (std::is_same_v<Number, float>)
+        read = strtof_l(digits.c_str(), &end, plain);
+    else
+        read = strtod_l(digits.c_str(), &end, plain);
     const bool outOfRange = errno == ERANGE && (std::isinf(read) || read == 0);
     if (end == digits.c_str() || outOfRange) return nullptr;
     number = read;
