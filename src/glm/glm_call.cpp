@@ -15,15 +15,9 @@ unsigned long long lineOf(const GLMcall& call) {
     return call.text != nullptr ? __glmLineNumber(*call.text, call.text->statement) : call.line;
 }
 
-// As std::vsnprintf. The analyzer does not see the callers' va_start.
-int formatInto(char* text, std::size_t size, const char* format, std::va_list values) {
-    return std::vsnprintf(text, size, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
-}
-
 void print(GLMcall& call, const char* prefix, GLMplace place, const char* format, std::va_list values) {
     std::fputs(prefix, stderr);
-    // The analyzer does not see the callers' va_start.
-    std::vfprintf(stderr, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
+    std::vfprintf(stderr, format, values);
     if (place != GLMplace::none) std::fprintf(stderr, " in file \"%s\"", call.file);
     if (place == GLMplace::line) std::fprintf(stderr, ", line %llu", lineOf(call));
     std::fputc('\n', stderr);
@@ -40,7 +34,7 @@ void note(GLMcall& call, const char* format, std::va_list values) {
     if (call.error != nullptr) {
         GLMerror& error = *call.error;
         std::snprintf(error.file, sizeof error.file, "%s", call.file);
-        formatInto(error.text, sizeof error.text, format, values);
+        std::vsnprintf(error.text, sizeof error.text, format, values);
         withoutLineEnd(error.text, std::strlen(error.text));
         error.line = lineOf(call);
     }
@@ -52,13 +46,13 @@ void collect(GLMcall& call, const char* format, std::va_list values) {
     std::va_list again;
     va_copy(again, values);
     const std::size_t fileSize = std::strlen(call.file) + 1;
-    const auto textSize = static_cast<std::size_t>(formatInto(nullptr, 0, format, again)) + 1;
+    const auto textSize = static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, again)) + 1;
     va_end(again);
     GLMstring names(__glmTryArray<char>(call, fileSize + textSize));
     if (names == nullptr) return;
     std::memcpy(names.get(), call.file, fileSize);
     char* text = names.get() + fileSize;
-    formatInto(text, textSize, format, values);
+    std::vsnprintf(text, textSize, format, values);
     const std::string_view key(names.get(), fileSize + withoutLineEnd(text, textSize - 1));
     if (const std::uint32_t* known = __glmFindName(call.metNames, key)) {
         call.met[*known].count += call.times;

@@ -95,8 +95,7 @@ void __glmFailChunk(GLMchunk& chunk, std::uint64_t line, const char* format, ...
     if (failure.text[0] != '\0') return;
     std::va_list values;
     va_start(values, format);
-    // The analyzer misses the va_start.
-    std::vsnprintf(failure.text, sizeof failure.text, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
+    std::vsnprintf(failure.text, sizeof failure.text, format, values);
     va_end(values);
     failure.line = line;
 }

@@ -13,8 +13,7 @@ constexpr const char* WHITE_SPACE = " \t\n\r";
 
 void print(const char* prefix, const char* format, std::va_list values) {
     std::fputs(prefix, stderr);
-    // The analyzer does not see the callers' va_start.
-    std::vfprintf(stderr, format, values);  // NOLINT(clang-analyzer-valist.Uninitialized)
+    std::vfprintf(stderr, format, values);
     std::fputc('\n', stderr);
 }
 
