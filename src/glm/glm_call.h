@@ -45,6 +45,7 @@ struct GLMcall {
     unsigned long long line = 0;   // that messages are about, where there is no such text
     unsigned long long times = 1;  // that the next warning was met
     std::size_t chunk = 0;         // bytes of a text that one thread takes at a time; 0 leaves it to the reader
+    bool baseline = false;         // without instructions that not every processor has, for tests
     int percent = 0;               // that progress was told of
     GLMmet* met = nullptr;         // warnings
     std::uint32_t metCount = 0;    // room is there for the next power of two

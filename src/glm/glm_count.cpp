@@ -1,4 +1,5 @@
-// What is in a chunk. Lines and their words are found 64 characters at a time.
+// What is in a chunk. Lines and their words are found 64 characters at a time, with AVX2 where the processor has it.
+// The counts are the same without.
 #include "glm/glm_lines.h"
 #include "glm/glm_text.h"
 
@@ -8,8 +9,9 @@
 #include <cstdlib>
 #include <string_view>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#define GLM_AVX2 gnu::target("avx2,bmi,popcnt")
 #endif
 
 namespace {
@@ -25,50 +27,79 @@ struct Classes {
     std::uint64_t white = 0, feeds = 0, returns = 0, hashes = 0;
 };
 
+// Instructions that every processor has.
+struct Baseline {
 #ifdef __SSE2__
-Classes classesOf(const char* p) {
-    Classes classes;
-    const auto is = [](__m128i characters, char c) {
-        return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(characters, _mm_set1_epi8(c))));
-    };
-    for (int i = 0; i < BLOCK; i += 16) {
-        const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
-        const __m128i low = _mm_cmpeq_epi8(_mm_min_epu8(characters, _mm_set1_epi8(' ')), characters);
-        classes.white |= std::uint64_t{static_cast<unsigned>(_mm_movemask_epi8(low))} << i;
-        classes.feeds |= std::uint64_t{is(characters, '\n')} << i;
-        classes.returns |= std::uint64_t{is(characters, '\r')} << i;
-        classes.hashes |= std::uint64_t{is(characters, '#')} << i;
+    static unsigned where(__m128i found) { return static_cast<unsigned>(_mm_movemask_epi8(found)); }
+    static unsigned whereIs(__m128i characters, char c) {
+        return where(_mm_cmpeq_epi8(characters, _mm_set1_epi8(c)));
     }
-    return classes;
-}
+    static Classes classesOf(const char* p) {
+        Classes classes;
+        for (int i = 0; i < BLOCK; i += 16) {
+            const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+            const __m128i low = _mm_min_epu8(characters, _mm_set1_epi8(' '));
+            classes.white |= std::uint64_t{where(_mm_cmpeq_epi8(low, characters))} << i;
+            classes.feeds |= std::uint64_t{whereIs(characters, '\n')} << i;
+            classes.returns |= std::uint64_t{whereIs(characters, '\r')} << i;
+            classes.hashes |= std::uint64_t{whereIs(characters, '#')} << i;
+        }
+        return classes;
+    }
 #else
-Classes classesOf(const char* p) {
-    Classes classes;
-    for (int i = 0; i < BLOCK; ++i) {
-        const std::uint64_t bit = std::uint64_t{1} << i;
-        classes.white |= static_cast<unsigned char>(p[i]) <= ' ' ? bit : 0;
-        classes.feeds |= p[i] == '\n' ? bit : 0;
-        classes.returns |= p[i] == '\r' ? bit : 0;
-        classes.hashes |= p[i] == '#' ? bit : 0;
+    static Classes classesOf(const char* p) {
+        Classes classes;
+        for (int i = 0; i < BLOCK; ++i) {
+            const std::uint64_t bit = std::uint64_t{1} << i;
+            classes.white |= static_cast<unsigned char>(p[i]) <= ' ' ? bit : 0;
+            classes.feeds |= p[i] == '\n' ? bit : 0;
+            classes.returns |= p[i] == '\r' ? bit : 0;
+            classes.hashes |= p[i] == '#' ? bit : 0;
+        }
+        return classes;
     }
-    return classes;
-}
 #endif
+    // std::popcount calls a function where the processor need not have an instruction for it.
+    static std::uint32_t countBits(std::uint64_t bits) {
+        constexpr std::uint64_t ALTERNATE = 0x5555555555555555, PAIRS = 0x3333333333333333,
+                                NIBBLES = 0x0f0f0f0f0f0f0f0f, BYTES = 0x0101010101010101;
+        bits -= (bits >> 1) & ALTERNATE;
+        bits = (bits & PAIRS) + ((bits >> 2) & PAIRS);
+        bits = (bits + (bits >> 4)) & NIBBLES;
+        return static_cast<std::uint32_t>((bits * BYTES) >> 56);
+    }
+};
 
-// std::popcount calls a function where the processor need not have an instruction for it.
-std::uint32_t countBits(std::uint64_t bits) {
-    constexpr std::uint64_t ALTERNATE = 0x5555555555555555, PAIRS = 0x3333333333333333, NIBBLES = 0x0f0f0f0f0f0f0f0f,
-                            BYTES = 0x0101010101010101;
-    bits -= (bits >> 1) & ALTERNATE;
-    bits = (bits & PAIRS) + ((bits >> 2) & PAIRS);
-    bits = (bits + (bits >> 4)) & NIBBLES;
-    return static_cast<std::uint32_t>((bits * BYTES) >> 56);
-}
+#ifdef GLM_AVX2
+// Instructions that most processors since 2013 have.
+struct Avx2 {
+    [[GLM_AVX2]] static unsigned where(__m256i found) { return static_cast<unsigned>(_mm256_movemask_epi8(found)); }
+    [[GLM_AVX2]] static unsigned whereIs(__m256i characters, char c) {
+        return where(_mm256_cmpeq_epi8(characters, _mm256_set1_epi8(c)));
+    }
+    [[GLM_AVX2]] static Classes classesOf(const char* p) {
+        Classes classes;
+        for (int i = 0; i < BLOCK; i += 32) {
+            const __m256i characters = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + i));
+            const __m256i low = _mm256_min_epu8(characters, _mm256_set1_epi8(' '));
+            classes.white |= std::uint64_t{where(_mm256_cmpeq_epi8(low, characters))} << i;
+            classes.feeds |= std::uint64_t{whereIs(characters, '\n')} << i;
+            classes.returns |= std::uint64_t{whereIs(characters, '\r')} << i;
+            classes.hashes |= std::uint64_t{whereIs(characters, '#')} << i;
+        }
+        return classes;
+    }
+    [[GLM_AVX2]] static std::uint32_t countBits(std::uint64_t bits) {
+        return static_cast<std::uint32_t>(__builtin_popcountll(bits));
+    }
+};
+#endif
 
 // A block of a window. `white` says whether the character in front of it is white, and then whether its last one is.
 // Characters from `end` on are white.
-Bits bitsOf(const char* p, const char* end, bool& white) {
-    Classes classes = classesOf(p);
+template <typename Processor>
+[[gnu::always_inline]] inline Bits bitsOf(const char* p, const char* end, bool& white) {
+    const Classes classes = Processor::classesOf(p);
     std::uint64_t inside = ~std::uint64_t{0};
     if (end - p < BLOCK) inside = (std::uint64_t{1} << (end - p)) - 1;
     const std::uint64_t nextFeeds = (classes.feeds >> 1) | (std::uint64_t{p[BLOCK] == '\n'} << (BLOCK - 1));
@@ -257,7 +288,7 @@ bool countStatement(Counter& counter, const Line& line, const char* end) {
 }
 
 // Most statements begin at the line's start with one of four keywords.
-bool countLine(Counter& counter, const Line& line, const char* end) {
+[[gnu::always_inline]] inline bool countLine(Counter& counter, const Line& line, const char* end) {
     const char* const p = line.begin;
     const auto isWhite = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
     GLMchunk& chunk = counter.chunk;
@@ -276,20 +307,19 @@ bool countLine(Counter& counter, const Line& line, const char* end) {
     return true;
 }
 
-}  // namespace
-
-bool __glmCountChunk(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window) {
+template <typename Processor>
+[[gnu::always_inline]] inline bool countChunk(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window) {
     Counter counter{.job = job, .chunk = chunk, .window = window.begin};
     std::uint64_t& lines = chunk.counts.lines;
     Line line{.begin = window.begin, .number = lines, .words = 0};
     bool white = true, comment = false;
     for (const char* p = window.begin; p < window.end; p += BLOCK) {
-        const Bits bits = bitsOf(p, window.end, white);
+        const Bits bits = bitsOf<Processor>(p, window.end, white);
         std::uint64_t left = ~std::uint64_t{0};  // of the block
         for (;;) {
             const std::uint64_t stops = (comment ? bits.ends : bits.ends | bits.hashes) & left;
             const std::uint64_t stop = stops & -stops, passed = (stop - 1) & left;
-            if (!comment) line.words += countBits(bits.words & passed);
+            if (!comment) line.words += Processor::countBits(bits.words & passed);
             if (stop == 0) break;
             left &= ~(stop | (stop - 1));
             const char* const end = p + std::countr_zero(stop);
@@ -310,4 +340,21 @@ bool __glmCountChunk(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window
         }
     }
     return true;
+}
+
+#ifdef GLM_AVX2
+[[GLM_AVX2]] bool countWithAvx2(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window) {
+    return countChunk<Avx2>(job, chunk, window);
+}
+#endif
+
+}  // namespace
+
+bool __glmCountChunk(const GLMjob& job, GLMchunk& chunk, const GLMwindow& window) {
+#ifdef GLM_AVX2
+    const bool has =
+        __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("popcnt");
+    if (has && !job.call.baseline) return countWithAvx2(job, chunk, window);
+#endif
+    return countChunk<Baseline>(job, chunk, window);
 }

@@ -92,6 +92,7 @@ std::string read(const GLMmodelsource& source, GLMoptions options, bool wantsExt
     GLMcall call;
     __glmLetReturn(call, &error, options);
     call.chunk = chunk;
+    call.baseline = source.file != nullptr;
     const std::unique_ptr<GLMmodel, decltype(&glmFree)> model(__glmTryRead(call, source), glmFree);
     const std::unique_ptr<GLMextras, decltype(&glmFreeExtras)> owned(extras, glmFreeExtras);
     if (model == nullptr) {

@@ -112,6 +112,7 @@ Result read(const GLMmodelsource& source, GLMoptions options, unsigned threads, 
     GLMerror error{};
     __glmLetReturn(call, &error, options);
     call.chunk = chunk;
+    call.baseline = source.file != nullptr;
     const std::unique_ptr<GLMmodel, decltype(&glmFree)> model(__glmTryRead(call, source), glmFree);
     EXPECT_EQ(model == nullptr, extras == nullptr);
     if (model == nullptr) return {"", "", std::to_string(error.line) + ": " + error.text};
