@@ -54,6 +54,39 @@ void playInstalled(const std::string& component, const char* launcherName) {
         EXPECT_NE(shell("find " + inQuotes(place) + " -path '" + file + "'"), "") << file;
 }
 
+// On a Wayland desktop without XWayland, in the words of each family of systems, and in a window for a double click.
+TEST(Installed, SaysWhatTheMachineLacks) {
+    const TempDir made;
+    shell("'" RYL_CMAKE "' --install '" RYL_BUILD "' --component archive --prefix " + inQuotes(made.path() / "demo") +
+          " >" + inQuotes(made.path() / "log"));
+    const fs::path tools = made.path() / "tools", window = made.path() / "window";
+    fs::create_directory(tools);
+    shell("for tool in awk dirname grep id realpath sed sh sort tail uname; do ln -s \"$(command -v $tool)\" " +
+          inQuotes(tools) + "; done");
+    const std::string start = "PATH=" + inQuotes(tools) + " DISPLAY= WAYLAND_DISPLAY=wayland-0 " +
+                              inQuotes(made.path() / "demo/play") + " -m",
+                      lacks = "the demo needs this, and it is not here:\n  an X display: this Wayland session has no "
+                              "XWayland\nTo install it:\n";
+    std::string all;
+    for (const auto& [manager, command] : {std::pair{"apt", "  sudo apt install xwayland\n"},
+                                           std::pair{"dnf", "  sudo dnf install xorg-x11-server-Xwayland\n"},
+                                           std::pair{"pacman", "  sudo pacman -S xorg-xwayland\n"},
+                                           std::pair{"zypper", "  sudo zypper install xwayland\n"}}) {
+        fs::create_symlink("/bin/true", tools / manager);
+        EXPECT_EQ(shell(start + " 2>&1 || true"), "[!] " + lacks + command);
+        fs::remove(tools / manager);
+        all += command;
+    }
+    EXPECT_EQ(shell(start + " 2>&1 || true"), "[!] " + lacks + all);
+
+    // The launcher changes its directory.
+    const std::string write = R"(for last; do :; done; echo "$last" >"$WINDOW.part"; mv "$WINDOW.part" "$WINDOW")";
+    shell("cd " + inQuotes(tools) + "; ln -s /bin/mv; echo '" + write + "' >zenity; chmod +x zenity");
+    EXPECT_EQ(shell("export WINDOW=" + inQuotes(window) + "; " + start + " </dev/null >/dev/null 2>&1 || " +
+                    "for try in $(seq 600); do [ ! -e $WINDOW ] || break; sleep 0.1; done; cat $WINDOW"),
+              "--text=" + lacks + all);
+}
+
 TEST(Installed, PlaysWhereverItIsAndSavesWhereItIsStarted) {
     playInstalled("archive", "play");
     playInstalled("system", "games/ryl");
