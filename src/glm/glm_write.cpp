@@ -230,25 +230,35 @@ const char* lastPart(const char* name) {
     return name;
 }
 
-// The file name of `path` with another ending.
+// White space around a name and ends of lines in it are lost in a statement.
+bool isEdge(char c) { return static_cast<unsigned char>(c) <= ' '; }
+bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
+bool canBeSaid(std::string_view name) {
+    return !name.empty() && !isEdge(name.front()) && !isEdge(name.back()) &&
+           std::none_of(name.begin(), name.end(), isLineEnd);
+}
+
+// The file name of `path` with another ending, as a statement can say it.
 GLMstring libraryNamedAfter(GLMcall& call, const char* path, const char* ending) {
-    const std::string_view name = path + __glmDirectoryLength(path);
-    const std::string_view stem = name.substr(0, std::min(name.rfind('.'), name.size()));
+    std::string_view stem = path + __glmDirectoryLength(path);
+    stem = stem.substr(0, stem.rfind('.'));
+    while (!stem.empty() && isEdge(stem.front())) stem.remove_prefix(1);
     GLMstring result(__glmTryArray<char>(call, stem.size() + std::strlen(ending) + 1));
-    if (result != nullptr)
-        std::memcpy(std::copy(stem.begin(), stem.end(), result.get()), ending, std::strlen(ending));
+    if (result == nullptr) return result;
+    char* const end = std::replace_copy_if(stem.begin(), stem.end(), result.get(), isLineEnd, '_');
+    std::memcpy(end, ending, std::strlen(ending));
     return result;
 }
 
-// The name of the library that is written beside `path`: the model's, unless it is none, that of the file itself, or
-// that of a file that must stay.
+// The name of the library that is written beside `path`: the model's, unless it is none, that of the file itself, that
+// of a file that must stay, or one that no statement can say.
 GLMstring libraryFor(GLMcall& call, const GLMmodel& model, const char* path) {
     const char* const own = model.mtllibname != nullptr ? lastPart(model.mtllibname) : "";
     const char* const file = path + __glmDirectoryLength(path);
     const GLMstring place = __glmTryBeside(call, path, own);
     if (place == nullptr) return {};
-    bool right = call.options.replace || access(place.get(), F_OK) != 0;
-    for (const char* none : {"", ".", "..", file}) right = right && std::strcmp(own, none) != 0;
+    bool right = canBeSaid(own) && (call.options.replace || access(place.get(), F_OK) != 0);
+    for (const char* none : {".", "..", file}) right = right && std::strcmp(own, none) != 0;
     if (right) return GLMstring(__glmTryCopy(call, own));
     GLMstring name = libraryNamedAfter(call, path, ".mtl");
     const bool same = name != nullptr && std::strcmp(name.get(), file) == 0;

@@ -289,6 +289,14 @@ TEST(Try, WritesWholeFilesAndReplacesNoneUnasked) {
               "m.mtl:0: glmWriteMTL() failed: file \"" + library + "\" is no regular file.");
     std::filesystem::remove(library);
     EXPECT_EQ(write("new.obj", {}), ":0: ");
+
+    // No statement can say the library's name, nor the file's.
+    std::free(model->mtllibname);
+    model->mtllibname = strdup("folder\\ m.mtl");
+    EXPECT_EQ(write(" two\nlines.obj", {}), ":0: ");
+    const Freed back(glmTryReadOBJ(files.at(" two\nlines.obj").c_str()), glmFree);
+    EXPECT_STREQ(back->mtllibname, "two_lines.mtl");
+    EXPECT_EQ(back->nummaterials, model->nummaterials);
 }
 
 TEST(Try, EachAllocationMayFail) {
