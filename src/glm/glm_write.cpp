@@ -239,14 +239,14 @@ bool canBeSaid(std::string_view name) {
 }
 
 // The file name of `path` with another ending, as a statement can say it.
-GLMstring libraryNamedAfter(GLMcall& call, const char* path, const char* ending) {
+GLMstring libraryNamedAfter(GLMcall& call, const char* path, std::string_view ending) {
     std::string_view stem = path + __glmDirectoryLength(path);
     stem = stem.substr(0, stem.rfind('.'));
     while (!stem.empty() && isEdge(stem.front())) stem.remove_prefix(1);
-    GLMstring result(__glmTryArray<char>(call, stem.size() + std::strlen(ending) + 1));
+    GLMstring result(__glmTryArray<char>(call, stem.size() + ending.size() + 1));
     if (result == nullptr) return result;
     char* const end = std::replace_copy_if(stem.begin(), stem.end(), result.get(), isLineEnd, '_');
-    std::memcpy(end, ending, std::strlen(ending));
+    *std::copy(ending.begin(), ending.end(), end) = '\0';
     return result;
 }
 
