@@ -61,8 +61,8 @@ TEST(Installed, SaysWhatTheMachineLacks) {
           " >" + inQuotes(made.path() / "log"));
     const fs::path tools = made.path() / "tools", window = made.path() / "window";
     fs::create_directory(tools);
-    shell("for tool in awk dirname grep id realpath sed sh sort tail uname; do ln -s \"$(command -v $tool)\" " +
-          inQuotes(tools) + "; done");
+    const std::string needed = "awk dirname grep id readlink realpath sed sh sort tail uname";
+    shell("for tool in " + needed + "; do ln -s \"$(command -v $tool)\" " + inQuotes(tools) + "; done");
     const std::string start = "PATH=" + inQuotes(tools) + " DISPLAY= WAYLAND_DISPLAY=wayland-0 " +
                               inQuotes(made.path() / "demo/play") + " -m",
                       lacks = "the demo needs this, and it is not here:\n  an X display: this Wayland session has no "
@@ -82,7 +82,8 @@ TEST(Installed, SaysWhatTheMachineLacks) {
     // The launcher changes its directory.
     const std::string write = R"(for last; do :; done; echo "$last" >"$WINDOW.part"; mv "$WINDOW.part" "$WINDOW")";
     shell("cd " + inQuotes(tools) + "; ln -s /bin/mv; echo '" + write + "' >zenity; chmod +x zenity");
-    EXPECT_EQ(shell("export WINDOW=" + inQuotes(window) + "; " + start + " </dev/null >/dev/null 2>&1 || " +
+    EXPECT_EQ(shell("export WINDOW=" + inQuotes(window) + "; " + start + " </dev/null 2>" + window.string() +
+                    "-session.log || " +
                     "for try in $(seq 600); do [ ! -e $WINDOW ] || break; sleep 0.1; done; cat $WINDOW"),
               "--text=" + lacks + all);
 }
