@@ -57,9 +57,10 @@ bool show(void*, float done) {
 
 fs::path folderOf(const GLMmodel& model) { return fs::path(model.pathname).parent_path(); }
 
+// Reading what a model names must come to an end: pipes and devices count as missing.
 bool isFile(const fs::path& path) {
     std::error_code error;
-    return fs::exists(path, error) && !fs::is_directory(path, error);
+    return fs::is_regular_file(path, error);
 }
 
 // Files made elsewhere name others with backslashes.

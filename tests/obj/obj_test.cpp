@@ -110,6 +110,7 @@ TEST(Check, TellsClosedFromOpenAndOutsideFromInside) {
     folder.write("cube.obj", points + "f 1 4 3 2\n" + faces);
     folder.write("open.obj", points + faces);
     folder.write("turned.obj", points + "f 1 2 3 4\n" + faces);
+    folder.write("endless.obj", "mtllib pipe.mtl zero.mtl\n" + points);
     constexpr Case CASES[] = {
         {"{} check cube.obj", 0, "cube.obj: nothing found\n"},
         {"{} check open.obj", 0, "open.obj: 4 open-edge\n"},
@@ -119,6 +120,7 @@ TEST(Check, TellsClosedFromOpenAndOutsideFromInside) {
         {"{} convert --reverse cube.obj - | {} check -", 1, "closed part of 6 faces that begins here is inside out"},
         {"{} check --fail-on wnding cube.obj", 2, "--fail-on knows no kind \"wnding\""},
         {"{} check --json bad.obj", 2, "\"usable\": false"},
+        {"mkfifo pipe.mtl; ln -s /dev/zero zero.mtl; {} check endless.obj", 1, "endless.obj:1: warning: can't open"},
         {"for i in 1 2 3 4; do printf 'v 0 0 %s\nv 1 0 %s\nv 0 1 %s\nf -3 -2 -1\n' $i $i $i; done >many.obj; "
          "{} check many.obj",
          0, "many.obj: ... and 2 more [open-edge] (--all shows all)\n"},
