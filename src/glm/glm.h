@@ -65,7 +65,7 @@ struct GLMtexture {
 // Other programs rely on the order of the fields, which is not the tightest one.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct GLMmodel {
-    char* pathname;    // as given to glmReadOBJ; its directory holds the material library and the images
+    char* pathname;    // as given to glmReadOBJ, or null; its directory holds the material library and the images
     char* mtllibname;  // name of the material library, or null
     std::uint32_t numvertices;
     float* vertices;  // x, y, z of each position

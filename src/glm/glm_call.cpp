@@ -144,8 +144,7 @@ GLMstring __glmTryBeside(GLMcall& call, const char* path, const char* name) {
     const std::size_t directory = __glmDirectoryLength(path), length = std::strlen(name);
     GLMstring result(__glmTryArray<char>(call, directory + length + 1));
     if (result == nullptr) return result;
-    std::memcpy(result.get(), path, directory);
-    std::memcpy(result.get() + directory, name, length);
+    std::copy_n(name, length, std::copy_n(path, directory, result.get()));
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -21,8 +22,7 @@ void print(const char* prefix, const char* format, std::va_list values) {
 char* copyOf(const char* text, std::size_t length) {
     auto* copy = static_cast<char*>(std::malloc(length + 1));
     if (copy == nullptr) return nullptr;
-    std::memcpy(copy, text, length);
-    copy[length] = '\0';
+    *std::copy_n(text, length, copy) = '\0';
     return copy;
 }
 
@@ -84,7 +84,7 @@ char* __glmStrStrip(const char* string) {
 }
 
 std::size_t __glmDirectoryLength(const char* path) {
-    const char* slash = std::strrchr(path, '/');
+    const char* slash = path != nullptr ? std::strrchr(path, '/') : nullptr;
     return slash != nullptr ? static_cast<std::size_t>(slash - path) + 1 : 0;
 }
 

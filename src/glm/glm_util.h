@@ -96,7 +96,7 @@ inline void __glmCount(const GLMmodel& model, std::uint32_t& count, std::uint32_
 // A copy, never null; a failed allocation is a fatal error.
 char* __glmCopy(const char* string);
 
-// Length of what __glmDirName copies.
+// Length of what __glmDirName copies. Here and for the names beside it, null is a path without a directory.
 std::size_t __glmDirectoryLength(const char* path);
 
 // What __glmStrStrip copies.

@@ -236,6 +236,9 @@ TEST(Try, AFailureLeavesTheModelAsItIs) {
     EXPECT_STREQ(model->materials[2].name, "blue");
     EXPECT_TRUE(glmTryReadMTL(model.get(), "good.mtl"));
     EXPECT_STREQ(model->materials[2].name, "green");
+    std::free(std::exchange(model->pathname, nullptr));  // as of a model that was not read
+    for (const GLMoptions& options : {GLMoptions(), strict})
+        EXPECT_TRUE(glmTryReadMTL(model.get(), files.at("m.mtl").c_str(), nullptr, options));
 }
 
 // Of two files either both are written, or none is touched.
