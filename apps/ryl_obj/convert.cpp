@@ -86,6 +86,14 @@ constexpr Change CHANGES[] = {
      group},
 };
 
+// The changes have kept the extras in step with the model.
+void noteCounts(const GLMmodel& model, GLMextras& extras) {
+    extras.numcolors = extras.colors != nullptr ? model.numvertices : 0;
+    extras.numpositions = model.numvertices;
+    extras.numnormals = model.numnormals;
+    extras.numtexcoords = model.numtexcoords;
+}
+
 // The geometry of the model library ends the process with status 1 where memory is short.
 bool changing = false;
 
@@ -102,6 +110,7 @@ void applyChanges(const CommandLine& line, Model& model) {
             change.apply(model, option);
         }
     changing = false;
+    noteCounts(*model.model, *model.extras);
 }
 
 // ---- Files --------------------------------------------------------------------------------------------------------

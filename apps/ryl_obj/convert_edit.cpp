@@ -365,7 +365,6 @@ void weldModel(Model& read, float distance) {
             float* const colors = extras.colors;
             std::copy_n(colors + std::size_t{3} * old, 3, colors + std::size_t{3} * place(old));
         }
-    extras.numcolors = extras.colors != nullptr ? model.numvertices : 0;
     dropTriangles(model);
 }
 

@@ -74,6 +74,9 @@ struct GLMextras {
     std::uint32_t numtriangles;  // the model's; the length of the next two arrays
     std::uint32_t* objects;      // object of each triangle, or GLM_NO_INDEX; null when the file has none
     std::uint32_t* smoothing;    // smoothing group of each triangle, or 0; null when the file has none
+    std::uint32_t numpositions;  // the model's; the corners' indices go up to these three
+    std::uint32_t numnormals;
+    std::uint32_t numtexcoords;
     std::uint32_t numcorners;
     GLMelementcorner* corners;
     std::uint32_t numelements;

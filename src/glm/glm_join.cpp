@@ -421,6 +421,9 @@ bool finishExtras(GLMjob& job) {
     extras.libraries = job.libraries.items.release();
     job.libraries.count = 0;
     extras.numtriangles = job.model->numtriangles;
+    extras.numpositions = job.model->numvertices;
+    extras.numnormals = job.model->numnormals;
+    extras.numtexcoords = job.model->numtexcoords;
     if (job.colored) {
         extras.numcolors = job.model->numvertices;
         std::fill_n(extras.colors + GLM_VECTOR_SIZE, GLM_VECTOR_SIZE * job.colorsFrom, 1.0f);

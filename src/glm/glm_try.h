@@ -92,8 +92,12 @@ constexpr int GLM_ALL = -1;
 // Write the model (not null) to `path`, and its materials to the file `name` in the directory of `path`. By default
 //   - what is written reads back the same, numbers to the bit, triangles and groups in their order; a second writing
 //     gives the bytes of the first. With the extras that the model was read with, all that they hold goes out too; if
-//     they hold faces, these are written instead of the triangles. Extras of another number of positions or
-//     triangles, as after glmWeld, are an error;
+//     they hold faces, these are written instead of the triangles, without facet normals;
+//   - extras stay as they were read when the model changes. If they refer to its positions, normals, texture
+//     coordinates, triangles or materials, and it has another number of these by now, as after glmWeld or
+//     glmVertexNormals, that is an error. Another model's, or changed ones, are not noticed where they are as many:
+//     after glmTryReadMTL without extras, a material gets what the extras hold of the one that had its number;
+//     glmReverseWinding turns the normals, but not the faces of the extras;
 //   - the mode says what is written, as that of glmWriteOBJ, or GLM_ALL; without GLM_MATERIAL nothing is said of
 //     materials. With it the library goes into the directory of `path`, under the last part of mtllibname; where that
 //     is null, or the name of a file that must stay, under that of `path`, ending in ".mtl". The default material is

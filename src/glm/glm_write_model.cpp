@@ -237,8 +237,11 @@ bool putElement(ModelWriter& writer, std::uint32_t number) {
     if (!select(writer, state, "element", number)) return false;
     __glmRoom(writer.sink, 1);
     *writer.sink.at++ = KEYWORDS[kind];
-    for (std::uint32_t i = 0; i < element.count; ++i)
-        if (!putCorner(writer, extras.corners[element.first + i], "element", number)) return false;
+    for (std::uint32_t i = 0; i < element.count; ++i) {
+        GLMelementcorner corner = extras.corners[element.first + i];
+        if ((writer.mode & GLM_SMOOTH) == 0) corner.normal = GLM_NO_INDEX;  // facet normals are the triangles'
+        if (!putCorner(writer, corner, "element", number)) return false;
+    }
     __glmPutText(writer.sink, "\n");
     return countLine(writer);
 }
@@ -327,18 +330,36 @@ bool putAllElements(ModelWriter& writer) {
     return true;
 }
 
-// Extras stay as they were read when the model is welded or gets other triangles.
+// Whether the extras' elements take entries of that kind from the model, or faces without any hide that the model's
+// triangles have them.
+bool reliesOn(const GLMextras& extras, std::uint32_t GLMelementcorner::*index) {
+    const auto has = [&](const GLMelementcorner& corner) { return corner.*index != GLM_NO_INDEX; };
+    return hasFaces(&extras) || std::any_of(extras.corners, extras.corners + extras.numcorners, has);
+}
+
+// Extras stay as they were read when the model is welded or gets other triangles, normals or texture coordinates.
 bool requireOwnExtras(const ModelWriter& writer) {
-    const GLMextras* const extras = writer.extras;
-    if (extras == nullptr) return true;
-    const bool colors = extras->colors == nullptr || extras->numcolors == writer.model.numvertices;
-    const bool triangles = (extras->objects == nullptr && extras->smoothing == nullptr) || hasFaces(extras) ||
-                           extras->numtriangles == writer.model.numtriangles;
-    if (colors && triangles) return true;
-    __glmFail(writer.call, GLMplace::none, "glmWriteOBJ() failed: the extras are of %u %s, the model has %u.",
-              colors ? extras->numtriangles : extras->numcolors, colors ? "triangles" : "positions",
-              colors ? writer.model.numtriangles : writer.model.numvertices);
-    return false;
+    if (writer.extras == nullptr) return true;
+    const GLMextras& extras = *writer.extras;
+    const GLMmodel& model = writer.model;
+    const bool smooth = (writer.mode & GLM_SMOOTH) != 0,
+               ofTriangles = extras.objects != nullptr || extras.smoothing != nullptr;
+    const struct {
+        const char* what;
+        std::uint32_t own, models;
+        bool matters;
+    } parts[] = {
+        {"positions", extras.numcolors, model.numvertices, extras.colors != nullptr},
+        {"positions", extras.numpositions, model.numvertices, extras.numelements > 0},
+        {"normals", extras.numnormals, model.numnormals, smooth && reliesOn(extras, &GLMelementcorner::normal)},
+        {"texture coordinates", extras.numtexcoords, model.numtexcoords,
+         writer.numtexcoords > 0 && reliesOn(extras, &GLMelementcorner::texcoord)},
+        {"triangles", extras.numtriangles, model.numtriangles, ofTriangles && !hasFaces(&extras)},
+    };
+    for (const auto& part : parts)
+        if (part.matters && !__glmRequireAsMany(writer.call, "glmWriteOBJ", part.what, part.own, part.models))
+            return false;
+    return true;
 }
 
 }  // namespace

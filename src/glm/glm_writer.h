@@ -7,6 +7,15 @@
 
 #include "glm/glm_output.h"
 
+// False, and a failure, unless the extras are of as many entries of that kind as the model has.
+inline bool __glmRequireAsMany(GLMcall& call, const char* caller, const char* what, std::uint32_t own,
+                               std::uint32_t models) {
+    if (own != models)
+        __glmFail(call, GLMplace::none, "%s() failed: the extras are of %u %s, the model has %u.", caller, own, what,
+                  models);
+    return own == models;
+}
+
 // What the mode word -1 stands for: what the model has of normals, texture coordinates and materials.
 int __glmModeOfAll(const GLMmodel& model);
 

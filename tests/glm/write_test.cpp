@@ -216,24 +216,55 @@ TEST(WriteByDefault, WhatProgramsMakeOfAModel) {
     }
 }
 
-// Their arrays are as long as the model's were.
+// What they refer to has other numbers then.
 TEST(WriteByDefault, RefusesExtrasOfAModelThatHasChanged) {
-    const ModelFiles files("o A\nv 0 0 0 1 0 0\nv 0 0 0 0 1 0\nv 1 0 0\nv 0 1 0\nf 1 3 4\n");
-    GLMextras* extras = nullptr;
-    GLMoptions options;
-    options.extras = &extras;
-    const GLMfreed model(glmTryReadOBJ(files.path.c_str(), nullptr, options));
-    ASSERT_NE(model, nullptr);
-    GLMerror error;
-    model->numtriangles = 2;
-    EXPECT_FALSE(glmTryWriteOBJ(model.get(), files.at("x.obj").c_str(), GLM_ALL, &error, options));
-    EXPECT_STREQ(error.text, "glmWriteOBJ() failed: the extras are of 1 triangles, the model has 2.");
-    model->numtriangles = 1;
-    glmWeld(model.get(), 0.1f);
-    EXPECT_FALSE(glmTryWriteOBJ(model.get(), files.at("x.obj").c_str(), GLM_ALL, &error, options));
-    EXPECT_STREQ(error.text, "glmWriteOBJ() failed: the extras are of 4 positions, the model has 3.");
-    EXPECT_FALSE(std::filesystem::exists(files.at("x.obj")));
-    glmFreeExtras(extras);
+    using Change = void (*)(GLMmodel & model);
+    constexpr Change weld = [](GLMmodel&model) { glmWeld(&model, 0.1f); },
+                     smooth = [](GLMmodel&model) { glmVertexNormals(&model, 90, false); },
+                     map = [](GLMmodel&model) { glmLinearTexture(&model); },
+                     drop = [](GLMmodel&model) { model.numtriangles = 0; },
+                     mend = [](GLMmodel&model) { EXPECT_TRUE(glmTryReadMTL(&model, "b.mtl")); },
+                     leave = [](GLMmodel&) {};
+    const std::string corners = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
+    const struct {
+        std::string obj;
+        bool polygons;
+        int mode;
+        Change change;
+        std::string error, text;  // the error's end, or a part of the text
+    } cases[] = {
+        {"v 0 0 0 1 0 0\n" + corners + "f 1 3 4\n", false, GLM_ALL, weld, "4 positions, the model has 3.", ""},
+        {"v 0 0 0\n" + corners + "f 1 3 4\n", false, GLM_ALL, weld, "", "\nf 1 2 3\n"},
+        {"v 0 0 0\n" + corners + "l 3 4\n", false, GLM_ALL, weld, "4 positions, the model has 3.", ""},
+        {"o A\n" + corners + "f 1 2 3\n", false, GLM_ALL, drop, "1 triangles, the model has 0.", ""},
+        {corners + "vn 0 0 1\nvn 1 0 0\nf 1//1 2//2 3//1\n", true, GLM_ALL, smooth, "2 normals, the model has 3.",
+         ""},
+        {corners + "f 1 2 3\n", true, GLM_ALL, smooth, "0 normals, the model has 3.", ""},
+        {corners + "vn 0 0 1\nf 1//1 2//1 3//1\n", true, GLM_FLAT, leave, "", "\nf 1 2 3\n"},
+        {corners + "vt 0 0\nl 1/1 2/1\nf 1 2 3\n", false, GLM_ALL, map, "1 texture coordinates, the model has 3.",
+         ""},
+        {corners + "vt 0 0\nl 1 2\nf 1 2 3\n", false, GLM_ALL, map, "", "\nl 1 2\nf 1/1 2/2 3/3\n"},
+        {"mtllib m.mtl\n" + corners + "f 1 2 3\n", false, GLM_ALL, mend, "3 materials, the model has 2.", ""},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.obj);
+        const ModelFiles files(test.obj, "newmtl a\nnewmtl b\nKe 1 1 1\n");
+        files.folder.write("b.mtl", "newmtl b\n");
+        GLMextras* extras = nullptr;
+        GLMoptions options;
+        options.extras = &extras;
+        options.polygons = test.polygons;
+        const GLMfreed model(glmTryReadOBJ(files.path.c_str(), nullptr, options));
+        ASSERT_TRUE(model != nullptr && (!test.polygons || glmTryTriangulate(model.get(), extras)));
+        test.change(*model);
+        GLMerror error{};
+        const bool done = glmTryWriteOBJ(model.get(), files.at("x.obj").c_str(), test.mode, &error, options);
+        const std::string text = done ? readFile(files.at("x.obj")) : "";
+        EXPECT_TRUE(std::string(error.text).ends_with(test.error)) << error.text;
+        EXPECT_NE(text.find(test.text), std::string::npos) << text;
+        EXPECT_EQ(done, test.error.empty());
+        glmFreeExtras(extras);
+    }
 }
 
 // Elements go in front of the triangles of their object, so that these give their groups the same materials again.
