@@ -54,6 +54,21 @@ void __glmNoteFailure(GLMjob& job, const GLMchunk& chunk) {
 
 namespace {
 
+// ---- Names and lists ----------------------------------------------------------------------------------------------
+
+bool nameIt(GLMcall& call, GLMnames& names, const char* name, std::uint32_t number) {
+    if (__glmAddName(names, name, number)) return true;
+    __glmFailAtMemory(call, names.size, sizeof(GLMnames::Slot));
+    return false;
+}
+
+template <typename T>
+bool addTo(GLMcall& call, GLMlist<T>& list, const T& item) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
+    if (!list.add(item)) __glmFailAtMemory(call, list.count, sizeof(T));
+    return !call.failed;
+}
+
 // ---- Libraries ----------------------------------------------------------------------------------------------------
 
 bool addString(GLMcall& call, char**& strings, std::uint32_t& count, std::string_view string) {
@@ -109,16 +124,12 @@ std::string_view nextLibrary(Libraries& libraries) {
 
 // A library that is named again is not read again.
 bool addLibrary(GLMjob& job, std::string_view name) {
-    for (std::uint32_t i = 0; i < job.libraries.count; ++i)
-        if (name == job.libraries.items[i]) return true;
+    if (__glmFindName(job.libraryNumbers, name) != nullptr) return true;
     GLMstring copy(__glmTryCopy(job.call, name));
-    if (copy == nullptr) return false;
-    if (!job.libraries.add(copy.get())) {
-        __glmFailAtMemory(job.call, job.libraries.count, sizeof(char*));
-        return false;
-    }
+    if (copy == nullptr || !addTo(job.call, job.libraries, copy.get())) return false;
     const char* const kept = copy.release();
-    return !job.call.options.libraries || __glmAddLibrary(job.call, job.model, job.extras, kept);
+    return nameIt(job.call, job.libraryNumbers, kept, job.libraries.count - 1) &&
+           (!job.call.options.libraries || __glmAddLibrary(job.call, job.model, job.extras, kept));
 }
 
 bool addLibraries(GLMjob& job, const char* rest) {
@@ -126,25 +137,13 @@ bool addLibraries(GLMjob& job, const char* rest) {
     if (libraries.rest.empty()) __glmWarn(job.call, GLMplace::none, "glmReadOBJ: \"mtllib\" without a name ignored");
     while (!libraries.rest.empty() && !job.call.failed) {
         if (libraries.rest.front() == '#' && !isThere(libraries, libraries.rest)) break;
-        if (!addLibrary(job, nextLibrary(libraries))) return false;
+        const std::string_view name = nextLibrary(libraries);
+        if (job.call.failed || !addLibrary(job, name)) return false;
     }
     return !job.call.failed;
 }
 
 // ---- States -------------------------------------------------------------------------------------------------------
-
-bool nameIt(GLMcall& call, GLMnames& names, const char* name, std::uint32_t number) {
-    if (__glmAddName(names, name, number)) return true;
-    __glmFailAtMemory(call, names.size, sizeof(GLMnames::Slot));
-    return false;
-}
-
-template <typename T>
-bool addTo(GLMcall& call, GLMlist<T>& list, const T& item) {
-    // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
-    if (!list.add(item)) __glmFailAtMemory(call, list.count, sizeof(T));
-    return !call.failed;
-}
 
 // The number of the group of that name, which is made when it is new. False when memory is short.
 bool findGroup(GLMjob& job, const char* name, std::uint32_t& number) {

@@ -382,10 +382,21 @@ bool openLibrary(LibraryReader& reader, const char* path) {
     return true;
 }
 
+// Names what is there.
+bool prepare(LibraryReader& reader) {
+    const GLMmodel& model = *reader.model;
+    assert(reader.extras == nullptr || reader.extras->nummaterials == model.nummaterials);
+    for (std::uint32_t i = 0; i < model.nummaterials; ++i)
+        if (!addName(reader.call, reader.materials, model.materials[i].name, i)) return false;
+    for (std::uint32_t i = 0; i < model.numtextures; ++i)
+        if (!addName(reader.call, reader.textures, model.textures[i].name, i)) return false;
+    return true;
+}
+
 // Adds what the file holds. False when it cannot be opened, or the call fails.
 bool readLibrary(LibraryReader& reader, const char* path) {
     GLMcall& call = reader.call;
-    if (!openLibrary(reader, path)) return false;
+    if (!openLibrary(reader, path) || !prepare(reader)) return false;
     GLMtext* const text = std::exchange(call.text, nullptr);  // a carriage return may end a line here
     const unsigned long long line = call.line;
     const char* const file = std::exchange(call.file, path);
@@ -397,20 +408,9 @@ bool readLibrary(LibraryReader& reader, const char* path) {
     return !call.failed;
 }
 
-// Names what is there, and makes the default material, where it is not.
-bool prepare(LibraryReader& reader) {
-    const GLMmodel& model = *reader.model;
-    assert(reader.extras == nullptr || reader.extras->nummaterials == model.nummaterials);
-    for (std::uint32_t i = 0; i < model.nummaterials; ++i)
-        if (!addName(reader.call, reader.materials, model.materials[i].name, i)) return false;
-    for (std::uint32_t i = 0; i < model.numtextures; ++i)
-        if (!addName(reader.call, reader.textures, model.textures[i].name, i)) return false;
-    return model.nummaterials > 0 || addMaterial(reader, "default");
-}
-
 bool addLibrary(GLMcall& call, GLMmodel* model, GLMextras* extras, const char* name, bool required) {
     LibraryReader reader{.call = call, .model = model, .extras = extras, .unwanted = __glmNoMaterialExtras()};
-    if (!prepare(reader)) return false;
+    if (model->nummaterials == 0 && !addMaterial(reader, "default")) return false;
     const Found found = find(call, *model, name);
     if (call.failed || readLibrary(reader, found.path.get())) return !call.failed;
     if (!required) {

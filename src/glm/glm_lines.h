@@ -188,7 +188,7 @@ struct GLMjob {
     GLMlist<GLMgroup*> groups = {};                                    // by first mention
     GLMlist<char*> libraries = {};                                     // by first mention
     GLMlist<GLMwanted> wanted = {};                                    // by first mention
-    GLMnames groupNumbers = {}, materialNumbers = {}, wantedNumbers = {};
+    GLMnames groupNumbers = {}, materialNumbers = {}, wantedNumbers = {}, libraryNumbers = {};
     GLMlist<GLMrun> runs = {};
     GLMlist<GLMchoice> choices = {};  // of groups whose first material is a wanted one
     GLMlist<GLMspan> facets = {};     // left for the end

@@ -364,7 +364,7 @@ void clipPolygon(Polygon& polygon, const float* positions, const Plane& plane, c
 }
 
 // Looks for each corner, and in all: many more than simple polygons take, and an end for those whose edges cross.
-constexpr std::uint64_t BUDGET = 512, LARGEST_BUDGET = std::uint64_t{1} << 30;
+constexpr std::uint64_t BUDGET = 64, LARGEST_BUDGET = std::uint64_t{1} << 30;
 
 constexpr std::uint32_t FEW = 64;  // corners that need no memory
 
