@@ -219,12 +219,11 @@ TEST(WriteByDefault, WhatProgramsMakeOfAModel) {
 // What they refer to has other numbers then.
 TEST(WriteByDefault, RefusesExtrasOfAModelThatHasChanged) {
     using Change = void (*)(GLMmodel & model);
-    constexpr Change weld = [](GLMmodel&model) { glmWeld(&model, 0.1f); },
-                     smooth = [](GLMmodel&model) { glmVertexNormals(&model, 90, false); },
-                     map = [](GLMmodel&model) { glmLinearTexture(&model); },
-                     drop = [](GLMmodel&model) { model.numtriangles = 0; },
-                     mend = [](GLMmodel&model) { EXPECT_TRUE(glmTryReadMTL(&model, "b.mtl")); },
-                     leave = [](GLMmodel&) {};
+    const Change weld = [](GLMmodel&model) { glmWeld(&model, 0.1f); },
+                 smooth = [](GLMmodel&model) { glmVertexNormals(&model, 90, false); },
+                 map = [](GLMmodel&model) { glmLinearTexture(&model); },
+                 drop = [](GLMmodel&model) { model.numtriangles = 0; },
+                 mend = [](GLMmodel&model) { EXPECT_TRUE(glmTryReadMTL(&model, "b.mtl")); }, leave = [](GLMmodel&) {};
     const std::string corners = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
     const struct {
         std::string obj;
