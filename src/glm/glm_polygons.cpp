@@ -113,7 +113,7 @@ bool makeFacets(Cutting& cutting) {
     return done;
 }
 
-// What takes numbers along, as freed it will be.
+// Gives the new array to the extras. Their old one is freed with `made`.
 void exchange(Numbers& made, std::uint32_t*& own) {
     std::uint32_t* const before = std::exchange(own, made.release());
     made.reset(before);

@@ -105,8 +105,8 @@ constexpr int GLM_ALL = -1;
 //     there is no library. glmTryWriteMTL always writes it;
 //   - a name that a line cannot hold loses its line ends and the blanks around it, and materials of one name become
 //     one;
-//   - an index that leads nowhere is an error. So are corners that differ in what they have, to glmReadOBJ: it reads
-//     what is written where those of each face are alike.
+//   - an index that leads nowhere is an error. glmReadOBJ reads what is written only if the corners of each face are
+//     alike: all with a normal or none, all with a texture coordinate or none.
 // With options.strict they write the bytes of glmWriteOBJ and glmWriteMTL.
 //
 // They touch no file that is there, unless options.replace says so: they fail then, as they do where one is there

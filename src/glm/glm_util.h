@@ -77,10 +77,6 @@ T* __glmArray(std::size_t count) {
 
 // `array`, which may be null, with room for `count` elements; a failed allocation is a fatal error.
 void* __glmReallocate(void* array, std::size_t count, std::size_t size);
-template <typename T>
-T* __glmResize(T* array, std::size_t count) {
-    return static_cast<T*>(__glmReallocate(array, count, sizeof(T)));
-}
 
 // Entries 0 to `count` of `size` floats each: zeroed ones, and those of `entries` with room for as many.
 float* __glmEntries(std::uint32_t count, std::size_t size);

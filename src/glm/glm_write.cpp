@@ -250,8 +250,9 @@ GLMstring libraryNamedAfter(GLMcall& call, const char* path, std::string_view en
     return result;
 }
 
-// The name of the library that is written beside `path`: the model's, unless it is none, that of the file itself, that
-// of a file that must stay, or one that no statement can say.
+// The name of the library that is written beside `path`: the last part of the model's mtllibname if a statement can
+// hold it and no other file has it, neither the one at `path` nor one that must stay. If not, the name of `path` with
+// another ending.
 GLMstring libraryFor(GLMcall& call, const GLMmodel& model, const char* path) {
     const char* const own = model.mtllibname != nullptr ? lastPart(model.mtllibname) : "";
     const char* const file = path + __glmDirectoryLength(path);

@@ -114,8 +114,8 @@ void useMaterial(ModelWriter& writer, std::uint32_t material) {
     if (group.holds && group.chosen == 0) group.chosen = material;
 }
 
-// Whether the group would get the next material, and is to have none: an element has its material chosen in front of
-// it.
+// Whether a reader would give this group the next material that is chosen in it, although the group has none. Such a
+// material is chosen before the group.
 bool isOpen(const Group& group) { return group.holds && group.chosen == 0 && group.material == 0; }
 
 // A group that a material was chosen for behind its triangles gets it there.
