@@ -35,7 +35,8 @@ struct GLMelement {
     std::uint32_t smoothing;  // number of the smoothing group; 0 for "off" and where none was chosen
 };
 
-// A texture of a material: the statement in three parts. `path` is as it stands in the file.
+// A texture of a material: the statement in three parts. `path` is as it stands in the file, or behind the library's
+// folder if the image is there and not beside the model.
 struct GLMmap {
     char* keyword;  // "map_Kd", "bump", "norm", "refl" ...
     char* options;  // "-s 2 2 1 -clamp on", or ""

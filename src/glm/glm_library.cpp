@@ -20,8 +20,9 @@ namespace {
 struct LibraryReader {
     GLMcall& call;
     GLMmodel* model;
-    GLMextras* extras;           // or null
-    GLMmaterialextras unwanted;  // takes the numbers where the extras are null
+    GLMextras* extras;             // or null
+    GLMmaterialextras unwanted;    // takes the numbers where the extras are null
+    std::string_view folder = {};  // of the library as its name says it: "", or ending in a slash
     GLMtext text = {};
     unsigned long long lines = 0;  // that were read
     GLMnames materials = {}, textures = {};
@@ -252,23 +253,41 @@ bool isMap(std::string_view keyword) {
 struct Found {
     GLMstring name = {}, path = {};
     bool there = false;
+    bool moved = false;  // it lies in the library's folder, which the name begins with
 };
 
-// Finds the file beside the model, unless its name is absolute. Backslashes become slashes where that alone finds it.
-Found find(GLMcall& call, const GLMmodel& model, std::string_view name) {
-    const auto look = [&](Found& found) {
-        if (found.name == nullptr) return;
-        const bool absolute = found.name.get()[0] == '/';
-        found.path = __glmTryBeside(call, absolute ? "" : model.pathname, found.name.get());
-        found.there = found.path != nullptr && access(found.path.get(), F_OK) == 0;
-    };
-    Found asItStands{.name = GLMstring(__glmTryCopy(call, name))};
-    look(asItStands);
-    if (asItStands.there || call.failed || name.find('\\') == std::string_view::npos) return asItStands;
-    Found turned{.name = GLMstring(__glmTryCopy(call, name))};
-    if (turned.name != nullptr) __glmTurnSlashes(turned.name.get());
-    look(turned);
-    return turned.there ? std::move(turned) : std::move(asItStands);
+// Looks beside the model, unless the name is absolute, for the file `name` in the directory `folder`: "" or one that
+// ends in a slash. With `turned`, backslashes in `name` become slashes.
+Found look(GLMcall& call, const GLMmodel& model, std::string_view folder, std::string_view name, bool turned) {
+    Found found{.name = GLMstring(__glmTryArray<char>(call, folder.size() + name.size() + 1))};
+    if (found.name == nullptr) return found;
+    char* const start = std::copy(folder.begin(), folder.end(), found.name.get());
+    std::copy(name.begin(), name.end(), start);
+    if (turned) __glmTurnSlashes(start);
+    const bool absolute = found.name.get()[0] == '/';
+    found.path = __glmTryBeside(call, absolute ? "" : model.pathname, found.name.get());
+    found.there = found.path != nullptr && access(found.path.get(), F_OK) == 0;
+    return found;
+}
+
+// Finds the file beside the model or, if it is not there, in `folder`. Backslashes become slashes where that alone
+// finds it.
+Found find(GLMcall& call, const GLMmodel& model, std::string_view name, std::string_view folder = {}) {
+    Found asItStands = look(call, model, {}, name, false);
+    const bool absolute = name.starts_with('/'), turns = name.find('\\') != std::string_view::npos;
+    const struct {
+        std::string_view folder;
+        bool turned, tried;
+    } others[] = {
+        {{}, true, turns}, {folder, false, !folder.empty() && !absolute}, {folder, true, turns && !folder.empty()}};
+    for (const auto& other : others) {
+        if (asItStands.there || call.failed) break;
+        if (!other.tried) continue;
+        Found found = look(call, model, other.folder, name, other.turned);
+        found.moved = !other.folder.empty();
+        if (found.there) return found;
+    }
+    return asItStands;
 }
 
 std::int32_t textureOf(LibraryReader& reader, const char* name) {
@@ -298,12 +317,12 @@ void readMap(LibraryReader& reader) {
     if (path.empty()) return warnOfStatement(reader, "without a name ignored");
     const bool diffuse = __glmIsKeyword(reader.keyword, "map_Kd");
     if (!diffuse && reader.extras == nullptr) return;
-    const Found found = find(reader.call, *reader.model, path);
+    const Found found = find(reader.call, *reader.model, path, reader.folder);
     if (reader.call.failed) return;
     if (!found.there)
         __glmWarn(reader.call, GLMplace::file, "glmReadMTL: image \"%s\" isn't there", found.path.get());
     if (diffuse) material(reader).map_diffuse = textureOf(reader, found.name.get());
-    if (reader.extras != nullptr) keepMap(reader, options, path);
+    if (reader.extras != nullptr) keepMap(reader, options, found.moved ? std::string_view(found.name.get()) : path);
 }
 
 // ---- Statements ---------------------------------------------------------------------------------------------------
@@ -412,7 +431,10 @@ bool addLibrary(GLMcall& call, GLMmodel* model, GLMextras* extras, const char* n
     LibraryReader reader{.call = call, .model = model, .extras = extras, .unwanted = __glmNoMaterialExtras()};
     if (model->nummaterials == 0 && !addMaterial(reader, "default")) return false;
     const Found found = find(call, *model, name);
-    if (call.failed || readLibrary(reader, found.path.get())) return !call.failed;
+    if (call.failed) return false;
+    reader.folder = {found.name.get(), __glmDirectoryLength(found.name.get())};
+    if (readLibrary(reader, found.path.get())) return true;
+    if (call.failed) return false;
     if (!required) {
         __glmWarn(call, GLMplace::file, "glmReadMTL: can't open material file \"%s\"", found.path.get());
         return true;

@@ -17,7 +17,8 @@ struct Read {
 Read read(const std::string& mtl, bool withExtras, const std::string& file = "m.mtl") {
     const ModelFiles files("v 0 0 0\n", mtl);
     std::filesystem::create_directory(files.at("tex"));
-    for (const char* name : {"wood.png", "tex/a b.png"}) files.folder.write(name, "");
+    for (const char* name : {"wood.png", "tex/a b.png", "tex/wood.png"}) files.folder.write(name, "");
+    files.folder.write("tex/m.mtl", mtl);
     GLMextras* extras = nullptr;
     Read result;
     GLMoptions options;
@@ -93,4 +94,9 @@ TEST(Library, EveryStatement) {
     EXPECT_EQ(read("newmtl a\r\rd x\\\r\n\r\nNs x", true).warnings,
               "3: \"d\" ignored, its numbers can't be read\n5: \"Ns\" ignored, its numbers can't be read\n");
     EXPECT_EQ(read("newmtl a", true, "tex\\..\\m.mtl").materials, "[default]\n[a]\n");
+    const Read beside =
+        read("map_Kd a b.png\nbump -bm 2 .\\a b.png\ndisp wood.png\nnorm gone.png\n", true, "tex\\m.mtl");
+    EXPECT_EQ(beside.materials, "[default] map_Kd [tex/a b.png] map_Kd [|tex/a b.png] bump [-bm 2|tex/./a b.png] "
+                                "disp [|wood.png] norm [|gone.png]\n");
+    EXPECT_EQ(beside.warnings, "4: image \"gone.png\" isn't there\n");
 }
