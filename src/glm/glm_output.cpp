@@ -1,5 +1,7 @@
 #include "glm/glm_output.h"
 
+#include "glm/glm_text.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -119,18 +121,28 @@ void __glmPutNumbers(GLMsink& sink, std::string_view keyword, const float* numbe
     *sink.at++ = '\n';
 }
 
-// A backslash at the end would make the line go on.
-void __glmPutName(GLMsink& sink, const char* name) {
-    const auto isBlank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
-    std::string_view left = name != nullptr ? name : "";
-    while (!left.empty() && isBlank(left.front())) left.remove_prefix(1);
-    while (!left.empty() && isBlank(left.back())) left.remove_suffix(1);
-    const bool goesOn = left.ends_with('\\');
-    while (!left.empty()) {
-        const std::size_t length = std::min(left.find_first_of("\n\r"), left.size());
-        __glmPutText(sink, left.substr(0, length));
-        if (length < left.size()) __glmPutText(sink, " ");
-        left.remove_prefix(std::min(length + 1, left.size()));
+namespace {
+
+// Puts the text on one line. A backslash at its end would make the line go on, so a blank follows it.
+void putOnLine(GLMsink& sink, std::string_view text) {
+    const bool goesOn = text.ends_with('\\');
+    while (!text.empty()) {
+        const std::size_t length = std::min(text.find_first_of("\n\r"), text.size());
+        __glmPutText(sink, text.substr(0, length));
+        if (length < text.size()) __glmPutText(sink, " ");
+        text.remove_prefix(std::min(length + 1, text.size()));
     }
     if (goesOn) __glmPutText(sink, " ");
 }
+
+}  // namespace
+
+void __glmPutRest(GLMsink& sink, const char* rest) {
+    const auto isBlank = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+    std::string_view left = rest != nullptr ? rest : "";
+    while (!left.empty() && isBlank(left.front())) left.remove_prefix(1);
+    while (!left.empty() && isBlank(left.back())) left.remove_suffix(1);
+    putOnLine(sink, left);
+}
+
+void __glmPutName(GLMsink& sink, const char* name) { putOnLine(sink, __glmWholeName(name != nullptr ? name : "")); }

@@ -69,5 +69,10 @@ void __glmPutText(GLMsink& sink, std::string_view text);
 // A line: the keyword and `count` numbers.
 void __glmPutNumbers(GLMsink& sink, std::string_view keyword, const float* numbers, int count);
 
-// A name, or a rest of a line, as it reads back: on one line, without blanks around it. Null is an empty one.
+// A name or a rest of a line, as it reads back: on one line, without blanks around it; a name without what follows a
+// "#" that stands alone. Null is an empty one.
 void __glmPutName(GLMsink& sink, const char* name);
+void __glmPutRest(GLMsink& sink, const char* rest);
+
+// Whether text ends a line there.
+inline bool __glmIsLineEnd(char c) { return c == '\n' || c == '\r'; }

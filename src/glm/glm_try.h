@@ -103,8 +103,8 @@ constexpr int GLM_ALL = -1;
 //     is null, or the name of a file that must stay, under that of `path`, ending in ".mtl". The default material is
 //     in it only if it is not as one without a library, or if a triangle goes back to it; without such materials
 //     there is no library. glmTryWriteMTL always writes it;
-//   - a name that a line cannot hold loses its line ends and the blanks around it, and materials of one name become
-//     one;
+//   - a name is written as it reads back: in place of line ends it has blanks, none are around it, and what follows a
+//     "#" that stands alone is lost. Materials of one name become one, as do groups of one name when they are read;
 //   - an index that leads nowhere is an error. glmReadOBJ reads what is written only if the corners of each face are
 //     alike: all with a normal or none, all with a texture coordinate or none.
 // With options.strict they write the bytes of glmWriteOBJ and glmWriteMTL.

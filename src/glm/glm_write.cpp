@@ -2,6 +2,7 @@
 #include "glm/glm.h"
 
 #include "glm/glm_output.h"
+#include "glm/glm_text.h"
 #include "glm/glm_writer.h"
 
 #include <unistd.h>
@@ -230,22 +231,21 @@ const char* lastPart(const char* name) {
     return name;
 }
 
-// White space around a name and ends of lines in it are lost in a statement.
-bool isEdge(char c) { return static_cast<unsigned char>(c) <= ' '; }
-bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
+// Whether a statement holds all of the name.
 bool canBeSaid(std::string_view name) {
-    return !name.empty() && !isEdge(name.front()) && !isEdge(name.back()) &&
-           std::none_of(name.begin(), name.end(), isLineEnd);
+    return !name.empty() && __glmWholeName(name) == name && std::none_of(name.begin(), name.end(), __glmIsLineEnd);
 }
 
 // The file name of `path` with another ending, as a statement can say it.
 GLMstring libraryNamedAfter(GLMcall& call, const char* path, std::string_view ending) {
     std::string_view stem = path + __glmDirectoryLength(path);
     stem = stem.substr(0, stem.rfind('.'));
-    while (!stem.empty() && isEdge(stem.front())) stem.remove_prefix(1);
+    while (!stem.empty() && static_cast<unsigned char>(stem.front()) <= ' ') stem.remove_prefix(1);
     GLMstring result(__glmTryArray<char>(call, stem.size() + ending.size() + 1));
     if (result == nullptr) return result;
-    char* const end = std::replace_copy_if(stem.begin(), stem.end(), result.get(), isLineEnd, '_');
+    const bool cut = __glmWholeName(stem).size() < stem.size();  // at a "#"
+    const auto isWrong = [&](char c) { return __glmIsLineEnd(c) || (cut && c == '#'); };
+    char* const end = std::replace_copy_if(stem.begin(), stem.end(), result.get(), isWrong, '_');
     *std::copy(ending.begin(), ending.end(), end) = '\0';
     return result;
 }

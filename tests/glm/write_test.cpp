@@ -199,7 +199,11 @@ TEST(WriteByDefault, WhatProgramsMakeOfAModel) {
         {[](GLMmodel& model) { rename(model.mtllibname, "../x\\m.mtl"); }, "\nmtllib m.mtl\n"},
         {[](GLMmodel& model) { rename(model.mtllibname, nullptr); }, "\nmtllib x.mtl\n"},
         {[](GLMmodel& model) { rename(model.mtllibname, "x.obj"); }, "\nmtllib x.mtl\n"},
-        {[](GLMmodel& model) { rename(model.materials[2].name, "red"); }, "Kd 1 0 0\nKs 0.1 0.2 0.3\nNs 50\n"},
+        {[](GLMmodel& model) { rename(model.materials[2].name, " red #\t2"); }, "Kd 1 0 0\nKs 0.1 0.2 0.3\nNs 50\n@"},
+        {[](GLMmodel& model) { rename(model.materials[1].name, "a\nb"), rename(model.materials[2].name, "a b # c"); },
+         "Kd 1 0 0\nKs 0.1 0.2 0.3\nNs 50\n@"},
+        {[](GLMmodel& model) { rename(model.groups->name, "wheel # 1"); }, "\ng wheel\nf "},
+        {[](GLMmodel& model) { rename(model.mtllibname, "m # 2.mtl"); }, "\nmtllib x.mtl\n"},
         // A group's material that none of its triangles has, and a triangle that goes back to none.
         {[](GLMmodel& model) { model.triangles[4].material = 0; },
          "g b c\nusemtl default\nf 1/1/1 3/1/1 4/1/2\nusemtl blue\n"},
@@ -211,7 +215,7 @@ TEST(WriteByDefault, WhatProgramsMakeOfAModel) {
         const ModelFiles files(OBJ, MTL);
         const Model model = readQuietly(files.path);
         test.change(*model);
-        const std::string text = put(files, *model, GLM_ALL);
+        const std::string text = put(files, *model, GLM_ALL) + "@";
         EXPECT_NE(text.find(test.expected), std::string::npos) << test.expected << "\n" << text;
     }
 }
