@@ -27,36 +27,24 @@ struct Classes {
     std::uint64_t white = 0, feeds = 0, returns = 0, hashes = 0;
 };
 
-// Instructions that every processor has.
+// Instructions that every processor has. Each structure classifies WIDTH characters at once.
 struct Baseline {
 #ifdef __SSE2__
-    static unsigned where(__m128i found) { return static_cast<unsigned>(_mm_movemask_epi8(found)); }
-    static unsigned whereIs(__m128i characters, char c) {
+    static constexpr int WIDTH = 16;
+    static std::uint64_t where(__m128i found) { return static_cast<std::uint16_t>(_mm_movemask_epi8(found)); }
+    static std::uint64_t whereIs(__m128i characters, char c) {
         return where(_mm_cmpeq_epi8(characters, _mm_set1_epi8(c)));
     }
     static Classes classesOf(const char* p) {
-        Classes classes;
-        for (int i = 0; i < BLOCK; i += 16) {
-            const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
-            const __m128i low = _mm_min_epu8(characters, _mm_set1_epi8(' '));
-            classes.white |= std::uint64_t{where(_mm_cmpeq_epi8(low, characters))} << i;
-            classes.feeds |= std::uint64_t{whereIs(characters, '\n')} << i;
-            classes.returns |= std::uint64_t{whereIs(characters, '\r')} << i;
-            classes.hashes |= std::uint64_t{whereIs(characters, '#')} << i;
-        }
-        return classes;
+        const __m128i characters = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i low = _mm_min_epu8(characters, _mm_set1_epi8(' '));
+        return {where(_mm_cmpeq_epi8(low, characters)), whereIs(characters, '\n'), whereIs(characters, '\r'),
+                whereIs(characters, '#')};
     }
 #else
+    static constexpr int WIDTH = 1;
     static Classes classesOf(const char* p) {
-        Classes classes;
-        for (int i = 0; i < BLOCK; ++i) {
-            const std::uint64_t bit = std::uint64_t{1} << i;
-            classes.white |= static_cast<unsigned char>(p[i]) <= ' ' ? bit : 0;
-            classes.feeds |= p[i] == '\n' ? bit : 0;
-            classes.returns |= p[i] == '\r' ? bit : 0;
-            classes.hashes |= p[i] == '#' ? bit : 0;
-        }
-        return classes;
+        return {static_cast<unsigned char>(*p) <= ' ', *p == '\n', *p == '\r', *p == '#'};
     }
 #endif
     // std::popcount calls a function where the processor need not have an instruction for it.
@@ -73,21 +61,18 @@ struct Baseline {
 #ifdef GLM_AVX2
 // Instructions that most processors since 2013 have.
 struct Avx2 {
-    [[GLM_AVX2]] static unsigned where(__m256i found) { return static_cast<unsigned>(_mm256_movemask_epi8(found)); }
-    [[GLM_AVX2]] static unsigned whereIs(__m256i characters, char c) {
+    static constexpr int WIDTH = 32;
+    [[GLM_AVX2]] static std::uint64_t where(__m256i found) {
+        return static_cast<std::uint32_t>(_mm256_movemask_epi8(found));
+    }
+    [[GLM_AVX2]] static std::uint64_t whereIs(__m256i characters, char c) {
         return where(_mm256_cmpeq_epi8(characters, _mm256_set1_epi8(c)));
     }
     [[GLM_AVX2]] static Classes classesOf(const char* p) {
-        Classes classes;
-        for (int i = 0; i < BLOCK; i += 32) {
-            const __m256i characters = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + i));
-            const __m256i low = _mm256_min_epu8(characters, _mm256_set1_epi8(' '));
-            classes.white |= std::uint64_t{where(_mm256_cmpeq_epi8(low, characters))} << i;
-            classes.feeds |= std::uint64_t{whereIs(characters, '\n')} << i;
-            classes.returns |= std::uint64_t{whereIs(characters, '\r')} << i;
-            classes.hashes |= std::uint64_t{whereIs(characters, '#')} << i;
-        }
-        return classes;
+        const __m256i characters = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+        const __m256i low = _mm256_min_epu8(characters, _mm256_set1_epi8(' '));
+        return {where(_mm256_cmpeq_epi8(low, characters)), whereIs(characters, '\n'), whereIs(characters, '\r'),
+                whereIs(characters, '#')};
     }
     [[GLM_AVX2]] static std::uint32_t countBits(std::uint64_t bits) {
         return static_cast<std::uint32_t>(__builtin_popcountll(bits));
@@ -95,11 +80,25 @@ struct Avx2 {
 };
 #endif
 
+// Of a block.
+template <typename Processor>
+[[gnu::always_inline]] inline Classes classesOf(const char* p) {
+    Classes all;
+    for (int i = 0; i < BLOCK; i += Processor::WIDTH) {
+        const Classes some = Processor::classesOf(p + i);
+        all.white |= some.white << i;
+        all.feeds |= some.feeds << i;
+        all.returns |= some.returns << i;
+        all.hashes |= some.hashes << i;
+    }
+    return all;
+}
+
 // A block of a window. `white` says whether the character in front of it is white, and then whether its last one is.
 // Characters from `end` on are white.
 template <typename Processor>
 [[gnu::always_inline]] inline Bits bitsOf(const char* p, const char* end, bool& white) {
-    const Classes classes = Processor::classesOf(p);
+    const Classes classes = classesOf<Processor>(p);
     std::uint64_t inside = ~std::uint64_t{0};
     if (end - p < BLOCK) inside = (std::uint64_t{1} << (end - p)) - 1;
     const std::uint64_t nextFeeds = (classes.feeds >> 1) | (std::uint64_t{p[BLOCK] == '\n'} << (BLOCK - 1));
